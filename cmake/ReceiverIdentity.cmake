@@ -1,0 +1,17 @@
+# USB identity of the presenter's receiver. It belongs to the hardware; the default is a public testing pair.
+set(COMPANION_RECEIVER_VENDOR_ID "0x1209" CACHE STRING "USB vendor identifier of the receiver, 0x0001 to 0xFFFF")
+set(COMPANION_RECEIVER_PRODUCT_ID "0x0001" CACHE STRING "USB product identifier of the receiver, 0x0000 to 0xFFFF")
+
+# Fails unless the cache variable holds 0x and one to four hex digits, at least `minimum`.
+function(companion_check_usb_identifier variable minimum)
+  if(NOT "${${variable}}" MATCHES "^0[xX][0-9a-fA-F]+$")
+    message(FATAL_ERROR "${variable} is '${${variable}}'; write it as 0x and one to four hex digits")
+  endif()
+  math(EXPR value "${${variable}}")
+  if(value LESS minimum OR value GREATER 65535)
+    message(FATAL_ERROR "${variable} is '${${variable}}'; it must lie between ${minimum} and 0xFFFF")
+  endif()
+endfunction()
+
+companion_check_usb_identifier(COMPANION_RECEIVER_VENDOR_ID 1)
+companion_check_usb_identifier(COMPANION_RECEIVER_PRODUCT_ID 0)

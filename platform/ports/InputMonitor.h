@@ -1,0 +1,47 @@
+#pragma once
+
+#include "core/Geometry.h"
+
+#include <functional>
+
+namespace companion {
+
+// Numbered as the system's own event types are; the monitor's mask is a bit set of these.
+enum class InputEventType {
+    LeftMouseUp = 2,
+    RightMouseUp = 4,
+    MouseMoved = 5,
+    LeftMouseDragged = 6,
+    RightMouseDragged = 7,
+    KeyDown = 10,
+    KeyUp = 11,
+};
+
+struct InputEvent {
+    InputEventType type = InputEventType::MouseMoved;
+    Point location;  // Of the pointer, overlay points, lower-left origin.
+    int keyCode = 0; // Virtual key code of a key event: one of the four below.
+};
+
+// Physical keys, whatever layout is active: a presenter sends key positions.
+inline constexpr int kVirtualKeyB = 11;
+inline constexpr int kVirtualKeyF5 = 96;
+inline constexpr int kVirtualKeyPageUp = 116;
+inline constexpr int kVirtualKeyPageDown = 121;
+
+// Sees the mouse and the four keys of the whole desktop, also while the overlay takes the mouse, another
+// program grabs the input or a menu is open.
+class InputMonitor {
+public:
+    using Handler = std::function<void(const InputEvent &)>;
+
+    virtual ~InputMonitor() = default;
+
+    virtual bool available() const = 0;
+
+    // `mask` has the bit 1 << type set for each wanted event type. Handlers run on the main thread, and stay
+    // for the monitor's life. Motions that arrive together come as one event with the last location.
+    virtual void addGlobalMonitor(unsigned mask, Handler handler) = 0;
+};
+
+} // namespace companion

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "core/Geometry.h"
+
+#include <QRect>
+
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+namespace companion {
+
+// Premultiplied ARGB, 8 bits each, alpha in the highest byte.
+using Pixel = std::uint32_t;
+
+// A piece of the overlay to be painted by the program. `area` is in device pixels, origin at the overlay's
+// top left; `pixels` starts at the area's top left corner, is all zero, and a row is `stride` pixels long.
+struct PixelPatch {
+    QRect area;
+    Pixel *pixels;
+    int stride;
+};
+
+// One display pass: what replaces what is on the overlay now. Everything in device pixels, origin top left.
+struct SurfaceFrame {
+    struct Fill {
+        QRect area;
+        Pixel pixel;
+    };
+    std::vector<Fill> fills;     // Uniform areas; disjoint from each other and from the patches.
+    std::vector<QRect> patches;  // Areas whose content is painted pixel by pixel; disjoint.
+    std::vector<QRect> occupied; // Where the whole overlay, changed or not, can show anything at all.
+};
+
+// The overlay's real window: covers the main screen, above everything, never focused, mouse passing through
+// until told otherwise. Its content stays until replaced.
+class OverlaySurface {
+public:
+    virtual ~OverlaySurface() = default;
+
+    // Of the main screen, in points; zero without one.
+    virtual Size size() const = 0;
+
+    // Device pixels in one point.
+    virtual double scale() const = 0;
+
+    // Whether what lies below can be seen through painted pixels (a compositor runs).
+    virtual bool translucent() const = 0;
+
+    // Called on the main thread when size, scale or translucency changed or the content was lost: everything
+    // must be painted again. One listener.
+    virtual void onChanged(std::function<void()> listener) = 0;
+
+    // 1002 and 1000: above all other windows; 1003 is kept for the settings window, above this one; any lower
+    // level: out of sight, nothing painted and no mouse taken until a front level returns.
+    virtual void setLevel(int level) = 0;
+
+    // Takes every press, release, motion and scroll on the main screen, or lets all of them through.
+    virtual void setTakesMouse(bool takes) = 0;
+
+    // Above whatever has come up since; the order of the levels stays.
+    virtual void raise() = 0;
+
+    // `paint` is called once for each patch, during the call.
+    virtual void present(const SurfaceFrame &frame, const std::function<void(const PixelPatch &)> &paint) = 0;
+};
+
+} // namespace companion

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <string_view>
+
+namespace companion {
+
+class CursorVisibility;
+class InputMonitor;
+class OverlaySurface;
+class ScreenCapture;
+class SyntheticMouse;
+
+// One backend: everything the program needs of a display. What a backend cannot do is logged once when it is
+// made and is a no-op afterwards. The parts live as long as the platform.
+class Platform {
+public:
+    virtual ~Platform() = default;
+
+    virtual std::string_view name() const = 0; // "x11", "null".
+
+    virtual OverlaySurface &surface() = 0;
+    virtual InputMonitor &inputMonitor() = 0;
+    virtual SyntheticMouse &syntheticMouse() = 0;
+    virtual ScreenCapture &screenCapture() = 0;
+    virtual CursorVisibility &cursor() = 0;
+};
+
+} // namespace companion

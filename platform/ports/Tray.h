@@ -1,0 +1,27 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace companion {
+
+// The status icon with its menu.
+class Tray {
+public:
+    struct Entry {
+        std::string title;
+        std::function<void()> action; // None: the entry is shown disabled.
+    };
+
+    virtual ~Tray() = default;
+
+    // Whether the desktop shows status icons at the moment.
+    virtual bool available() const = 0;
+
+    // `iconName` names an image of the program's resources; one that is missing gives no icon and no message.
+    virtual void show(const std::string &iconName, const std::string &menuTitle,
+                      std::vector<Entry> entries) = 0;
+};
+
+} // namespace companion
