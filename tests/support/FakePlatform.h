@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/Log.h"
 #include "platform/ports/CursorVisibility.h"
 #include "platform/ports/InputMonitor.h"
 #include "platform/ports/OverlaySurface.h"
@@ -8,6 +9,8 @@
 #include "platform/ports/SyntheticMouse.h"
 
 #include <QImage>
+
+#include <algorithm>
 
 #include <utility>
 #include <vector>

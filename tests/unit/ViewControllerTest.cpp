@@ -77,7 +77,7 @@ protected:
         platform.monitor.send(InputEventType::MouseMoved, where);
         queue.advance(0ms);
     }
-    bool shown(const std::shared_ptr<View> &view) const {
+    bool shown(const std::shared_ptr<View> &view) {
         return view && !view->isHidden() && view->superview() == controller->canvas().root().get();
     }
     QString hint() const {
