@@ -1,0 +1,117 @@
+#include "support/rig/Desktop.h"
+
+#include <QDir>
+
+#include <csignal>
+
+namespace companion::rig {
+namespace {
+
+constexpr const char *kCompositorSelection = "_NET_WM_CM_S0";
+
+std::string dimensions(const QSize &size) {
+    return std::to_string(size.width()) + "x" + std::to_string(size.height());
+}
+
+// A window manager that has only just announced itself can lose the first windows. Shows it a small one for a
+// short while.
+bool managesProbe(const XConnection &connection) {
+    const xcb_window_t probe = xcb_generate_id(connection);
+    xcb_create_window(connection, XCB_COPY_FROM_PARENT, probe, connection.root(), 0, 0, 10, 10, 0,
+                      XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
+    xcb_map_window(connection, probe);
+    bool managed = false;
+    for (int i = 0; i < 50 && !managed; ++i) {
+        letTimePass(2ms);
+        managed = connection.hasProperty(probe, "WM_STATE");
+    }
+    xcb_destroy_window(connection, probe);
+    connection.sync();
+    return managed;
+}
+
+} // namespace
+
+Desktop::Desktop(const DesktopOptions &options) : m_environment(inheritedEnvironment()) {
+    for (const auto &[variable, folder] : {std::pair{"HOME", "home"},
+                                           {"XDG_CONFIG_HOME", "config"},
+                                           {"XDG_CACHE_HOME", "cache"},
+                                           {"XDG_DATA_HOME", "data"},
+                                           {"XDG_RUNTIME_DIR", "run"}}) {
+        QDir().mkpath(QString::fromStdString(file(folder)));
+        QFile::setPermissions(QString::fromStdString(file(folder)),
+                              QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        m_environment[variable] = file(folder);
+    }
+    m_environment["DBUS_SESSION_BUS_ADDRESS"] = "unix:path=" + file("no-bus"); // Refused at once.
+
+    // The server picks a free number itself and tells it; -noreset keeps it after its last client left.
+    m_server = std::make_unique<ChildProcess>(
+        std::vector<std::string>{"Xvfb", "-displayfd", "1", "-noreset", "-screen", "0",
+                                 dimensions(options.size) + "x24", "-fbdir", file(".")},
+        m_environment);
+    waitUntil("the number of a new X server", [this] {
+        if (!m_server->running())
+            throw std::runtime_error("Xvfb ended: " + m_server->err());
+        return m_server->out().find('\n') != std::string::npos;
+    });
+    m_display = ":" + m_server->out().substr(0, m_server->out().find('\n'));
+    m_environment["DISPLAY"] = m_display;
+    m_connection = std::make_unique<XConnection>(m_display);
+    if (options.windowManager)
+        startWindowManager();
+    if (options.compositor)
+        startCompositor();
+}
+
+std::string Desktop::file(const std::string &name) const {
+    return m_folder.filePath(QString::fromStdString(name)).toStdString();
+}
+
+void Desktop::startWindowManager() {
+    m_windowManager =
+        std::make_unique<ChildProcess>(std::vector<std::string>{"openbox", "--sm-disable"}, m_environment);
+    waitUntil("the window manager", [this] {
+        return m_connection->rootWindowProperty("_NET_SUPPORTING_WM_CHECK") != XCB_WINDOW_NONE;
+    });
+    waitUntil("a window manager that manages", [this] { return managesProbe(*m_connection); });
+}
+
+void Desktop::startCompositor() {
+    m_compositor = std::make_unique<ChildProcess>(
+        std::vector<std::string>{"picom", "--config", "/dev/null", "--backend", "xrender"}, m_environment);
+    waitUntil("the compositor",
+              [this] { return m_connection->selectionOwner(kCompositorSelection) != XCB_WINDOW_NONE; });
+}
+
+void Desktop::stopCompositor() {
+    m_compositor->signal(SIGKILL);
+    m_compositor.reset();
+    waitUntil("the compositor's end",
+              [this] { return m_connection->selectionOwner(kCompositorSelection) == XCB_WINDOW_NONE; });
+}
+
+void Desktop::setSize(const QSize &size) {
+    // The server knows only the size that it started with; any other mode has to be made first. The clock
+    // rate and the blanking mean nothing to it.
+    const std::string mode = dimensions(size);
+    const auto [w, h] = std::pair{size.width(), size.height()};
+    if (ChildProcess list({"xrandr"}, m_environment);
+        list.waitForExit() == 0 && list.out().find(" " + mode + " ") == std::string::npos) {
+        std::vector<std::string> newMode{"xrandr", "--newmode", mode, "60"};
+        for (const int number : {w, w + 8, w + 16, w + 24, h, h + 2, h + 4, h + 8})
+            newMode.push_back(std::to_string(number));
+        run(newMode);
+        run({"xrandr", "--addmode", "screen", mode});
+    }
+    run({"xrandr", "--output", "screen", "--mode", mode});
+    waitUntil("a screen of " + mode, [&] { return this->size() == size; });
+}
+
+void Desktop::run(std::vector<std::string> command) {
+    ChildProcess child(std::move(command), m_environment);
+    if (child.waitForExit() != 0)
+        throw std::runtime_error(child.name() + " failed: " + child.err());
+}
+
+} // namespace companion::rig

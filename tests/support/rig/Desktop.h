@@ -1,0 +1,57 @@
+#pragma once
+
+#include "support/rig/ChildProcess.h"
+#include "support/rig/XConnection.h"
+
+#include <QSize>
+#include <QTemporaryDir>
+
+#include <memory>
+#include <optional>
+
+namespace companion::rig {
+
+struct DesktopOptions {
+    QSize size{1024, 768};
+    bool windowManager = true;
+    bool compositor = true;
+};
+
+// A virtual X screen for one test, with a window manager and a compositor unless told otherwise, an empty
+// home folder and no D-Bus. Ready when the constructor returns.
+class Desktop {
+public:
+    explicit Desktop(const DesktopOptions &options = {});
+
+    const std::string &display() const { return m_display; }
+    // For programs that are to run on this desktop.
+    const Environment &environment() const { return m_environment; }
+    // A path in the desktop's own folder, which goes with the desktop.
+    std::string file(const std::string &name) const;
+    // What the server shows, the cursor included, as an XWD picture.
+    std::string frameBufferFile() const { return file("Xvfb_screen0"); }
+
+    const XConnection &connection() const { return *m_connection; }
+    QSize size() const { return m_connection->screenSize(); }
+    QPoint centre() const { return {size().width() / 2, size().height() / 2}; }
+
+    void startWindowManager();
+    void startCompositor();
+    void stopCompositor(); // With SIGKILL, as a crash would.
+
+    // Not larger than the size that it started with.
+    void setSize(const QSize &size);
+
+private:
+    void run(std::vector<std::string> command);
+
+    QTemporaryDir m_folder;
+    Environment m_environment;
+    std::string m_display;
+    std::unique_ptr<ChildProcess> m_server;
+    std::unique_ptr<XConnection> m_connection;
+    std::unique_ptr<ChildProcess> m_windowManager;
+    std::unique_ptr<ChildProcess> m_compositor;
+};
+
+} // namespace companion::rig

@@ -1,0 +1,129 @@
+#include "support/rig/Screen.h"
+
+#include <QDir>
+#include <QFile>
+#include <QtEndian>
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstring>
+
+namespace companion::rig {
+
+Screen::Screen(const Desktop &desktop) : m_desktop(desktop), m_connection(desktop.display()) {}
+
+QImage Screen::grab() const {
+    return grab(QRect(QPoint(0, 0), m_desktop.size()));
+}
+
+QImage Screen::grab(const QRect &area) const {
+    const auto cookie = xcb_get_image(
+        m_connection, XCB_IMAGE_FORMAT_Z_PIXMAP, m_connection.root(), static_cast<std::int16_t>(area.x()),
+        static_cast<std::int16_t>(area.y()), static_cast<std::uint16_t>(area.width()),
+        static_cast<std::uint16_t>(area.height()), ~0U);
+    const XcbPtr<xcb_get_image_reply_t> reply(xcb_get_image_reply(m_connection, cookie, nullptr));
+    if (!reply)
+        throw std::runtime_error("the screen could not be read");
+    const QImage borrowed(xcb_get_image_data(reply.get()), area.width(), area.height(), area.width() * 4,
+                          QImage::Format_RGB32);
+    QImage copy = borrowed.copy();
+    copy.reinterpretAsFormat(QImage::Format_ARGB32);
+    for (int y = 0; y < copy.height(); ++y) { // The unused byte of a pixel may hold anything.
+        auto *row = reinterpret_cast<QRgb *>(copy.scanLine(y));
+        for (int x = 0; x < copy.width(); ++x)
+            row[x] |= 0xFF000000U;
+    }
+    return copy;
+}
+
+QRgb Screen::pixel(QPoint at) const {
+    return grab(QRect(at, QSize(1, 1))).pixel(0, 0);
+}
+
+milliseconds Screen::waitFor(const std::string &what, const QRect &area,
+                             const std::function<bool(const QImage &)> &pleases, milliseconds limit) const {
+    QImage last;
+    try {
+        return waitUntil(
+            what,
+            [&] {
+                last = grab(area);
+                return pleases(last);
+            },
+            limit);
+    } catch (const WaitTimeout &timeout) {
+        throw WaitTimeout(std::string(timeout.what()) + "; the screen is in " + keepPicture(grab(), what));
+    }
+}
+
+milliseconds Screen::waitForPixel(QPoint at, QRgb colour, milliseconds limit) const {
+    const QString what =
+        QStringLiteral("colour %1 at %2,%3").arg(colour, 8, 16, QLatin1Char('0')).arg(at.x()).arg(at.y());
+    return waitFor(
+        what.toStdString(), QRect(at, QSize(1, 1)),
+        [&](const QImage &image) { return sameColour(image.pixel(0, 0), colour); }, limit);
+}
+
+QImage Screen::settled() const {
+    QImage last = grab();
+    int equal = 0;
+    waitFor("a screen that stays as it is", QRect(QPoint(0, 0), m_desktop.size()), [&](const QImage &now) {
+        equal = now == last ? equal + 1 : 0;
+        last = now;
+        letTimePass(20ms);
+        return equal >= 3;
+    });
+    return last;
+}
+
+bool Screen::cursorVisible() const {
+    // Images that clients read have the cursor taken out; the server's own memory has it in.
+    constexpr int kAround = 12;
+    const QPoint pointer = m_desktop.connection().pointer();
+    const QRect area = QRect(pointer - QPoint(kAround, kAround), QSize(2 * kAround, 2 * kAround)) &
+                       QRect(QPoint(0, 0), m_desktop.size());
+    const QImage without = grab(area);
+
+    QFile file(QString::fromStdString(m_desktop.frameBufferFile()));
+    if (!file.open(QIODevice::ReadOnly))
+        throw std::runtime_error("the server's frame buffer cannot be read");
+    const auto field = [&](int index) {
+        std::array<char, 4> bytes{};
+        file.seek(index * 4);
+        file.read(bytes.data(), 4);
+        return static_cast<qint64>(qFromBigEndian<quint32>(bytes.data()));
+    };
+    // An XWD file: header size, bytes per line and number of colours are its fields 0, 12 and 19.
+    const qint64 start = field(0) + field(19) * 12;
+    const qint64 stride = field(12);
+    for (int y = 0; y < area.height(); ++y) {
+        file.seek(start + (area.y() + y) * stride + area.x() * 4);
+        const QByteArray row = file.read(area.width() * 4);
+        const auto *with = reinterpret_cast<const QRgb *>(row.constData());
+        for (int x = 0; x < area.width(); ++x)
+            if ((with[x] | 0xFF000000U) != without.pixel(x, y))
+                return true;
+    }
+    return false;
+}
+
+bool sameColour(QRgb a, QRgb b, int tolerance) {
+    return std::abs(qRed(a) - qRed(b)) <= tolerance && std::abs(qGreen(a) - qGreen(b)) <= tolerance &&
+           std::abs(qBlue(a) - qBlue(b)) <= tolerance;
+}
+
+std::string keepPicture(const QImage &picture, const std::string &name) {
+    const QDir folder(qEnvironmentVariable("COMPANION_TEST_PICTURES", QStringLiteral("test-pictures")));
+    folder.mkpath(QStringLiteral("."));
+    const auto *test = ::testing::UnitTest::GetInstance()->current_test_info();
+    QString file = QStringLiteral("%1-%2").arg(QLatin1String(test ? test->name() : "setup"),
+                                               QString::fromStdString(name));
+    for (QChar &c : file)
+        if (!c.isLetterOrNumber() && c != QLatin1Char('-'))
+            c = QLatin1Char('_');
+    const QString path = folder.absoluteFilePath(file.left(120) + QStringLiteral(".png"));
+    return picture.save(path) ? path.toStdString() : "(not saved)";
+}
+
+} // namespace companion::rig

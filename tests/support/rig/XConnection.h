@@ -1,0 +1,49 @@
+#pragma once
+
+#include <QPoint>
+#include <QSize>
+
+#include <xcb/xcb.h>
+
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+namespace companion::rig {
+
+// Replies and events of XCB are freed with free().
+struct XcbFree {
+    void operator()(void *memory) const { std::free(memory); }
+};
+template <class T>
+using XcbPtr = std::unique_ptr<T, XcbFree>;
+
+// One client of an X server.
+class XConnection {
+public:
+    // Throws when the server cannot be reached.
+    explicit XConnection(const std::string &display);
+    ~XConnection();
+    XConnection(const XConnection &) = delete;
+    XConnection &operator=(const XConnection &) = delete;
+
+    operator xcb_connection_t *() const { return m_connection; }
+    const xcb_screen_t &screen() const { return *m_screen; }
+    xcb_window_t root() const { return m_screen->root; }
+
+    xcb_atom_t atom(const std::string &name) const;
+    xcb_window_t selectionOwner(const std::string &selection) const;
+    // The first window that a property of the root names; none if it is not there.
+    xcb_window_t rootWindowProperty(const std::string &property) const;
+    bool hasProperty(xcb_window_t window, const std::string &property) const;
+    QPoint pointer() const;
+    QSize screenSize() const;
+    // Returns when the server has carried out every request so far.
+    void sync() const;
+
+private:
+    xcb_connection_t *m_connection;
+    xcb_screen_t *m_screen = nullptr;
+};
+
+} // namespace companion::rig
