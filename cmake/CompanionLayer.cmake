@@ -11,6 +11,7 @@ endfunction()
 add_library(companion_warnings INTERFACE)
 target_compile_options(companion_warnings INTERFACE
   -Wall -Wextra -Wshadow -Wconversion -Wold-style-cast -Werror)
+target_compile_definitions(companion_warnings INTERFACE QT_NO_KEYWORDS) # `signals` is also a word of POSIX.
 
 if(COMPANION_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)

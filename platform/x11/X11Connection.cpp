@@ -46,24 +46,31 @@ bool sameByteOrder(xcb_connection_t *xcb) {
 
 } // namespace
 
+X11Connection::Link X11Connection::connect(const std::string &displayName, std::string &error) {
+    Link link;
+    const char *name = displayName.empty() ? nullptr : displayName.c_str();
+    link.xcb = {xcb_connect(name, &link.screenNumber), xcb_disconnect};
+    if (xcb_connection_has_error(link.xcb.get()) == 0)
+        return link;
+    const char *environment = std::getenv("DISPLAY");
+    const std::string tried = name ? name : (environment ? environment : "");
+    error = tried.empty() ? "no X server: DISPLAY is not set" : "cannot reach the X server '" + tried + "'";
+    return {};
+}
+
 std::unique_ptr<X11Connection> X11Connection::open(const std::string &displayName, std::string &error) {
     // Writing to a server that has gone must end in checkAlive(), not in a signal.
     std::signal(SIGPIPE, SIG_IGN);
 
-    int screenNumber = 0;
-    const char *name = displayName.empty() ? nullptr : displayName.c_str();
-    std::shared_ptr<xcb_connection_t> xcb(xcb_connect(name, &screenNumber), xcb_disconnect);
-    if (xcb_connection_has_error(xcb.get()) != 0) {
-        const char *environment = std::getenv("DISPLAY");
-        error = std::string("cannot reach the X server '") +
-                (name ? name : (environment ? environment : "")) + "'";
+    Link link = connect(displayName, error);
+    if (!link.xcb)
         return nullptr;
-    }
-    if (!sameByteOrder(xcb.get())) {
+    if (!sameByteOrder(link.xcb.get())) {
         error = "the X server's byte order is not this machine's";
         return nullptr;
     }
-    auto connection = std::unique_ptr<X11Connection>(new X11Connection(std::move(xcb), screenNumber));
+    auto connection =
+        std::unique_ptr<X11Connection>(new X11Connection(std::move(link.xcb), link.screenNumber));
     if (!connection->askExtensions(error))
         return nullptr;
     return connection;

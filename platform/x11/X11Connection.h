@@ -39,6 +39,14 @@ public:
 
     using EventHandler = std::function<void(const xcb_generic_event_t &)>;
 
+    // A bare connection and the number of its default screen; null, with the reason, when the server cannot
+    // be reached.
+    struct Link {
+        std::shared_ptr<xcb_connection_t> xcb;
+        int screenNumber = 0;
+    };
+    static Link connect(const std::string &displayName, std::string &error);
+
     // Null, with the reason, when the server cannot be reached or lacks what the overlay stands on. An empty
     // name means the DISPLAY of the environment.
     static std::unique_ptr<X11Connection> open(const std::string &displayName, std::string &error);

@@ -61,4 +61,8 @@ std::unique_ptr<Platform> makeX11Platform(const X11Needs &needs, std::string &er
     return platform;
 }
 
+bool x11ServerAnswers(std::string &error) {
+    return X11Connection::connect({}, error).xcb != nullptr;
+}
+
 } // namespace companion

@@ -20,4 +20,8 @@ struct X11Needs {
 // overlay stands on. Needs a running QCoreApplication.
 std::unique_ptr<Platform> makeX11Platform(const X11Needs &needs, std::string &error);
 
+// Whether the X server of the environment's DISPLAY lets us in; `error` says why not. Needs no application
+// object: Qt aborts the process where there is no display, so this is asked first.
+bool x11ServerAnswers(std::string &error);
+
 } // namespace companion

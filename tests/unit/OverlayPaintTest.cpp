@@ -118,7 +118,7 @@ TEST_F(OverlayPaintTest, TheSpotlightDimsEverythingButTheDiscInTheBackColourAtTh
     EXPECT_EQ(at(296, 180), 0U);
     EXPECT_EQ(at(294, 180), dim);
     EXPECT_EQ(at(345, 180), dim);
-    EXPECT_EQ(at(303, 163), dim) << "the corner of the effect rect";
+    EXPECT_EQ(at(301, 161), dim) << "the corner of the effect rect";
 
     spotlight->setSpotlightRect(effectRect({0, 0}, 50)); // Cut by two edges of the screen.
     spotlight->setNeedsDisplay();

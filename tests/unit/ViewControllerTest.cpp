@@ -368,9 +368,11 @@ TEST_F(ViewControllerTest, NothingOfTheOverlayIsOnTheScreenWhenAPictureIsTaken) 
     center.post(LOCAL_MOUSESIZEVALUEADD); // The hint would be in the picture.
     hold(300ms);
     platform.monitor.send(InputEventType::KeyDown, {}, kVirtualKeyF5);
-    hold(200ms);
+    queue.advance(199ms);
     EXPECT_FALSE(platform.fakeSurface.occupied.empty());
     effectKey();
+    queue.advance(1ms);
+    EXPECT_TRUE(platform.fakeSurface.occupied.empty());
     queue.advance(99ms);
     EXPECT_TRUE(platform.fakeSurface.occupied.empty());
     queue.advance(1ms);
