@@ -32,6 +32,7 @@ double mainScreenScale() {
 Application::Application(const CommandLine &line)
     : m_line(line),
       m_store(line.demo ? SettingsStore() : SettingsStore(SettingsStore::defaultPath())),
+      m_language(m_store),
       m_config([this] { return std::make_unique<ConfigManager>(m_store); }),
       m_virtualReceiver(m_queue),
       m_signals([this] { quit(); }) {}
@@ -79,10 +80,12 @@ bool Application::makePlatform(std::string &error) {
 
 void Application::start() {
     m_window.emplace(m_queue, m_center, m_platform->surface());
-    m_controller.emplace(ViewController::Needs{m_queue, m_center, ConfigManager::sharedInstance(),
-                                               HidManager::sharedInstance(), *m_platform,
-                                               [](std::string_view) { return std::optional<QString>(); },
-                                               [] { return std::shared_ptr<PresentedController>(); }});
+    m_controller.emplace(ViewController::Needs{
+        m_queue, m_center, ConfigManager::sharedInstance(), HidManager::sharedInstance(), *m_platform,
+        [](std::string_view key) {
+            return LanguageSetting::getText(QString::fromUtf8(key.data(), qsizetype(key.size())));
+        },
+        [] { return std::shared_ptr<PresentedController>(); }});
     m_delegate.emplace(m_center, std::make_unique<QtTray>(), [this] { quit(); });
 
     m_window->windowDidLoad();

@@ -14,6 +14,7 @@
 #include "receiver/HidManager.h"
 #include "settings/ConfigManager.h"
 #include "settings/SettingsStore.h"
+#include "settings_ui/languages/LanguageSetting.h"
 
 #include <memory>
 #include <optional>
@@ -47,6 +48,7 @@ private:
     QtMainQueue m_queue;
     NotificationCenter m_center;
     SettingsStore m_store;
+    LanguageSetting::UseStore m_language;
     Shared<ConfigManager>::Scope m_config;
     std::unique_ptr<Platform> m_platform;
     VirtualReceiver m_virtualReceiver;
