@@ -61,7 +61,8 @@ public:
     // Above whatever has come up since; the order of the levels stays.
     virtual void raise() = 0;
 
-    // `paint` is called once for each patch, during the call.
+    // `paint` is called during the call: for each patch, or for bands of it if it is large. Not while
+    // the overlay is out of sight or `occupied` is empty: then there is nothing to paint.
     virtual void present(const SurfaceFrame &frame, const std::function<void(const PixelPatch &)> &paint) = 0;
 };
 

@@ -15,8 +15,8 @@ public:
 
     // The part of the desktop that the overlay covers, in device pixels, with the overlay's own drawing in it
     // if it shows any. Calls back on the main queue's thread, at once or later, exactly once; a null image
-    // means refused. The image may look into memory that the next capture reuses: keep a copy, not the image,
-    // beyond that.
+    // means refused. The image stays as it is for as long as it is held, at the cost of a whole screen's
+    // memory; drop it before the next capture and that memory is used again.
     virtual void captureDesktop(std::function<void(const QImage &)> done) = 0;
 };
 

@@ -1,0 +1,111 @@
+#include "app/Application.h"
+
+#include "core/Log.h"
+#include "platform/hidapi/HidApiPort.h"
+#include "platform/null/NullPlatform.h"
+#include "platform/ports/Platform.h"
+#include "platform/qt/QtTray.h"
+#include "platform/virtual_receiver/VirtualHidPort.h"
+#include "platform/x11/X11Platform.h"
+
+#include <QGuiApplication>
+#include <QScreen>
+
+#include <cstdio>
+#include <cstdlib>
+#include <unistd.h>
+
+namespace companion {
+namespace {
+
+constexpr int kCannotRun = 1;
+constexpr int kWrongUsage = 2;
+
+double mainScreenScale() {
+    const QScreen *screen = QGuiApplication::primaryScreen();
+    return screen != nullptr ? screen->devicePixelRatio() : 1;
+}
+
+} // namespace
+
+// The demonstration switches modes, which saves: it must not touch the user's settings.
+Application::Application(const CommandLine &line)
+    : m_line(line),
+      m_store(line.demo ? SettingsStore() : SettingsStore(SettingsStore::defaultPath())),
+      m_language(m_store),
+      m_config([this] { return std::make_unique<ConfigManager>(m_store); }),
+      m_virtualReceiver(m_queue),
+      m_signals([this] { quit(); }) {}
+
+Application::~Application() = default;
+
+std::unique_ptr<Application> Application::make(const CommandLine &line, std::string &error, int &status) {
+    std::unique_ptr<Application> application(new Application(line));
+    if (!application->makeReceiver(error)) {
+        status = kWrongUsage;
+        return nullptr;
+    }
+    if (!application->makePlatform(error)) {
+        status = kCannotRun;
+        return nullptr;
+    }
+    return application;
+}
+
+bool Application::makeReceiver(std::string &error) {
+    if (!m_line.virtualReceiver && !m_line.demo) {
+        m_hid = std::make_unique<HidApiPort>();
+    } else {
+        m_hid = std::make_unique<VirtualHidPort>(m_virtualReceiver);
+        if (!m_line.virtualReceiverPath.empty()) {
+            m_feed = ReceiverFeed::open(m_line.virtualReceiverPath, m_virtualReceiver, m_queue, error);
+            if (!m_feed)
+                return false;
+        }
+    }
+    m_link.emplace([this] {
+        return std::make_unique<HidManager>(
+            HidManager::Needs{m_queue, m_center, *m_hid, m_line.vendorId, m_line.productId});
+    });
+    return true;
+}
+
+bool Application::makePlatform(std::string &error) {
+    if (QGuiApplication::platformName() == QLatin1String("xcb"))
+        m_platform = makeX11Platform({m_queue, mainScreenScale}, error);
+    else
+        m_platform = makeNullPlatform();
+    return m_platform != nullptr;
+}
+
+void Application::start() {
+    m_window.emplace(m_queue, m_center, m_platform->surface());
+    m_controller.emplace(ViewController::Needs{
+        m_queue, m_center, ConfigManager::sharedInstance(), HidManager::sharedInstance(), *m_platform,
+        [](std::string_view key) {
+            return LanguageSetting::getText(QString::fromUtf8(key.data(), qsizetype(key.size())));
+        },
+        [] { return std::shared_ptr<PresentedController>(); }});
+    m_delegate.emplace(m_center, std::make_unique<QtTray>(), [this] { quit(); });
+
+    m_window->windowDidLoad();
+    m_controller->viewDidLoad();
+    m_delegate->applicationDidFinishLaunching();
+    m_controller->viewDidAppear();
+
+    if (m_line.demo) {
+        m_demo.emplace(Demo::Needs{m_queue, m_virtualReceiver, m_platform->surface(),
+                                   m_platform->syntheticMouse(), [this] { quit(); }});
+        m_demo->start();
+    }
+}
+
+// At once, whatever loop or menu is running: every change is saved already, and the display server takes the
+// overlay off the screen and shows the cursor when our connection closes.
+void Application::quit() {
+    m_feed.reset(); // Its socket has a name in the file system.
+    std::fflush(nullptr);
+    _exit(EXIT_SUCCESS);
+}
+
+} // namespace companion

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "app/AppDelegate.h"
+#include "app/CommandLine.h"
+#include "app/Demo.h"
+#include "app/MainWindowController.h"
+#include "app/SignalWatch.h"
+#include "core/NotificationCenter.h"
+#include "core/QtMainQueue.h"
+#include "core/Shared.h"
+#include "overlay/ViewController.h"
+#include "platform/virtual_receiver/ReceiverFeed.h"
+#include "platform/virtual_receiver/VirtualReceiver.h"
+#include "receiver/HidManager.h"
+#include "settings/ConfigManager.h"
+#include "settings/SettingsStore.h"
+#include "settings_ui/languages/LanguageSetting.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace companion {
+
+class HidPort;
+class Platform;
+
+// Builds the program's objects with their dependencies, in the order of start-up, and starts it. The only
+// place that chooses backends. Needs a QApplication.
+class Application {
+public:
+    // Null when the program cannot run as asked; `error` then says why and `status` is the exit status.
+    static std::unique_ptr<Application> make(const CommandLine &line, std::string &error, int &status);
+
+    // Loads the overlay, puts up the status menu and shows the overlay. The event loop does the rest.
+    void start();
+
+    ~Application();
+
+private:
+    explicit Application(const CommandLine &line);
+
+    bool makeReceiver(std::string &error);
+    bool makePlatform(std::string &error);
+    [[noreturn]] void quit();
+
+    CommandLine m_line;
+    QtMainQueue m_queue;
+    NotificationCenter m_center;
+    SettingsStore m_store;
+    LanguageSetting::UseStore m_language;
+    Shared<ConfigManager>::Scope m_config;
+    std::unique_ptr<Platform> m_platform;
+    VirtualReceiver m_virtualReceiver;
+    std::unique_ptr<ReceiverFeed> m_feed;
+    std::unique_ptr<HidPort> m_hid;
+    std::optional<Shared<HidManager>::Scope> m_link;
+    std::optional<MainWindowController> m_window;
+    std::optional<ViewController> m_controller;
+    std::optional<AppDelegate> m_delegate;
+    std::optional<Demo> m_demo;
+    SignalWatch m_signals;
+};
+
+} // namespace companion

@@ -1,0 +1,129 @@
+#include "app/CommandLine.h"
+
+#include "receiver/ReceiverIdentity.h"
+
+#include <algorithm>
+#include <string_view>
+
+namespace companion {
+namespace {
+
+enum class Value { None, Optional, Required };
+
+struct Option {
+    std::string_view name;
+    Value value;
+    std::string_view valueName;
+    std::string_view help;
+    // False with `error` set when the value makes no sense.
+    bool (*apply)(CommandLine &line, std::string_view value, std::string &error);
+};
+
+bool applyReceiver(CommandLine &line, std::string_view value, std::string &error) {
+    const auto identity = parseReceiverIdentity(value, error);
+    if (!identity)
+        return false;
+    line.vendorId = identity->vendorId;
+    line.productId = identity->productId;
+    return true;
+}
+
+bool applyVirtualReceiver(CommandLine &line, std::string_view value, std::string &) {
+    line.virtualReceiver = true;
+    line.virtualReceiverPath = value;
+    return true;
+}
+
+constexpr Option kOptions[] = {
+    {"--demo", Value::None, "", "show each effect in turn with a receiver that needs no hardware, then end",
+     [](CommandLine &line, std::string_view, std::string &) { return line.demo = true; }},
+    {"--receiver", Value::Required, "VVVV:PPPP", "use the receiver with these USB identifiers (hexadecimal)",
+     applyReceiver},
+    {"--virtual-receiver", Value::Optional, "PATH",
+     "a receiver without hardware, fed with commands from standard input (-), a script file, or a socket "
+     "that is "
+     "made at PATH",
+     applyVirtualReceiver},
+    {"--version", Value::None, "", "print the version and end",
+     [](CommandLine &line, std::string_view, std::string &) {
+         line.action = CommandLine::Action::Version;
+         return true;
+     }},
+    {"--help", Value::None, "", "print this text and end",
+     [](CommandLine &line, std::string_view, std::string &) {
+         line.action = CommandLine::Action::Help;
+         return true;
+     }},
+};
+
+std::string quoted(std::string_view text) {
+    return "'" + std::string(text) + "'";
+}
+
+std::string synopsis(const Option &option) {
+    std::string text(option.name);
+    if (option.value == Value::Required)
+        text += "=" + std::string(option.valueName);
+    if (option.value == Value::Optional)
+        text += "[=" + std::string(option.valueName) + "]";
+    return text;
+}
+
+} // namespace
+
+std::optional<CommandLine> parseCommandLine(std::span<const char *const> arguments, std::string &error) {
+    CommandLine line;
+    line.vendorId = builtInReceiverIdentity().vendorId;
+    line.productId = builtInReceiverIdentity().productId;
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        const std::string_view argument = arguments[i];
+        const std::string_view name = argument.substr(0, argument.find('='));
+        const auto *option = std::find_if(std::begin(kOptions), std::end(kOptions),
+                                          [&](const Option &o) { return o.name == name; });
+        if (option == std::end(kOptions)) {
+            error =
+                (argument.starts_with('-') ? "unknown option " : "unexpected argument ") + quoted(argument);
+            return std::nullopt;
+        }
+        const bool given = name.size() < argument.size();
+        std::string_view value = given ? argument.substr(name.size() + 1) : std::string_view();
+        if (option->value == Value::None && given) {
+            error = "option " + quoted(name) + " takes no value, but " + quoted(argument) + " gives one";
+            return std::nullopt;
+        }
+        if (option->value == Value::Required && !given) {
+            if (++i == arguments.size()) {
+                error = "option " + quoted(name) + " needs a value: " + synopsis(*option);
+                return std::nullopt;
+            }
+            value = arguments[i];
+        }
+        if (option->value == Value::Optional && given && value.empty()) {
+            error = "option " + quoted(argument) + " names no path";
+            return std::nullopt;
+        }
+        if (!option->apply(line, value, error))
+            return std::nullopt;
+    }
+    if (line.demo && line.virtualReceiver) {
+        error = "'--demo' brings its own receiver and cannot be combined with '--virtual-receiver'";
+        return std::nullopt;
+    }
+    return line;
+}
+
+std::string helpText() {
+    constexpr std::size_t column = 28;
+    std::string text =
+        "Usage: presenter-companion [OPTION]...\n"
+        "Shows a spotlight, a laser dot or a magnifier around the mouse while the effect key of a\n"
+        "wireless presenter is held.\n\n";
+    for (const Option &option : kOptions) {
+        std::string row = "  " + synopsis(option);
+        row.resize(std::max(column, row.size() + 2), ' ');
+        text += row + std::string(option.help) + "\n";
+    }
+    return text;
+}
+
+} // namespace companion

@@ -1,0 +1,71 @@
+#include "app/Application.h"
+#include "app/CommandLine.h"
+#include "app/SignalWatch.h"
+#include "core/Log.h"
+#include "platform/x11/X11Platform.h"
+
+#include <QApplication>
+
+#include <cstdio>
+#include <cstdlib>
+#include <span>
+#include <string>
+
+using namespace companion;
+
+namespace {
+
+constexpr int kCannotRun = 1;
+constexpr int kWrongUsage = 2;
+
+int fail(const std::string &error, int status) {
+    std::fprintf(stderr, "presenter-companion: %s\n", singleLine(error).c_str());
+    return status;
+}
+
+void toLog(QtMsgType, const QMessageLogContext &, const QString &message) {
+    Log::line(message.toStdString());
+}
+
+// Without a display Qt would abort the process; without one chosen, it may pick another than ours.
+bool chooseDisplay(std::string &error) {
+    if (qEnvironmentVariableIsSet("QT_QPA_PLATFORM") && qgetenv("QT_QPA_PLATFORM") != "xcb")
+        return true;
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    return x11ServerAnswers(error);
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    std::string error;
+    const auto line = parseCommandLine(
+        std::span<const char *const>(argv + 1, static_cast<std::size_t>(argc > 0 ? argc - 1 : 0)), error);
+    if (!line)
+        return fail(error + "; try --help", kWrongUsage);
+    if (line->action == CommandLine::Action::Help) {
+        std::fputs(helpText().c_str(), stdout);
+        return EXIT_SUCCESS;
+    }
+    if (line->action == CommandLine::Action::Version) {
+        std::puts("presenter-companion " COMPANION_VERSION);
+        return EXIT_SUCCESS;
+    }
+    if (!chooseDisplay(error))
+        return fail(error, kCannotRun);
+
+    SignalWatch::blockSignals();
+    qInstallMessageHandler(toLog);
+    int qtArgumentCount = 1; // Our options are not Qt's.
+    QApplication application(qtArgumentCount, argv);
+    QApplication::setApplicationName(QStringLiteral("presenter-companion"));
+    QApplication::setDesktopFileName(QStringLiteral("presenter-companion"));
+    QApplication::setQuitOnLastWindowClosed(false);
+
+    int status = EXIT_FAILURE;
+    const auto companion = Application::make(*line, error, status);
+    if (!companion)
+        return fail(error, status);
+    companion->start();
+    return QApplication::exec();
+}

@@ -1,0 +1,64 @@
+#pragma once
+
+#include "overlay/Disc.h"
+#include "overlay/View.h"
+
+#include <QImage>
+
+namespace companion {
+
+class ConfigManager;
+
+// Holds a picture whose pixels lie on the overlay's device pixels one to one. Always in a holder that lies
+// out of sight, so it never paints; the lens looks at its picture.
+class ImageView final : public View {
+public:
+    using View::View;
+
+    const QImage &image() const { return m_image; } // Null: none.
+    void setImage(const QImage &image) {
+        m_image = image.depth() == 32 ? image : image.convertToFormat(QImage::Format_RGB32);
+    }
+
+    void paint(const PixelPatch &) const override {}
+
+private:
+    QImage m_image;
+};
+
+// The magnifier's lens: a disc with a white ring that shows the picture under the cursor enlarged by a whole
+// factor. A point p of the picture is drawn at lens centre + z * (p - cursor).
+class ZoomView final : public View {
+public:
+    ZoomView(const PointRect &frame, const ConfigManager &config);
+
+    // The view whose picture is shown: the holder of an ImageView. May be null.
+    const std::shared_ptr<View> &renderView() const { return m_renderView; }
+    void setRenderView(std::shared_ptr<View> view) { m_renderView = std::move(view); }
+
+    // Origin of the effect rect, overlay points. Set the frame first: this asks for the redraw.
+    Point renderPoint() const { return m_renderPoint; }
+    void setRenderPoint(Point point);
+
+    void paint(const PixelPatch &patch) const override;
+
+protected:
+    Look drawRect(const PixelSpace &space, const PointRect &frameInRoot) override;
+
+private:
+    const QImage &picture() const;
+    void paintPicture(Pixel *row, int y, const QRect &area) const;
+    void paintRing(Pixel *row, int y, const QRect &area) const;
+
+    const ConfigManager &m_config;
+    std::shared_ptr<View> m_renderView;
+    Point m_renderPoint;
+    std::int64_t m_zoom = 0; // Whole factor; 0 shows nothing inside the ring.
+    QPointF m_cursor;        // Device pixels.
+    QPointF m_centre;        // Of the lens, device pixels.
+    Disc m_disc{QRectF()};
+    Disc m_inside{QRectF()}; // Within the ring.
+    Pixel m_ring = 0;
+};
+
+} // namespace companion

@@ -1,0 +1,67 @@
+#include "overlay/TextField.h"
+
+#include <QFont>
+#include <QFontMetricsF>
+#include <QImage>
+#include <QPainter>
+#include <QPainterPath>
+
+#include <algorithm>
+
+namespace companion {
+namespace {
+
+constexpr double kPadding = 6; // Points kept free at the left and right edge.
+
+QColor toQColor(const Color &color) {
+    const auto part = [](double value) { return static_cast<float>(value); };
+    return QColor::fromRgbF(part(color.red), part(color.green), part(color.blue), part(color.alpha));
+}
+
+QFont fittingFont(const QString &text, double pixelSize, const QSizeF &room) {
+    QFont font;
+    font.setPixelSize(std::max(1, qRound(pixelSize)));
+    const QSizeF needed = QFontMetricsF(font).size(0, text);
+    const double fit = std::min(room.width() / needed.width(), room.height() / needed.height());
+    if (fit < 1)
+        font.setPixelSize(std::max(1, static_cast<int>(font.pixelSize() * fit)));
+    return font;
+}
+
+} // namespace
+
+TextField::TextField(const PointRect &frame, double fontSize) : View(frame), m_fontSize(fontSize) {}
+
+void TextField::setText(const QString &text) {
+    if (text == m_text)
+        return;
+    m_text = text;
+    setNeedsDisplay();
+}
+
+Look TextField::drawRect(const PixelSpace &space, const PointRect &frameInRoot) {
+    m_scale = space.scale;
+    return {0, space.snapped(frameInRoot)};
+}
+
+void TextField::paint(const PixelPatch &patch) const {
+    QImage image(reinterpret_cast<uchar *>(patch.pixels), patch.area.width(), patch.area.height(),
+                 patch.stride * static_cast<int>(sizeof(Pixel)), QImage::Format_ARGB32_Premultiplied);
+    QPainter painter(&image);
+    painter.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing);
+    painter.translate(-patch.area.topLeft());
+    const QRectF frame = pixelFrame();
+    const double radius = layer().cornerRadius * m_scale;
+    QPainterPath shape;
+    shape.addRoundedRect(frame, radius, radius);
+    painter.fillPath(shape, toQColor(layer().backgroundColor));
+    if (m_text.isEmpty())
+        return;
+    const QRectF room = frame.adjusted(kPadding * m_scale, 0, -kPadding * m_scale, 0);
+    painter.setClipPath(shape);
+    painter.setFont(fittingFont(m_text, m_fontSize * m_scale, room.size()));
+    painter.setPen(Qt::black);
+    painter.drawText(room, Qt::AlignCenter, m_text);
+}
+
+} // namespace companion

@@ -1,0 +1,76 @@
+#include "platform/null/NullPlatform.h"
+
+#include "core/Log.h"
+#include "platform/ports/CursorVisibility.h"
+#include "platform/ports/InputMonitor.h"
+#include "platform/ports/OverlaySurface.h"
+#include "platform/ports/ScreenCapture.h"
+#include "platform/ports/SyntheticMouse.h"
+
+namespace companion {
+
+namespace {
+
+class NullSurface final : public OverlaySurface {
+public:
+    Size size() const override { return {}; }
+    double scale() const override { return 1; }
+    bool translucent() const override { return false; }
+    void onChanged(std::function<void()>) override {}
+    void setLevel(int) override {}
+    void setTakesMouse(bool) override {}
+    void raise() override {}
+    void present(const SurfaceFrame &, const std::function<void(const PixelPatch &)> &) override {}
+};
+
+class NullInputMonitor final : public InputMonitor {
+public:
+    bool available() const override { return false; }
+    void addGlobalMonitor(unsigned, Handler) override {}
+};
+
+class NullSyntheticMouse final : public SyntheticMouse {
+public:
+    bool available() const override { return false; }
+    void post(SyntheticMouseEvent, QPointF) override {}
+};
+
+class NullScreenCapture final : public ScreenCapture {
+public:
+    bool available() const override { return false; }
+    void captureDesktop(std::function<void(const QImage &)> done) override { done(QImage()); }
+};
+
+class NullCursor final : public CursorVisibility {
+public:
+    bool available() const override { return false; }
+    void setHiddenUntilMouseMoves() override {}
+    void show() override {}
+};
+
+class NullPlatform final : public Platform {
+public:
+    NullPlatform() { Log::line("no display: nothing is drawn and the mouse and keyboard are not followed"); }
+
+    std::string_view name() const override { return "null"; }
+    OverlaySurface &surface() override { return m_surface; }
+    InputMonitor &inputMonitor() override { return m_inputMonitor; }
+    SyntheticMouse &syntheticMouse() override { return m_syntheticMouse; }
+    ScreenCapture &screenCapture() override { return m_screenCapture; }
+    CursorVisibility &cursor() override { return m_cursor; }
+
+private:
+    NullSurface m_surface;
+    NullInputMonitor m_inputMonitor;
+    NullSyntheticMouse m_syntheticMouse;
+    NullScreenCapture m_screenCapture;
+    NullCursor m_cursor;
+};
+
+} // namespace
+
+std::unique_ptr<Platform> makeNullPlatform() {
+    return std::make_unique<NullPlatform>();
+}
+
+} // namespace companion

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "core/Lifetime.h"
+#include "platform/virtual_receiver/FeedConnection.h"
+#include "platform/virtual_receiver/ReceiverFeed.h"
+
+#include <sys/types.h>
+
+#include <list>
+#include <memory>
+#include <string>
+
+class QSocketNotifier;
+
+namespace companion {
+
+// Listens on a Unix socket of its own making and serves each connection as a feed.
+class SocketFeed final : public ReceiverFeed {
+public:
+    static constexpr std::size_t kMaxConnections = 16;
+
+    // At a path where there is nothing.
+    static std::unique_ptr<ReceiverFeed> create(const std::string &path, VirtualReceiver &receiver,
+                                                MainQueue &queue, std::string &error);
+
+    // In place of a socket that nobody listens on any more.
+    static std::unique_ptr<ReceiverFeed> replace(const std::string &path, VirtualReceiver &receiver,
+                                                 MainQueue &queue, std::string &error);
+
+    SocketFeed(FileDescriptor listener, const std::string &path, VirtualReceiver &receiver, MainQueue &queue);
+    ~SocketFeed() override;
+
+private:
+    void accept();
+    void refuse(int connection);
+    void dropEnded();
+
+    FileDescriptor m_listener;
+    std::string m_path;
+    dev_t m_device = 0; // Of our socket file: what stands at the path later may be another's.
+    ino_t m_inode = 0;
+    VirtualReceiver &m_receiver;
+    MainQueue &m_queue;
+    std::unique_ptr<QSocketNotifier> m_acceptable;
+    std::list<FeedConnection> m_connections;
+    Lifetime m_life;
+};
+
+} // namespace companion

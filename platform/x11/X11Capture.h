@@ -1,0 +1,37 @@
+#pragma once
+
+#include "core/Lifetime.h"
+#include "core/MainQueue.h"
+#include "platform/ports/ScreenCapture.h"
+#include "platform/x11/X11Connection.h"
+#include "platform/x11/X11Screens.h"
+#include "platform/x11/X11SharedMemory.h"
+
+namespace companion {
+
+// Pictures of the main screen, answered within the call. The server writes them into memory that the picture
+// itself keeps; memory no longer looked at serves the next capture, and is given back when none follows soon.
+class X11Capture final : public ScreenCapture {
+public:
+    X11Capture(X11Connection &connection, X11Screens &screens, MainQueue &queue);
+    X11Capture(const X11Capture &) = delete;
+    X11Capture &operator=(const X11Capture &) = delete;
+
+    bool available() const override { return m_available; }
+    void captureDesktop(std::function<void(const QImage &)> done) override;
+
+private:
+    QImage shared(const QRect &area);
+    QImage copied(const QRect &area);
+    void releaseSoon();
+
+    X11Connection &m_connection;
+    X11Screens &m_screens;
+    MainQueue &m_queue;
+    bool m_available;
+    std::shared_ptr<X11SharedMemory> m_memory;
+    bool m_releasePosted = false;
+    Lifetime m_lifetime;
+};
+
+} // namespace companion

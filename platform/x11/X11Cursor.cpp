@@ -1,0 +1,28 @@
+#include "platform/x11/X11Cursor.h"
+
+#include <xcb/xfixes.h>
+
+namespace companion {
+
+void X11Cursor::setHiddenUntilMouseMoves() {
+    if (m_hidden)
+        return;
+    m_hidden = true;
+    m_hiddenBy = xcb_xfixes_hide_cursor(m_connection.xcb(), m_connection.root()).sequence;
+    m_connection.flush();
+}
+
+void X11Cursor::show() {
+    if (!m_hidden)
+        return;
+    m_hidden = false;
+    xcb_xfixes_show_cursor(m_connection.xcb(), m_connection.root());
+    m_connection.flush();
+}
+
+void X11Cursor::mouseMoved(unsigned sequence) {
+    if (static_cast<std::int32_t>(sequence - m_hiddenBy) >= 0)
+        show();
+}
+
+} // namespace companion

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "platform/ports/CursorVisibility.h"
+#include "platform/x11/X11Connection.h"
+
+namespace companion {
+
+// Hides the cursor for the whole desktop. The server counts each hiding and takes them back when the
+// connection ends; here it is never hidden twice.
+class X11Cursor final : public CursorVisibility {
+public:
+    explicit X11Cursor(X11Connection &connection) : m_connection(connection) {}
+
+    bool available() const override { return true; }
+    void setHiddenUntilMouseMoves() override;
+    void show() override;
+
+    // A motion that came after the request `sequence`; older ones do not end a later hiding.
+    void mouseMoved(unsigned sequence);
+
+private:
+    X11Connection &m_connection;
+    bool m_hidden = false;
+    unsigned m_hiddenBy = 0;
+};
+
+} // namespace companion

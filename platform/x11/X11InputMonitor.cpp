@@ -1,0 +1,132 @@
+#include "platform/x11/X11InputMonitor.h"
+
+#include <xcb/xinput.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace companion {
+
+namespace {
+
+struct Key {
+    std::uint32_t keycode; // The kernel's key code plus 8: the position on the board, whatever the layout.
+    int virtualKey;
+};
+constexpr Key kKeys[] = {
+    {56, kVirtualKeyB},
+    {71, kVirtualKeyF5},
+    {112, kVirtualKeyPageUp},
+    {117, kVirtualKeyPageDown},
+};
+
+struct Button {
+    std::uint32_t number;
+    InputEventType released;
+};
+constexpr Button kButtons[] = {{1, InputEventType::LeftMouseUp}, {3, InputEventType::RightMouseUp}};
+
+constexpr unsigned bit(InputEventType type) {
+    return 1u << static_cast<unsigned>(type);
+}
+
+constexpr unsigned kMotions = bit(InputEventType::MouseMoved) | bit(InputEventType::LeftMouseDragged) |
+                              bit(InputEventType::RightMouseDragged);
+
+InputEventType motionWith(std::uint16_t buttons) {
+    if (buttons & XCB_BUTTON_MASK_1)
+        return InputEventType::LeftMouseDragged;
+    return buttons & XCB_BUTTON_MASK_3 ? InputEventType::RightMouseDragged : InputEventType::MouseMoved;
+}
+
+} // namespace
+
+X11InputMonitor::X11InputMonitor(X11Connection &connection, X11Screens &screens)
+    : m_connection(connection),
+      m_screens(screens) {
+    struct {
+        xcb_input_event_mask_t head;
+        std::uint32_t mask;
+    } const select{{XCB_INPUT_DEVICE_ALL_MASTER, 1}, // All devices would tell everything twice.
+                   XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE |
+                       XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_RELEASE | XCB_INPUT_XI_EVENT_MASK_RAW_MOTION};
+    xcb_input_xi_select_events(connection.xcb(), connection.root(), 1, &select.head);
+    connection.onEvent(XCB_GE_GENERIC, [this](const xcb_generic_event_t &event) { collect(event); });
+    connection.onBatchEnd([this] { deliver(); });
+}
+
+void X11InputMonitor::addGlobalMonitor(unsigned mask, Handler handler) {
+    m_monitors.push_back({mask, std::move(handler)});
+    m_wanted |= mask;
+}
+
+void X11InputMonitor::collect(const xcb_generic_event_t &event) {
+    const auto &raw = reinterpret_cast<const xcb_input_raw_button_press_event_t &>(event);
+    if (raw.extension != m_connection.extensions().xinputOpcode)
+        return;
+    switch (raw.event_type) {
+    case XCB_INPUT_RAW_MOTION:
+        if (m_rawMotion)
+            m_rawMotion(event.full_sequence);
+        if (m_wanted & kMotions) {
+            // Motions of one lot are one event, where the last of them stands.
+            std::erase_if(m_pending, [](const auto &e) { return e.type == InputEventType::MouseMoved; });
+            append(InputEventType::MouseMoved);
+        }
+        break;
+    case XCB_INPUT_RAW_BUTTON_RELEASE:
+        for (const auto &button : kButtons)
+            if (button.number == raw.detail)
+                append(button.released);
+        break;
+    case XCB_INPUT_RAW_KEY_PRESS:
+    case XCB_INPUT_RAW_KEY_RELEASE:
+        for (const auto &key : kKeys)
+            if (key.keycode == raw.detail)
+                append(raw.event_type == XCB_INPUT_RAW_KEY_PRESS ? InputEventType::KeyDown
+                                                                 : InputEventType::KeyUp,
+                       key.virtualKey);
+        break;
+    default:
+        break;
+    }
+}
+
+void X11InputMonitor::append(InputEventType type, int keyCode) {
+    if (type == InputEventType::MouseMoved || (m_wanted & bit(type)))
+        m_pending.push_back({type, {}, keyCode});
+}
+
+void X11InputMonitor::deliver() {
+    if (m_pending.empty())
+        return;
+    const auto cookie = xcb_query_pointer(m_connection.xcb(), m_connection.root());
+    const X11Reply<xcb_query_pointer_reply_t> pointer(
+        xcb_query_pointer_reply(m_connection.xcb(), cookie, nullptr));
+    if (!pointer) {
+        m_connection.checkAlive();
+        m_pending.clear();
+        return;
+    }
+    m_connection.sawReplyTo(cookie.sequence);
+    // What happened before the answer was given has come with it: the answer holds for that too.
+    m_connection.dispatchQueued();
+
+    const Point location = m_screens.toOverlay(pointer->root_x, pointer->root_y);
+    const InputEventType motion = motionWith(pointer->mask);
+    // A handler may run an event loop of its own, which delivers from m_pending again.
+    std::vector<InputEvent> events = std::move(m_delivering);
+    std::swap(events, m_pending);
+    for (auto &event : events) {
+        if (event.type == InputEventType::MouseMoved)
+            event.type = motion;
+        event.location = location;
+        for (std::size_t i = 0; i < m_monitors.size(); ++i)
+            if (m_monitors[i].mask & bit(event.type))
+                m_monitors[i].handler(event);
+    }
+    events.clear();
+    m_delivering = std::move(events); // Keeps its memory for the next lot.
+}
+
+} // namespace companion

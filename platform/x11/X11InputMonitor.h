@@ -1,0 +1,45 @@
+#pragma once
+
+#include "platform/ports/InputMonitor.h"
+#include "platform/x11/X11Connection.h"
+#include "platform/x11/X11Screens.h"
+
+#include <deque>
+#include <vector>
+
+namespace companion {
+
+// Raw events of all master devices, which reach the root whoever has the mouse or the keyboard. They carry no
+// place: the pointer is asked for once for each lot of events.
+class X11InputMonitor final : public InputMonitor {
+public:
+    X11InputMonitor(X11Connection &connection, X11Screens &screens);
+    X11InputMonitor(const X11InputMonitor &) = delete;
+    X11InputMonitor &operator=(const X11InputMonitor &) = delete;
+
+    bool available() const override { return true; }
+    void addGlobalMonitor(unsigned mask, Handler handler) override;
+
+    // Told of every motion at once, with the number of the last request that came before it.
+    void onRawMotion(std::function<void(unsigned sequence)> listener) { m_rawMotion = std::move(listener); }
+
+private:
+    struct Monitor {
+        unsigned mask;
+        Handler handler;
+    };
+
+    void collect(const xcb_generic_event_t &event);
+    void append(InputEventType type, int keyCode = 0);
+    void deliver();
+
+    X11Connection &m_connection;
+    X11Screens &m_screens;
+    std::deque<Monitor> m_monitors; // Adding one leaves the others where they are: a handler may do it.
+    unsigned m_wanted = 0;
+    std::vector<InputEvent> m_pending;
+    std::vector<InputEvent> m_delivering;
+    std::function<void(unsigned)> m_rawMotion;
+};
+
+} // namespace companion

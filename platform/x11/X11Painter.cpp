@@ -1,0 +1,112 @@
+#include "platform/x11/X11Painter.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace companion {
+
+namespace {
+
+constexpr std::uint8_t kDepth = 32;
+constexpr std::size_t kAlignment = 64;        // Of each picture, for the vector units.
+constexpr std::size_t kMostRectangles = 4096; // In one request; far below the server's limit.
+constexpr std::size_t kRequestHeader = 64;    // More than any request's fixed part.
+constexpr std::size_t kOwnMemory = 1 << 18;
+
+xcb_rectangle_t toRectangle(const QRect &r) {
+    return {static_cast<std::int16_t>(r.x()), static_cast<std::int16_t>(r.y()),
+            static_cast<std::uint16_t>(r.width()), static_cast<std::uint16_t>(r.height())};
+}
+
+} // namespace
+
+X11Painter::X11Painter(X11Connection &connection, xcb_window_t window, std::size_t bytes)
+    : m_connection(connection),
+      m_window(window),
+      m_gc(xcb_generate_id(connection.xcb())),
+      m_shared(X11SharedMemory::create(connection, bytes)) {
+    const std::uint32_t values[] = {m_foreground, 0};
+    xcb_create_gc(m_connection.xcb(), m_gc, window, XCB_GC_FOREGROUND | XCB_GC_GRAPHICS_EXPOSURES, values);
+    if (m_shared) {
+        m_memory = m_shared->data();
+        m_size = m_shared->size();
+    } else {
+        const std::size_t request = std::size_t{xcb_get_maximum_request_length(m_connection.xcb())} * 4;
+        m_size = std::min({bytes, kOwnMemory, request - kRequestHeader});
+        m_own.resize(m_size / sizeof(Pixel));
+        m_memory = reinterpret_cast<std::byte *>(m_own.data());
+    }
+}
+
+void X11Painter::fill(std::span<const SurfaceFrame::Fill> fills) {
+    for (std::size_t i = 0; i < fills.size();) {
+        const Pixel pixel = fills[i].pixel;
+        m_rectangles.clear();
+        for (; i < fills.size() && fills[i].pixel == pixel && m_rectangles.size() < kMostRectangles; ++i)
+            if (!fills[i].area.isEmpty())
+                m_rectangles.push_back(toRectangle(fills[i].area));
+        if (m_rectangles.empty())
+            continue;
+        if (pixel != m_foreground) {
+            xcb_change_gc(m_connection.xcb(), m_gc, XCB_GC_FOREGROUND, &pixel);
+            m_foreground = pixel;
+        }
+        xcb_poly_fill_rectangle(m_connection.xcb(), m_window, m_gc,
+                                static_cast<std::uint32_t>(m_rectangles.size()), m_rectangles.data());
+    }
+}
+
+void X11Painter::paint(const QRect &area, const PaintPatch &paint, const PaintPatch &beforeSending) {
+    if (area.isEmpty())
+        return;
+    const auto rowBytes = static_cast<std::size_t>(area.width()) * sizeof(Pixel);
+    for (int top = area.top(); top <= area.bottom();) {
+        int rows = 0;
+        Pixel *pixels = reserve(rowBytes, area.bottom() - top + 1, rows);
+        if (!pixels)
+            return; // Not one row fits: no screen is that wide.
+        const PixelPatch band{QRect(area.left(), top, area.width(), rows), pixels, area.width()};
+        std::memset(pixels, 0, rowBytes * static_cast<std::size_t>(rows));
+        paint(band);
+        if (beforeSending)
+            beforeSending(band);
+        send(band);
+        top += rows;
+    }
+}
+
+// Room for the wanted rows, or for as many of them as there can be.
+Pixel *X11Painter::reserve(std::size_t rowBytes, int wantedRows, int &rows) {
+    if (m_used > 0 && (!m_shared || m_connection.processed(m_lastSent)))
+        m_used = 0;
+    const std::size_t wanted = rowBytes * static_cast<std::size_t>(wantedRows);
+    if (m_used + wanted > m_size && m_used > 0) {
+        m_connection.waitUntilProcessed();
+        m_used = 0;
+    }
+    rows = static_cast<int>(std::min(wanted, m_size) / rowBytes);
+    if (rows == 0)
+        return nullptr;
+    auto *pixels = reinterpret_cast<Pixel *>(m_memory + m_used);
+    const std::size_t end = m_used + rowBytes * static_cast<std::size_t>(rows);
+    m_used = (end + kAlignment - 1) / kAlignment * kAlignment;
+    return pixels;
+}
+
+void X11Painter::send(const PixelPatch &band) {
+    const auto r = toRectangle(band.area);
+    if (!m_shared) {
+        const auto bytes = std::uint32_t{r.width} * r.height * sizeof(Pixel);
+        xcb_put_image(m_connection.xcb(), XCB_IMAGE_FORMAT_Z_PIXMAP, m_window, m_gc, r.width, r.height, r.x,
+                      r.y, 0, kDepth, static_cast<std::uint32_t>(bytes),
+                      reinterpret_cast<const std::uint8_t *>(band.pixels));
+        return;
+    }
+    const auto offset = reinterpret_cast<std::byte *>(band.pixels) - m_memory;
+    const auto cookie = xcb_shm_put_image(m_connection.xcb(), m_window, m_gc, r.width, r.height, 0, 0,
+                                          r.width, r.height, r.x, r.y, kDepth, XCB_IMAGE_FORMAT_Z_PIXMAP, 0,
+                                          m_shared->id(), static_cast<std::uint32_t>(offset));
+    m_lastSent = cookie.sequence;
+}
+
+} // namespace companion

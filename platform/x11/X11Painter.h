@@ -1,0 +1,50 @@
+#pragma once
+
+#include "platform/ports/OverlaySurface.h"
+#include "platform/x11/X11Connection.h"
+#include "platform/x11/X11SharedMemory.h"
+
+#include <span>
+#include <vector>
+
+namespace companion {
+
+// Puts pixels into a window with 32-bit pixels, in device pixels. Costs no round trip and no allocation per
+// call once warm; nothing is sent before the connection is flushed.
+class X11Painter {
+public:
+    using PaintPatch = std::function<void(const PixelPatch &)>;
+
+    // `bytes` of pixel memory; the part that is never used costs nothing.
+    X11Painter(X11Connection &connection, xcb_window_t window, std::size_t bytes);
+    X11Painter(const X11Painter &) = delete;
+    X11Painter &operator=(const X11Painter &) = delete;
+
+    // The server draws these itself: one request for neighbours of one pixel value.
+    void fill(std::span<const SurfaceFrame::Fill> fills);
+
+    // Calls `paint` for the area, in bands from the top if it is larger than the pixel memory, and after each
+    // band `beforeSending`, which may still change it.
+    void paint(const QRect &area, const PaintPatch &paint, const PaintPatch &beforeSending);
+
+private:
+    Pixel *reserve(std::size_t rowBytes, int wantedRows, int &rows);
+    void send(const PixelPatch &band);
+
+    X11Connection &m_connection;
+    xcb_window_t m_window;
+    xcb_gcontext_t m_gc;
+    Pixel m_foreground = 0;
+    std::vector<xcb_rectangle_t> m_rectangles;
+
+    // With shared memory, pictures are laid one after the other, and from the start again once the server has
+    // read all of them: usually it has when the next pointer position is known.
+    std::shared_ptr<X11SharedMemory> m_shared;
+    std::vector<Pixel> m_own; // Without it: copied into the request.
+    std::byte *m_memory;
+    std::size_t m_size;
+    std::size_t m_used = 0;
+    unsigned m_lastSent = 0;
+};
+
+} // namespace companion

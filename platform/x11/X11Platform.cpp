@@ -1,0 +1,68 @@
+#include "platform/x11/X11Platform.h"
+
+#include "platform/x11/X11Capture.h"
+#include "platform/x11/X11CompositorWatch.h"
+#include "platform/x11/X11Connection.h"
+#include "platform/x11/X11Cursor.h"
+#include "platform/x11/X11InputMonitor.h"
+#include "platform/x11/X11Screens.h"
+#include "platform/x11/X11Surface.h"
+#include "platform/x11/X11SyntheticMouse.h"
+
+namespace companion {
+
+namespace {
+
+// Destroyed from the bottom up: the connection goes last.
+class X11Platform final : public Platform {
+public:
+    X11Platform(std::unique_ptr<X11Connection> connection, const X11Needs &needs, std::string &error)
+        : m_connection(std::move(connection)),
+          m_screens(*m_connection, needs.queue, needs.scale),
+          m_compositor(*m_connection),
+          m_surface(X11Surface::make(*m_connection, m_screens, m_compositor, error)),
+          m_inputMonitor(*m_connection, m_screens),
+          m_syntheticMouse(*m_connection, m_screens),
+          m_capture(*m_connection, m_screens, needs.queue),
+          m_cursor(*m_connection) {
+        m_inputMonitor.onRawMotion([this](unsigned sequence) { m_cursor.mouseMoved(sequence); });
+        m_connection->flush();
+    }
+
+    bool complete() const { return m_surface != nullptr; }
+
+    std::string_view name() const override { return "x11"; }
+    OverlaySurface &surface() override { return *m_surface; }
+    InputMonitor &inputMonitor() override { return m_inputMonitor; }
+    SyntheticMouse &syntheticMouse() override { return m_syntheticMouse; }
+    ScreenCapture &screenCapture() override { return m_capture; }
+    CursorVisibility &cursor() override { return m_cursor; }
+
+private:
+    std::unique_ptr<X11Connection> m_connection;
+    X11Screens m_screens;
+    X11CompositorWatch m_compositor;
+    std::unique_ptr<X11Surface> m_surface;
+    X11InputMonitor m_inputMonitor;
+    X11SyntheticMouse m_syntheticMouse;
+    X11Capture m_capture;
+    X11Cursor m_cursor;
+};
+
+} // namespace
+
+std::unique_ptr<Platform> makeX11Platform(const X11Needs &needs, std::string &error) {
+    auto connection = X11Connection::open(needs.displayName, error);
+    if (!connection)
+        return nullptr;
+    auto platform = std::make_unique<X11Platform>(std::move(connection), needs, error);
+    if (!platform->complete())
+        return nullptr;
+    return platform;
+}
+
+bool x11ServerAnswers(std::string &error) {
+    return X11Connection::connect({}, error).xcb != nullptr;
+}
+
+} // namespace companion

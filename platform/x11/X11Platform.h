@@ -1,0 +1,27 @@
+#pragma once
+
+#include "core/MainQueue.h"
+#include "platform/ports/Platform.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace companion {
+
+struct X11Needs {
+    MainQueue &queue;
+    std::function<double()>
+        scale;                    // Device pixels in one point of the main screen; asked when screens change.
+    std::string displayName = {}; // Empty: the DISPLAY of the environment.
+};
+
+// The backend for X11. Null, with the reason in `error`, when the server cannot be reached or lacks what the
+// overlay stands on. Needs a running QCoreApplication.
+std::unique_ptr<Platform> makeX11Platform(const X11Needs &needs, std::string &error);
+
+// Whether the X server of the environment's DISPLAY lets us in; `error` says why not. Needs no application
+// object: Qt aborts the process where there is no display, so this is asked first.
+bool x11ServerAnswers(std::string &error);
+
+} // namespace companion

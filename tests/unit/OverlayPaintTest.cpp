@@ -1,0 +1,345 @@
+#include "overlay/EffectViews.h"
+#include "overlay/Magnifier.h"
+#include "overlay/OverlayCanvas.h"
+#include "overlay/Pixels.h"
+#include "overlay/TextField.h"
+#include "settings/ConfigManager.h"
+#include "settings/SettingsStore.h"
+#include "support/FakePlatform.h"
+#include "support/LogRecorder.h"
+#include "support/VirtualMainQueue.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <random>
+
+using namespace std::chrono_literals;
+
+namespace companion {
+namespace {
+
+constexpr double kWidth = 640;
+constexpr double kHeight = 360;
+
+// Area of the pixel inside the disc by brute force, 0 to 1.
+double exactCoverage(int x, int y, QPointF centre, double radius) {
+    constexpr int kFine = 32;
+    int inside = 0;
+    for (int i = 0; i < kFine * kFine; ++i) {
+        const double px = x + (i % kFine + 0.5) / kFine;
+        const double py = y + (i / kFine + 0.5) / kFine;
+        inside += std::hypot(px - centre.x(), py - centre.y()) < radius;
+    }
+    return double(inside) / (kFine * kFine);
+}
+
+class OverlayPaintTest : public ::testing::Test {
+protected:
+    explicit OverlayPaintTest(double scale = 1) {
+        surface.change({kWidth, kHeight}, scale, true);
+        canvas = std::make_unique<OverlayCanvas>(surface, queue);
+        config.setBackAlpha(0.2);
+        config.setBackColor(Color{0, 0.4, 1, 0.9});
+    }
+
+    std::shared_ptr<SpotlightView> addSpotlight() {
+        auto view = std::make_shared<SpotlightView>(PointRect{0, 0, kWidth, kHeight - 8}, config);
+        canvas->root()->addSubview(view);
+        return view;
+    }
+    std::shared_ptr<LaserView> addLaser() {
+        auto view = std::make_shared<LaserView>(PointRect{0, 0, kWidth, kHeight - 8}, config);
+        canvas->root()->addSubview(view);
+        return view;
+    }
+    Pixel at(int x, int y) const { return surface.image.pixel(x, y); }
+    void show() { queue.advance(0ms); }
+
+    // The same tree painted from nothing.
+    QImage freshPaint() {
+        const QImage before = surface.image;
+        surface.change(surface.size(), surface.scale(), surface.translucent());
+        show();
+        return std::exchange(surface.image, before);
+    }
+
+    LogRecorder log;
+    VirtualMainQueue queue;
+    SettingsStore store;
+    ConfigManager config{store};
+    FakeSurface surface;
+    std::unique_ptr<OverlayCanvas> canvas;
+};
+
+TEST_F(OverlayPaintTest, TheEffectRectReachesFurtherRightAndUpForOddSizes) {
+    EXPECT_EQ(effectRect({100, 100}, 50), (PointRect{75, 75, 50, 50}));
+    EXPECT_EQ(effectRect({100, 100}, 51), (PointRect{75, 75, 51, 51}));
+    EXPECT_EQ(effectRect({100, 100}, -5), (PointRect{102, 102, -5, -5}));
+}
+
+TEST_F(OverlayPaintTest, ADiscHasTheExactPlaceAndAreaForOddAndEvenSizes) {
+    config.setFrontColor(Color{1, 1, 1, 1});
+    config.setFrontAlpha(1);
+    const auto laser = addLaser();
+    for (const int size : {3, 50, 51, 150}) {
+        laser->setLaserRect(effectRect({200, 160}, size));
+        laser->setNeedsDisplay();
+        show();
+        const QPointF centre(200 - size / 2 + size / 2.0, kHeight - (160 - size / 2 + size / 2.0));
+        double worst = 0;
+        for (int y = 0; y < int(kHeight); ++y) {
+            for (int x = 0; x < int(kWidth); ++x) {
+                const double exact = std::hypot(x - centre.x(), y - centre.y()) < size
+                                         ? exactCoverage(x, y, centre, size / 2.0)
+                                         : 0;
+                worst = std::max(worst, std::abs(alphaOf(at(x, y)) / 255.0 - exact));
+            }
+        }
+        EXPECT_LT(worst, size > 10 ? 0.06 : 0.2) << size;
+    }
+}
+
+TEST_F(OverlayPaintTest, TheSpotlightDimsEverythingButTheDiscInTheBackColourAtTheBackAlpha) {
+    const auto spotlight = addSpotlight();
+    show();
+    const Pixel dim =
+        51U << 24 | 0U << 16 | 20U << 8 | 51U; // 0.2 of everything; the colour's own 0.9 never counts.
+    EXPECT_EQ(at(320, 180), dim) << "no clear disc before the mouse has moved";
+    EXPECT_EQ(at(320, 7), 0U) << "the frame ends 8 points below the top";
+    EXPECT_EQ(at(320, 8), dim);
+    EXPECT_EQ(at(320, 359), dim);
+
+    spotlight->setSpotlightRect(effectRect({320, 180}, 50));
+    spotlight->setNeedsDisplay();
+    show();
+    EXPECT_EQ(at(320, 180), 0U);
+    EXPECT_EQ(at(296, 180), 0U);
+    EXPECT_EQ(at(294, 180), dim);
+    EXPECT_EQ(at(345, 180), dim);
+    EXPECT_EQ(at(301, 161), dim) << "the corner of the effect rect";
+
+    spotlight->setSpotlightRect(effectRect({0, 0}, 50)); // Cut by two edges of the screen.
+    spotlight->setNeedsDisplay();
+    show();
+    EXPECT_EQ(at(0, 359), 0U);
+    EXPECT_EQ(at(23, 359), 0U);
+    EXPECT_EQ(at(26, 359), dim);
+    EXPECT_EQ(at(320, 180), dim) << "the old place is dimmed again";
+}
+
+TEST_F(OverlayPaintTest, ColoursAndAlphasThatMeanNothingDrawNothing) {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_EQ(pixelOf(std::nullopt, 1), 0U);
+    EXPECT_EQ(pixelOf(Color{1, 1, 1, 1}, nan), 0U);
+    EXPECT_EQ(pixelOf(Color{1, 1, 1, 1}, -1), 0U);
+    EXPECT_EQ(pixelOf(Color{2, nan, -1, 0.1}, 2), 0xffff0000U);
+
+    config.setBackColor(std::nullopt);
+    addSpotlight()->setSpotlightRect(effectRect({320, 180}, 50));
+    show();
+    EXPECT_EQ(at(0, 300), 0U);
+    EXPECT_TRUE(surface.occupied.empty()) << "nothing for the screen to composite";
+}
+
+TEST_F(OverlayPaintTest, SizesBeyondTheScreenAreDrawnAsFarAsItGoes) {
+    const auto spotlight = addSpotlight();
+    for (const std::int64_t size :
+         {std::int64_t{9999}, std::int64_t{100'000'000}, std::numeric_limits<std::int64_t>::max()}) {
+        spotlight->setSpotlightRect(effectRect({320, 180}, size));
+        spotlight->setNeedsDisplay();
+        show();
+        EXPECT_EQ(at(5, 20), 0U) << size;
+    }
+    spotlight->setSpotlightRect(effectRect({320, 180}, -5));
+    spotlight->setNeedsDisplay();
+    show();
+    EXPECT_NE(at(320, 180), 0U) << "no disc at all";
+}
+
+TEST_F(OverlayPaintTest, AHintBelowTheSurroundIsSeenDimmedNotErased) {
+    const auto hint = std::make_shared<TextField>(PointRect{460, 280, 160, 52}, 36);
+    hint->setLayer({.backgroundColor = {1, 1, 1, 0.8}, .cornerRadius = 10});
+    canvas->root()->addSubview(hint);
+    addSpotlight();
+    show();
+    const Pixel dimmed = at(540, 50);
+    EXPECT_EQ(dimmed, over(pixelOf(config.backColor(), 0.2), pixelOf(Color{1, 1, 1, 1}, 0.8)));
+    hint->setHidden(true);
+    show();
+    EXPECT_EQ(at(540, 50), pixelOf(config.backColor(), 0.2));
+}
+
+TEST_F(OverlayPaintTest, WithoutACompositorTheSurroundIsLeftOutAndTheDotStays) {
+    addSpotlight();
+    const auto laser = addLaser();
+    laser->setLaserRect(effectRect({320, 180}, 50));
+    surface.change({kWidth, kHeight}, 1, false);
+    show();
+    EXPECT_EQ(surface.occupied, (std::vector{QRect(295, 155, 50, 50)}));
+    EXPECT_EQ(at(10, 300), 0U);
+    surface.change({kWidth, kHeight}, 1, true);
+    show();
+    EXPECT_NE(at(10, 300), 0U) << "a compositor that starts later is followed";
+}
+
+TEST_F(OverlayPaintTest, MarksOfOneTurnAreOnePassAndAPassWithoutChangePresentsNothing) {
+    const auto laser = addLaser();
+    show();
+    const int before = surface.presented;
+    for (int i = 0; i < 20; ++i) {
+        laser->setLaserRect(effectRect({100.0 + i, 100}, 50));
+        laser->setNeedsDisplay();
+    }
+    show();
+    EXPECT_EQ(surface.presented, before + 1);
+    canvas->display();
+    EXPECT_EQ(surface.presented, before + 1);
+}
+
+// Old and new disc are all that is painted, at any scale; the pixels are those of a full paint.
+class RandomPathTest : public OverlayPaintTest,
+                       public ::testing::WithParamInterface<std::tuple<double, int>> {
+protected:
+    RandomPathTest() : OverlayPaintTest(std::get<0>(GetParam())) {}
+};
+
+TEST_P(RandomPathTest, PaintingOnlyWhatChangedLeavesThePixelsOfAFullPaint) {
+    const auto [scale, size] = GetParam();
+    const auto hint = std::make_shared<TextField>(PointRect{460, 280, 160, 52}, 36);
+    hint->setLayer({.backgroundColor = {1, 1, 1, 0.8}, .cornerRadius = 10});
+    hint->setText(QStringLiteral("◉:150"));
+    canvas->root()->addSubview(hint);
+    const auto spotlight = addSpotlight();
+    const auto laser = addLaser();
+    show();
+    std::mt19937 random(7);
+    std::uniform_int_distribution<int> anywhere(-20, 700);
+    std::uniform_int_distribution<int> near(-9, 9);
+    Point cursor{300, 200};
+    const double disc = (size + 2) * scale * (size + 2) * scale;
+    for (int i = 0; i < 300; ++i) {
+        cursor = i % 3 == 0 ? Point{anywhere(random) / scale, anywhere(random) / scale}
+                            : Point{cursor.x + near(random) / scale, cursor.y + near(random) / scale};
+        spotlight->setSpotlightRect(effectRect(cursor, size));
+        spotlight->setNeedsDisplay();
+        laser->setLaserRect(effectRect({cursor.y, cursor.x}, size));
+        laser->setNeedsDisplay();
+        if (i % 50 == 0)
+            hint->setHidden(!hint->isHidden());
+        if (i == 100)
+            config.setBackAlpha(0.7);
+        show();
+        ASSERT_LE(surface.paintedPixels, 4 * disc + 162 * 54 * scale * scale)
+            << "follows the discs, not the screen";
+        if (i % 25 == 0) {
+            ASSERT_EQ(surface.image, freshPaint()) << "after move " << i;
+        }
+    }
+    ASSERT_EQ(surface.image, freshPaint());
+}
+
+INSTANTIATE_TEST_SUITE_P(OddAndEven, RandomPathTest,
+                         ::testing::Combine(::testing::Values(1.0, 1.5, 2.0),
+                                            ::testing::Values(50, 51, 150)));
+
+class MagnifierTest : public OverlayPaintTest {
+protected:
+    MagnifierTest() {
+        picture = QImage(int(kWidth), int(kHeight), QImage::Format_RGB32);
+        for (int y = 0; y < picture.height(); ++y) {
+            for (int x = 0; x < picture.width(); ++x)
+                picture.setPixel(x, y, qRgb(x % 256, y % 256, (x * 7 + y * 13) % 256));
+        }
+        lens = std::make_shared<ZoomView>(PointRect{}, config);
+        lens->setLayer({.borderWidth = 2, .borderColor = {1, 1, 1, 1}});
+        canvas->root()->addSubview(lens);
+        holder = std::make_shared<View>(PointRect{0, 4000, kWidth, kHeight - 8});
+        image = std::make_shared<ImageView>(PointRect{0, 0, kWidth, kHeight});
+        holder->addSubview(image);
+        canvas->root()->addSubview(holder);
+        lens->setRenderView(holder);
+        image->setImage(picture);
+    }
+    void moveTo(Point cursor) {
+        const PointRect rect = effectRect(cursor, config.mouseSizeValue());
+        lens->setFrame(rect);
+        lens->setRenderPoint({rect.x, rect.y});
+        show();
+    }
+
+    QImage picture;
+    std::shared_ptr<ZoomView> lens;
+    std::shared_ptr<View> holder;
+    std::shared_ptr<ImageView> image;
+};
+
+TEST_F(MagnifierTest, TheLensShowsThePictureAroundTheCursorEnlargedByWholeFactorsOnly) {
+    for (const int size : {50, 51, 150}) {
+        for (const int zoom : {10, 19, 25, 50, 100}) {
+            config.setMouseSizeValue(size);
+            config.setMouseZoomValue(zoom);
+            const int x = 300;
+            const int y = 170; // Of the cursor, from the top.
+            moveTo({double(x), kHeight - y});
+            const int factor = zoom / 10;
+            const double centreX = x - size / 2 + size / 2.0;
+            const double centreY = y + size / 2 - size / 2.0;
+            const double clear = size / 2.0 - 2 - 1; // Inside the ring and its soft edge.
+            for (int py = 0; py < int(kHeight); ++py) {
+                for (int px = 0; px < int(kWidth); ++px) {
+                    const double distance = std::hypot(px + 0.5 - centreX, py + 0.5 - centreY);
+                    if (distance < clear) {
+                        const int sourceX = x + int(std::floor((px + 0.5 - centreX) / factor));
+                        const int sourceY = y + int(std::floor((py + 0.5 - centreY) / factor));
+                        ASSERT_EQ(at(px, py), picture.pixel(sourceX, sourceY)) << size << " " << zoom;
+                    } else if (std::abs(distance - size / 2.0 + 1) < 0.25) {
+                        ASSERT_EQ(at(px, py), 0xffffffffU) << "the ring";
+                    } else if (distance > size / 2.0 + 1) {
+                        ASSERT_EQ(at(px, py), 0U) << "outside";
+                    }
+                }
+            }
+        }
+    }
+}
+
+TEST_F(MagnifierTest, AFactorBelowOneOrNoPictureLeavesOnlyTheRing) {
+    config.setMouseSizeValue(150);
+    config.setMouseZoomValue(5);
+    moveTo({300, 190});
+    EXPECT_EQ(at(300, 170), 0U);
+    EXPECT_EQ(at(300, 170 - 74), 0xffffffffU);
+    config.setMouseZoomValue(50);
+    image->setImage({});
+    moveTo({300, 190});
+    EXPECT_EQ(at(300, 170), 0U);
+    EXPECT_EQ(at(300, 170 - 74), 0xffffffffU);
+    lens->setRenderView(nullptr);
+    moveTo({300, 191});
+    EXPECT_EQ(at(300, 170), 0U);
+}
+
+TEST_F(MagnifierTest, BeyondThePicturesEdgeThereIsNothing) {
+    config.setMouseSizeValue(150);
+    config.setMouseZoomValue(10);
+    moveTo({0, 0});
+    EXPECT_EQ(at(0, 359), picture.pixel(0, 359));
+    moveTo({kWidth - 1, kHeight - 1});
+    EXPECT_EQ(at(639, 1), picture.pixel(639, 1));
+    EXPECT_EQ(at(600, 3), picture.pixel(600, 3));
+}
+
+TEST_F(MagnifierTest, EveryDrawingLogsTheRenderPointAndMovingPaintsTheLensOnly) {
+    config.setMouseSizeValue(150);
+    moveTo({300, 190});
+    log.lines.clear();
+    moveTo({310.5, 190});
+    EXPECT_EQ(log.lines, (std::vector<std::string>{"235.500000,115.000000"}));
+    EXPECT_LE(surface.paintedPixels, 2 * 152 * 152);
+    EXPECT_EQ(surface.image, freshPaint());
+}
+
+} // namespace
+} // namespace companion
