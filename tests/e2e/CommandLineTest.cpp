@@ -39,9 +39,9 @@ TEST(CommandLine, WhatIsWrongIsNamedInOneLineAndEndsTheProgramWithStatusTwo) {
         {{"stray"}, "stray"},
         {{"--receiver"}, "--receiver"},
         {{"--receiver=1209"}, "1209"},
-        {{"--receiver=1209:xyz"}, "1209:xyz"},
-        {{"--receiver=0000:0001"}, "0000:0001"},
-        {{"--receiver=12090:0001"}, "12090:0001"},
+        {{"--receiver=1209:xyz"}, "xyz"},
+        {{"--receiver=0000:0001"}, "0000"},
+        {{"--receiver=12090:0001"}, "12090"},
         {{"--virtual-receiver=" + desktop.file("no-such-folder/socket")}, "no-such-folder/socket"},
         {{"--virtual-receiver=" + desktop.file("bad-script")}, "1G"},
     };

@@ -87,6 +87,7 @@ TEST(Cursor, IsHiddenWhileTheEffectIsOnComesBackOnMovesAndAfterTheEffect) {
     talk.hand.move({200, 200});
     waitUntil("a cursor before the effect", [&] { return talk.screen.cursorVisible(); });
     talk.companion.effectOn();
+    talk.companion.receiver("wait-get 2 10000"); // The centre click's move showed it until the next poll.
     waitUntil("a hidden cursor", [&] { return !talk.screen.cursorVisible(); });
     for (int i = 0; i < 20; ++i) {
         letTimePass(20ms);
