@@ -53,6 +53,12 @@ protected:
         return condition();
     }
 
+    static bool isPlugged(VirtualHidPort &port) {
+        auto *handle = port.open(1, 2);
+        port.close(handle);
+        return handle != nullptr;
+    }
+
     QTemporaryDir folder;
     VirtualMainQueue queue;
     VirtualReceiver receiver{queue, [](std::chrono::milliseconds) {}};
@@ -165,27 +171,25 @@ TEST_F(ReceiverFeedTest, AReaderThatTakesNoRepliesHoldsUpOnlyItself) {
     auto *handle = port.open(1, 2);
     for (int i = 0; i < 256; ++i)
         port.sendFeatureReport(handle, std::array<std::uint8_t, 64>{0x12});
+    port.close(handle);
     Client slow(path("socket"));
-    std::size_t asked = 0;
-    const auto flood = [&] {
-        for (int i = 0; i < 5'000 && slow.send("sets\n"); ++i)
-            ++asked;
-    };
-    flood();
-    for (int i = 0; i < 200; ++i) {
+    std::string requests;
+    for (int i = 0; i < 100; ++i) // 3 MB of replies, more than any socket holds.
+        requests += "sets\n";
+    slow.send(requests + "unplug\n");
+    std::size_t flooded = 0;
+    for (int i = 0; i < 100; ++i) {
         turn();
-        flood(); // Until the feed stops reading.
+        while (slow.send("#\n"))
+            ++flooded;
     }
-    EXPECT_LT(asked, 200'000U) << "the feed reads on though nobody takes its replies";
+    EXPECT_TRUE(isPlugged(port)) << "commands run on though nobody takes the replies";
+    EXPECT_LT(flooded, 10'000U) << "reads on though nothing is being run";
     Client other(path("socket"));
     other.send("plug\n");
     EXPECT_TRUE(turnUntil([&] { return other.received() == "ok\n"; }));
-
-    const std::size_t wanted = 200;
-    EXPECT_TRUE(turnUntil([&] {
-        const std::string &all = slow.received();
-        return static_cast<std::size_t>(std::count(all.begin(), all.end(), '\n')) >= wanted;
-    }));
+    EXPECT_TRUE(turnUntil([&] { return slow.received(), !isPlugged(port); }));
+    EXPECT_EQ(std::count(slow.received().begin(), slow.received().end(), '\n'), 101);
 }
 
 TEST_F(ReceiverFeedTest, TooManyConnectionsAreToldSoUntilOneOfThemLeaves) {
@@ -213,7 +217,10 @@ TEST_F(ReceiverFeedTest, ASocketLeftBehindIsReplacedAndOneInUseIsNot) {
     EXPECT_TRUE(Client(path("socket")).connected) << "the first still listens";
 
     ASSERT_EQ(::rename(path("socket").c_str(), path("other").c_str()), 0);
-    feed.reset(); // Its own path is empty: what it made stands elsewhere, with nobody listening.
+    const auto second = open(path("socket"));
+    ASSERT_TRUE(second) << error;
+    feed.reset(); // What it made stands elsewhere, with nobody listening any more.
+    EXPECT_TRUE(Client(path("socket")).connected) << "and this is not its own to remove";
     feed = open(path("other"));
     EXPECT_TRUE(feed) << error;
     EXPECT_TRUE(Client(path("other")).connected);
@@ -276,11 +283,7 @@ TEST_F(ReceiverFeedTest, AFifoIsReadAsItIsWrittenAndItsEndEndsTheFeedOnly) {
         turn();
     }
     VirtualHidPort port(receiver);
-    EXPECT_TRUE(turnUntil([&] {
-        auto *handle = port.open(1, 2);
-        port.close(handle);
-        return handle == nullptr;
-    }));
+    EXPECT_TRUE(turnUntil([&] { return !isPlugged(port); }));
     turn();
     EXPECT_EQ(::testing::internal::GetCapturedStdout(), "error unknown command 'jump'\nok\n");
 }
@@ -304,20 +307,15 @@ TEST_F(ReceiverFeedTest, StandardInputIsAFeedAndRepliesThatNobodyTakesAreNoMatte
     ASSERT_TRUE(feed) << error;
 
     VirtualHidPort port(receiver);
-    const auto isPlugged = [&port] {
-        auto *handle = port.open(1, 2);
-        port.close(handle);
-        return handle != nullptr;
-    };
     ASSERT_EQ(::write(writer.get(), "unplug\n", 7), 7);
-    EXPECT_TRUE(turnUntil([&] { return !isPlugged(); }));
+    EXPECT_TRUE(turnUntil([&] { return !isPlugged(port); }));
     std::array<char, 16> reply{};
     EXPECT_EQ(::read(reader.get(), reply.data(), reply.size()), 3);
     EXPECT_STREQ(reply.data(), "ok\n");
 
     reader = FileDescriptor(); // As when the reader of the replies has ended.
     ASSERT_EQ(::write(writer.get(), "plug\ncounts\n", 12), 12);
-    EXPECT_TRUE(turnUntil(isPlugged));
+    EXPECT_TRUE(turnUntil([&] { return isPlugged(port); }));
 }
 
 } // namespace
