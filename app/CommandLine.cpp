@@ -57,15 +57,15 @@ constexpr Option kOptions[] = {
 };
 
 std::string quoted(std::string_view text) {
-    return "'" + std::string(text) + "'";
+    return std::string("'").append(text).append("'");
 }
 
 std::string synopsis(const Option &option) {
     std::string text(option.name);
     if (option.value == Value::Required)
-        text += "=" + std::string(option.valueName);
+        text.append("=").append(option.valueName);
     if (option.value == Value::Optional)
-        text += "[=" + std::string(option.valueName) + "]";
+        text.append("[=").append(option.valueName).append("]");
     return text;
 }
 
@@ -119,9 +119,9 @@ std::string helpText() {
         "Shows a spotlight, a laser dot or a magnifier around the mouse while the effect key of a\n"
         "wireless presenter is held.\n\n";
     for (const Option &option : kOptions) {
-        std::string row = "  " + synopsis(option);
+        std::string row = std::string("  ").append(synopsis(option));
         row.resize(std::max(column, row.size() + 2), ' ');
-        text += row + std::string(option.help) + "\n";
+        text.append(row).append(option.help).append("\n");
     }
     return text;
 }

@@ -10,7 +10,7 @@ endfunction()
 # Compiler settings of all our own targets; never reaches installed libraries.
 add_library(companion_warnings INTERFACE)
 target_compile_options(companion_warnings INTERFACE
-  -Wall -Wextra -Wshadow -Wconversion -Wold-style-cast -Werror)
+  -Wall -Wextra -Wshadow -Wconversion -Wold-style-cast $<$<BOOL:${COMPANION_WERROR}>:-Werror>)
 target_compile_definitions(companion_warnings INTERFACE QT_NO_KEYWORDS) # `signals` is also a word of POSIX.
 
 if(COMPANION_SANITIZE)

@@ -45,7 +45,7 @@ protected:
             painter.drawText(QPointF(120, y), words);
         };
         text(180, 84, "#1d3557", QLatin1String(slide.title));
-        double y = 310;
+        double y = 335;
         for (const char *point : slide.points) {
             text(y, 42, "#2f3e55", QStringLiteral("•  ") + QLatin1String(point));
             y += 80;

@@ -36,8 +36,8 @@ OpenReceiver &fromHandle(HidPort::Handle *handle) {
     return *reinterpret_cast<OpenReceiver *>(handle);
 }
 
-// A look at the names of the hidraw nodes, some 100 times cheaper than enumerating them. Without a receiver
-// this is all that happens, twice a second for ever. In doubt it says yes.
+// A look at the names of the hidraw nodes: 0.02 ms, where enumerating takes 2 to 5. Without a receiver this
+// is this is all that happens, twice a second for ever. In doubt it says yes.
 bool mayBePlugged(std::uint16_t vendorId, std::uint16_t productId) {
     static const std::string kNodes = "/sys/class/hidraw/";
     const std::unique_ptr<DIR, CloseFolder> folder(opendir(kNodes.c_str()));

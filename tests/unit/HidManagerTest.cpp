@@ -1,0 +1,302 @@
+#include "receiver/HidManager.h"
+
+#include "core/NotificationCenter.h"
+#include "core/NotificationNames.h"
+#include "core/Shared.h"
+#include "support/FakeHidPort.h"
+#include "support/LogRecorder.h"
+#include "support/VirtualMainQueue.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <optional>
+#include <random>
+
+namespace companion {
+namespace {
+
+using namespace std::chrono_literals;
+using Names = std::vector<std::string_view>;
+
+class HidManagerTest : public ::testing::Test {
+protected:
+    HidManagerTest() {
+        for (const std::string_view name :
+             {LOCAL_DEVICECONNECT, LOCAL_DEVICEDISCONNECT, LOCAL_MOUSETYPESWITCH, LOCAL_MOUSESIZEVALUEADD,
+              LOCAL_MOUSESIZEVALUESUB, LOCAL_MOUSEEFFECTON}) {
+            center.addObserver(life, name, [this](const Notification &n) {
+                EXPECT_FALSE(n.object);
+                posts.push_back(n.name);
+                times.push_back(queue.now());
+                hid.calls.push_back("post " + std::string(n.name));
+            });
+        }
+        manager.emplace(HidManager::Needs{queue, center, hid, 0x1209, 0x0001});
+    }
+
+    // Open and polled once, with the records of that dropped.
+    void openLink() {
+        hid.plug();
+        manager->initManager();
+        queue.advance(500ms);
+        ASSERT_TRUE(hid.isOpen());
+        forget();
+    }
+
+    void forget() {
+        posts.clear();
+        times.clear();
+        hid.calls.clear();
+        log.lines.clear();
+    }
+
+    VirtualMainQueue queue;
+    NotificationCenter center;
+    FakeHidPort hid;
+    LogRecorder log;
+    Lifetime life;
+    Names posts;
+    std::vector<std::chrono::milliseconds> times;
+    std::optional<HidManager> manager;
+};
+
+TEST_F(HidManagerTest, WithoutAReceiverItTriesEveryHalfSecondInSilence) {
+    manager->initManager();
+    EXPECT_EQ(hid.calls, std::vector<std::string>{"init"}) << "nothing is opened at once";
+    for (std::size_t tries = 1; tries <= 20; ++tries) {
+        queue.advance(499ms);
+        EXPECT_EQ(hid.count("open 1209:0001"), tries - 1);
+        queue.advance(1ms);
+        EXPECT_EQ(hid.count("open 1209:0001"), tries);
+        EXPECT_EQ(queue.pending(), 1U);
+    }
+    EXPECT_EQ(hid.calls.size(), 21U);
+    EXPECT_TRUE(posts.empty());
+    EXPECT_TRUE(log.lines.empty());
+}
+
+TEST_F(HidManagerTest, AReceiverThereAtStartIsReportedAfterHalfASecondAndThenTenTimesASecond) {
+    hid.plug();
+    manager->initManager();
+    queue.advance(1'000ms);
+    EXPECT_EQ(times, (std::vector{500ms, 600ms, 700ms, 800ms, 900ms, 1'000ms}));
+    EXPECT_EQ(posts, Names(6, LOCAL_DEVICECONNECT));
+    EXPECT_EQ(hid.count("read 64"), 6U);
+    EXPECT_EQ(hid.count("serial 64"), 6U);
+    EXPECT_EQ(hid.count("open 1209:0001"), 1U);
+    EXPECT_EQ(queue.pending(), 1U);
+    EXPECT_TRUE(log.lines.empty()) << "no key, no line";
+}
+
+TEST_F(HidManagerTest, APulledReceiverIsReportedOnceAfterOneReopenAttempt) {
+    openLink();
+    hid.unplug();
+    queue.advance(10'000ms);
+    EXPECT_EQ(posts, Names{LOCAL_DEVICEDISCONNECT});
+    EXPECT_EQ(times.front(), 500ms + 100ms + 500ms);
+    const std::vector<std::string> expected = {"read 64", "serial 64", "close", "open 1209:0001",
+                                               "post LOCAL_DEVICEDISCONNECT"};
+    EXPECT_EQ(std::vector(hid.calls.begin(), hid.calls.begin() + 5), expected);
+    EXPECT_EQ(hid.count("close"), 1U);
+    EXPECT_EQ(hid.count("open 1209:0001"), 19U);
+    EXPECT_EQ(queue.pending(), 1U);
+}
+
+TEST_F(HidManagerTest, AReceiverPluggedInAgainBetweenTwoPollsIsReopenedAndReportedPresentFirst) {
+    openLink();
+    hid.replug();
+    hid.reply = {0x12, 0x10};
+    queue.advance(600ms);
+    EXPECT_EQ(posts, (Names{LOCAL_DEVICECONNECT, LOCAL_MOUSEEFFECTON, LOCAL_DEVICEDISCONNECT}));
+    queue.advance(100ms);
+    EXPECT_EQ(posts.size(), 5U) << "polled every 100 ms again";
+    EXPECT_EQ(queue.pending(), 1U);
+    EXPECT_EQ(hid.misuses, 0);
+}
+
+TEST_F(HidManagerTest, AReceiverPulledInTheMiddleOfAReadIsSeenAtOnce) {
+    openLink();
+    hid.duringRead = [this] { hid.unplug(); };
+    queue.advance(100ms);
+    EXPECT_TRUE(posts.empty());
+    hid.duringRead = [] {};
+    queue.advance(500ms);
+    EXPECT_EQ(posts, Names{LOCAL_DEVICEDISCONNECT});
+}
+
+TEST_F(HidManagerTest, FailingReadsAreNeitherKeysNorARemoval) {
+    openLink();
+    hid.reply = {0x12, 0x10};
+    hid.stalled = true;
+    queue.advance(1'000ms);
+    EXPECT_EQ(posts, Names(10, LOCAL_DEVICECONNECT));
+    EXPECT_TRUE(log.lines.empty());
+    hid.stalled = false;
+    queue.advance(100ms);
+    EXPECT_EQ(posts.back(), LOCAL_MOUSEEFFECTON);
+    EXPECT_EQ(hid.count("close"), 0U);
+}
+
+TEST_F(HidManagerTest, EveryCodeIsLoggedAndPostsWhatItsKeysMean) {
+    openLink();
+    for (unsigned code = 0; code < 256; ++code) {
+        const unsigned keys = code & ~0x10U; // Without the effect key.
+        Names expected = {LOCAL_DEVICECONNECT};
+        if (code == 1)
+            expected.push_back(LOCAL_MOUSETYPESWITCH);
+        if (keys == 2)
+            expected.push_back(LOCAL_MOUSESIZEVALUEADD);
+        if (keys == 4)
+            expected.push_back(LOCAL_MOUSESIZEVALUESUB);
+        if (code != keys && (keys == 0 || keys == 2 || keys == 4))
+            expected.push_back(LOCAL_MOUSEEFFECTON);
+        char line[60];
+        std::snprintf(line, sizeof line, "获得数据 12,%2x, 7,ab", code);
+
+        hid.reply = {0x12, static_cast<std::uint8_t>(code), 0x07, 0xAB};
+        forget();
+        queue.advance(100ms);
+        EXPECT_EQ(posts, expected) << code;
+        EXPECT_EQ(log.lines, code == 0 ? std::vector<std::string>{} : std::vector<std::string>{line});
+    }
+}
+
+TEST_F(HidManagerTest, RepliesOfAnyLengthCountAsFarAsTheyGo) {
+    openLink();
+    const std::vector<std::uint8_t> whole(64, 0x02);
+    for (std::size_t length = 0; length <= 64; ++length) {
+        hid.reply.assign(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
+        forget();
+        queue.advance(100ms);
+        EXPECT_EQ(posts.size(), length < 2 ? 1U : 2U) << length;
+        if (length >= 2) {
+            EXPECT_EQ(log.lines, std::vector<std::string>{length == 2   ? "获得数据  2, 2, 0, 0"
+                                                          : length == 3 ? "获得数据  2, 2, 2, 0"
+                                                                        : "获得数据  2, 2, 2, 2"});
+        }
+    }
+}
+
+TEST_F(HidManagerTest, TheTimerTravelsAsItsLowByteAndIsLoggedWithTheWholeHostBuffer) {
+    openLink();
+    const std::pair<int, std::uint8_t> cases[] = {{0, 0},   {1, 1},      {45, 0x2D}, {255, 0xFF},
+                                                  {256, 0}, {300, 0x2C}, {-1, 0xFF}};
+    for (const auto &[minutes, byte] : cases) {
+        forget();
+        manager->sendTimerWithTimeInt(minutes);
+        std::vector<std::uint8_t> expected(64, 0);
+        expected[0] = 0x12;
+        expected[1] = byte;
+        EXPECT_EQ(hid.sent.back(), expected) << minutes;
+        char bytes[8];
+        std::snprintf(bytes, sizeof bytes, "12%02x", byte);
+        EXPECT_EQ(log.lines, std::vector<std::string>{"data = {length = 256, bytes = 0x" +
+                                                      std::string(bytes) + std::string(2 * 254, '0') + '}'});
+    }
+    EXPECT_TRUE(posts.empty());
+}
+
+TEST_F(HidManagerTest, TheTimerIsDroppedInSilenceWhileTheReceiverIsClosed) {
+    manager->sendTimerWithTimeInt(45);
+    manager->initManager();
+    queue.advance(2'000ms);
+    manager->sendTimerWithTimeInt(45);
+    EXPECT_EQ(hid.count("send 64"), 0U);
+    EXPECT_TRUE(log.lines.empty());
+
+    hid.plug();
+    hid.stalled = true;
+    queue.advance(500ms);
+    manager->sendTimerWithTimeInt(45);
+    EXPECT_EQ(log.lines.size(), 1U) << "an open receiver that refuses it is not noticed";
+}
+
+TEST_F(HidManagerTest, WhateverHappensToTheReceiverOnePassIsPendingAndTheLinkComesBack) {
+    manager->initManager();
+    std::mt19937 random(7);
+    const auto upTo = [&random](int most) { return std::uniform_int_distribution(0, most)(random); };
+    const auto disturb = [&] {
+        switch (upTo(5)) {
+        case 0:
+            return hid.plug();
+        case 1:
+            return hid.unplug();
+        case 2:
+            return hid.replug();
+        case 3:
+            hid.stalled = !hid.stalled;
+            return;
+        default:
+            hid.reply = {0x12, static_cast<std::uint8_t>(upTo(255))};
+        }
+    };
+    for (int step = 0; step < 20'000; ++step) {
+        disturb();
+        hid.duringRead = [&, inside = upTo(9) == 0] {
+            if (inside)
+                disturb();
+        };
+        queue.advance(std::chrono::milliseconds(upTo(700)));
+        ASSERT_EQ(queue.pending(), 1U);
+    }
+    hid.duringRead = [] {};
+    hid.stalled = false;
+    hid.plug();
+    queue.advance(1'100ms);
+    forget();
+    queue.advance(500ms);
+    EXPECT_EQ(std::count(posts.begin(), posts.end(), LOCAL_DEVICECONNECT), 5);
+    EXPECT_EQ(hid.misuses, 0);
+}
+
+TEST_F(HidManagerTest, ALinkThatIsDestroyedClosesTheReceiverAndItsPassesComeToNothing) {
+    for (const bool pulled : {false, true}) {
+        manager.emplace(HidManager::Needs{queue, center, hid, 0x1209, 0x0001});
+        openLink();
+        if (pulled)
+            hid.unplug();
+        queue.advance(100ms);
+        manager.reset();
+        EXPECT_FALSE(hid.isOpen());
+        forget();
+        queue.advance(5'000ms);
+        EXPECT_TRUE(hid.calls.empty());
+        EXPECT_EQ(queue.pending(), 0U);
+    }
+    EXPECT_EQ(hid.misuses, 0);
+}
+
+TEST_F(HidManagerTest, TheSharedInstanceOpensNothingByItself) {
+    const Shared<HidManager>::Scope scope([this] {
+        return std::make_unique<HidManager>(HidManager::Needs{queue, center, hid, 1, 2});
+    });
+    EXPECT_EQ(&HidManager::sharedInstance(), &HidManager::sharedInstance());
+    EXPECT_TRUE(hid.calls.empty());
+    EXPECT_EQ(queue.pending(), 0U);
+}
+
+TEST(BinaryDigitsTest, NumbersComeOutInBaseTwoWithSignedDigits) {
+    const std::pair<const char *, std::string> cases[] = {
+        {"0", "0"},
+        {"1", "1"},
+        {"5", "101"},
+        {"6", "110"},
+        {"-1", "1-"},
+        {"-2", "1-0"},
+        {"-3", "1-1-"},
+        {" +12abc", "1100"},
+        {"", "0"},
+        {"x9", "0"},
+        {"2147483647", std::string(31, '1')},
+        {"99999999999999999999", std::string(31, '1')},
+    };
+    for (const auto &[text, digits] : cases)
+        EXPECT_EQ(HidManager::convertBinarySystemFromDecimalSystem(text), digits) << text;
+    // The most negative number is one digit longer than the most positive.
+    for (const char *text : {"-2147483648", "-99999999999999999999"})
+        EXPECT_EQ(HidManager::convertBinarySystemFromDecimalSystem(text), "1-" + std::string(31, '0'));
+}
+
+} // namespace
+} // namespace companion

@@ -1,0 +1,322 @@
+#include "platform/virtual_receiver/ReceiverFeed.h"
+
+#include "platform/virtual_receiver/SocketFeed.h"
+#include "platform/virtual_receiver/VirtualHidPort.h"
+#include "support/VirtualMainQueue.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+#include <array>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+namespace companion {
+namespace {
+
+using namespace std::chrono_literals;
+
+class ReceiverFeedTest : public ::testing::Test {
+protected:
+    std::string path(const std::string &name) const { return folder.path().toStdString() + '/' + name; }
+
+    std::string write(const std::string &name, const std::string &text) {
+        std::ofstream(path(name), std::ios::binary) << text;
+        return path(name);
+    }
+
+    std::unique_ptr<ReceiverFeed> open(const std::string &where) {
+        error.clear();
+        return ReceiverFeed::open(where, receiver, queue, error);
+    }
+
+    // Real descriptors, virtual time: lets everything happen that is due now.
+    void turn() {
+        QCoreApplication::processEvents();
+        queue.advance(0ms);
+    }
+
+    template <class Condition>
+    bool turnUntil(Condition condition) {
+        const QDeadlineTimer patience(5'000);
+        while (!condition() && !patience.hasExpired())
+            turn();
+        return condition();
+    }
+
+    static bool isPlugged(VirtualHidPort &port) {
+        auto *handle = port.open(1, 2);
+        port.close(handle);
+        return handle != nullptr;
+    }
+
+    QTemporaryDir folder;
+    VirtualMainQueue queue;
+    VirtualReceiver receiver{queue, [](std::chrono::milliseconds) {}};
+    std::string error;
+};
+
+// One connection from outside.
+class Client {
+public:
+    explicit Client(const std::string &path) : m_socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0)) {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        path.copy(address.sun_path, sizeof address.sun_path - 1);
+        connected =
+            ::connect(m_socket.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0;
+    }
+
+    bool send(std::string_view text) {
+        return ::send(m_socket.get(), text.data(), text.size(), MSG_NOSIGNAL) ==
+               static_cast<ssize_t>(text.size());
+    }
+    void endInput() { ::shutdown(m_socket.get(), SHUT_WR); }
+
+    // All that came so far; `ended` once the other side has closed.
+    const std::string &received() {
+        std::array<char, 4096> bytes;
+        ssize_t length = 0;
+        while ((length = ::recv(m_socket.get(), bytes.data(), bytes.size(), 0)) > 0)
+            m_received.append(bytes.data(), static_cast<std::size_t>(length));
+        ended |= length == 0;
+        return m_received;
+    }
+
+    bool connected = false;
+    bool ended = false;
+
+private:
+    FileDescriptor m_socket;
+    std::string m_received;
+};
+
+TEST_F(ReceiverFeedTest, TheSocketIsTheUsersOwnAndGoesWithTheFeed) {
+    const mode_t before = ::umask(0);
+    auto feed = open(path("socket"));
+    EXPECT_EQ(::umask(before), 0U) << "left as it was";
+    ASSERT_TRUE(feed) << error;
+    struct stat status {};
+    ASSERT_EQ(::stat(path("socket").c_str(), &status), 0);
+    EXPECT_TRUE(S_ISSOCK(status.st_mode));
+    EXPECT_EQ(status.st_mode & 07777, 0600U);
+    feed.reset();
+    EXPECT_FALSE(QFile::exists(QString::fromStdString(path("socket"))));
+}
+
+TEST_F(ReceiverFeedTest, ConnectionsAreServedSideBySideEachWithItsOwnReplies) {
+    const auto feed = open(path("socket"));
+    ASSERT_TRUE(feed) << error;
+    Client first(path("socket"));
+    Client second(path("socket"));
+    first.send("wait 500\njump\n");
+    second.send("event 10\nplug");
+    EXPECT_TRUE(turnUntil([&] { return second.received() == "ok\n"; }));
+    second.send("ged\n");
+    EXPECT_TRUE(turnUntil([&] { return second.received() == "ok\nerror unknown command 'plugged'\n"; }));
+    EXPECT_EQ(first.received(), "");
+    queue.advance(500ms);
+    EXPECT_TRUE(turnUntil([&] { return first.received() == "ok\nerror unknown command 'jump'\n"; }));
+}
+
+TEST_F(ReceiverFeedTest, AConnectionThatEndedItsInputStillGetsItsRepliesAndIsThenClosed) {
+    const auto feed = open(path("socket"));
+    ASSERT_TRUE(feed) << error;
+    Client client(path("socket"));
+    client.send("wait 500\ncounts");
+    client.endInput();
+    for (int i = 0; i < 20; ++i)
+        turn();
+    queue.advance(500ms);
+    EXPECT_TRUE(turnUntil([&] { return client.received(), client.ended; }));
+    EXPECT_EQ(client.received(), "ok\nok opens=0 refused=0 closes=0 reads=0 writes=0\n");
+}
+
+TEST_F(ReceiverFeedTest, ClientsThatLeaveAtAnyMomentDisturbNobody) {
+    const auto feed = open(path("socket"));
+    ASSERT_TRUE(feed) << error;
+    VirtualHidPort port(receiver);
+    {
+        Client mute(path("socket"));
+        Client rude(path("socket"));
+        rude.send("counts\nwait 100\nevent 10\ncounts\n");
+        Client half(path("socket"));
+        half.send("eve");
+    }
+    for (int i = 0; i < 20; ++i)
+        turn();
+    queue.advance(100ms);
+    Client client(path("socket"));
+    client.send("counts\n");
+    EXPECT_TRUE(turnUntil([&] { return client.received().ends_with("writes=0\n"); }));
+    auto *handle = port.open(1, 2);
+    std::array<std::uint8_t, 64> report{0x12};
+    port.getFeatureReport(handle, report);
+    EXPECT_EQ(report[1], 0x10) << "what a client asked for before it left is done";
+}
+
+TEST_F(ReceiverFeedTest, AReaderThatTakesNoRepliesHoldsUpOnlyItself) {
+    const auto feed = open(path("socket"));
+    ASSERT_TRUE(feed) << error;
+    VirtualHidPort port(receiver);
+    auto *handle = port.open(1, 2);
+    for (int i = 0; i < 256; ++i)
+        port.sendFeatureReport(handle, std::array<std::uint8_t, 64>{0x12});
+    port.close(handle);
+    Client slow(path("socket"));
+    std::string requests;
+    for (int i = 0; i < 100; ++i) // 3 MB of replies, more than any socket holds.
+        requests += "sets\n";
+    slow.send(requests + "unplug\n");
+    std::size_t flooded = 0;
+    for (int i = 0; i < 100; ++i) {
+        turn();
+        while (slow.send("#\n"))
+            ++flooded;
+    }
+    EXPECT_TRUE(isPlugged(port)) << "commands run on though nobody takes the replies";
+    EXPECT_LT(flooded, 10'000U) << "reads on though nothing is being run";
+    Client other(path("socket"));
+    other.send("plug\n");
+    EXPECT_TRUE(turnUntil([&] { return other.received() == "ok\n"; }));
+    EXPECT_TRUE(turnUntil([&] { return slow.received(), !isPlugged(port); }));
+    EXPECT_EQ(std::count(slow.received().begin(), slow.received().end(), '\n'), 101);
+}
+
+TEST_F(ReceiverFeedTest, TooManyConnectionsAreToldSoUntilOneOfThemLeaves) {
+    const auto feed = open(path("socket"));
+    ASSERT_TRUE(feed) << error;
+    std::list<Client> clients;
+    for (std::size_t i = 0; i < SocketFeed::kMaxConnections; ++i) {
+        clients.emplace_back(path("socket")).send("wait-get 1\n"); // Waits for ever: nobody polls.
+        turn();
+    }
+    Client refused(path("socket"));
+    EXPECT_TRUE(turnUntil([&] { return refused.received(), refused.ended; }));
+    EXPECT_EQ(refused.received(), "error too many connections\n");
+    clients.pop_front();
+    Client welcome(path("socket"));
+    welcome.send("plug\n");
+    EXPECT_TRUE(turnUntil([&] { return welcome.received() == "ok\n"; }));
+}
+
+TEST_F(ReceiverFeedTest, ASocketLeftBehindIsReplacedAndOneInUseIsNot) {
+    auto feed = open(path("socket"));
+    ASSERT_TRUE(feed) << error;
+    EXPECT_FALSE(open(path("socket")));
+    EXPECT_EQ(error, path("socket") + ": the socket is in use");
+    EXPECT_TRUE(Client(path("socket")).connected) << "the first still listens";
+
+    ASSERT_EQ(::rename(path("socket").c_str(), path("other").c_str()), 0);
+    const auto second = open(path("socket"));
+    ASSERT_TRUE(second) << error;
+    feed.reset(); // What it made stands elsewhere, with nobody listening any more.
+    EXPECT_TRUE(Client(path("socket")).connected) << "and this is not its own to remove";
+    feed = open(path("other"));
+    EXPECT_TRUE(feed) << error;
+    EXPECT_TRUE(Client(path("other")).connected);
+}
+
+TEST_F(ReceiverFeedTest, PathsThatCannotBeAFeedAreNamed) {
+    write("file", "plug\n");
+    const std::pair<std::string, std::string> cases[] = {
+        {path(""), "is a folder"},
+        {path("none/socket"), "cannot make the socket: No such file or directory"},
+        {path("file/socket"), "Not a directory"},
+        {path(std::string(120, 'x')), "too long for a socket"},
+        {"/dev/null", "is neither a script nor a socket"},
+    };
+    for (const auto &[where, reason] : cases) {
+        EXPECT_FALSE(open(where));
+        EXPECT_EQ(error, where + ": " + reason);
+    }
+    EXPECT_FALSE(open(""));
+    EXPECT_NE(error, "");
+}
+
+TEST_F(ReceiverFeedTest, AScriptIsCheckedAsAWholeBeforeAnythingRuns) {
+    const std::string script = write("bad.txt", "unplug\n\nevent 1g\nplug\n");
+    EXPECT_FALSE(open(script));
+    EXPECT_TRUE(error.starts_with(script + ":3: event: '1g' is no byte")) << error;
+    EXPECT_FALSE(open(write("binary", std::string("\0\xff\n", 3))));
+    EXPECT_TRUE(error.starts_with(path("binary") + ":1: unknown command '\\x00\\xff'")) << error;
+    EXPECT_FALSE(open(write("long", "#" + std::string(5'000, ' ') + '\n')));
+    EXPECT_EQ(error, path("long") + ":1: line longer than 4096 bytes");
+    EXPECT_FALSE(open(write("huge", std::string(2U << 20, '\n'))));
+    EXPECT_EQ(error, path("huge") + ": longer than 1048576 bytes");
+    turn();
+    EXPECT_NE(VirtualHidPort(receiver).open(1, 2), nullptr) << "nothing was unplugged";
+}
+
+TEST_F(ReceiverFeedTest, AScriptRunsAfterTheStartAndRepliesOnStandardOutput) {
+    ::testing::internal::CaptureStdout();
+    const auto feed = open(write("script", "# demonstration\nunplug\nwait 200\nplug"));
+    ASSERT_TRUE(feed) << error;
+    VirtualHidPort port(receiver);
+    auto *handle = port.open(1, 2);
+    EXPECT_NE(handle, nullptr) << "not before the event loop turns";
+    port.close(handle);
+    turn();
+    EXPECT_EQ(port.open(1, 2), nullptr);
+    queue.advance(200ms);
+    EXPECT_NE(port.open(1, 2), nullptr);
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "ok\nok\nok\n");
+}
+
+TEST_F(ReceiverFeedTest, AFifoIsReadAsItIsWrittenAndItsEndEndsTheFeedOnly) {
+    ASSERT_EQ(::mkfifo(path("fifo").c_str(), 0600), 0);
+    ::testing::internal::CaptureStdout();
+    const auto feed = open(path("fifo"));
+    ASSERT_TRUE(feed) << error;
+    {
+        std::ofstream writer(path("fifo"));
+        writer << "jump\nunplug" << std::flush;
+        turn();
+    }
+    VirtualHidPort port(receiver);
+    EXPECT_TRUE(turnUntil([&] { return !isPlugged(port); }));
+    turn();
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "error unknown command 'jump'\nok\n");
+}
+
+TEST_F(ReceiverFeedTest, StandardInputIsAFeedAndRepliesThatNobodyTakesAreNoMatter) {
+    std::array<int, 2> input{};
+    std::array<int, 2> output{};
+    ASSERT_EQ(::pipe(input.data()), 0);
+    ASSERT_EQ(::pipe(output.data()), 0);
+    const FileDescriptor savedInput = FileDescriptor::copyOf(STDIN_FILENO);
+    const FileDescriptor savedOutput = FileDescriptor::copyOf(STDOUT_FILENO);
+    FileDescriptor writer(input[1]);
+    FileDescriptor reader(output[0]);
+    ::dup2(input[0], STDIN_FILENO);
+    ::dup2(output[1], STDOUT_FILENO);
+    ::close(input[0]);
+    ::close(output[1]);
+    const auto feed = open("-");
+    ::dup2(savedInput.get(), STDIN_FILENO);
+    ::dup2(savedOutput.get(), STDOUT_FILENO);
+    ASSERT_TRUE(feed) << error;
+
+    VirtualHidPort port(receiver);
+    ASSERT_EQ(::write(writer.get(), "unplug\n", 7), 7);
+    EXPECT_TRUE(turnUntil([&] { return !isPlugged(port); }));
+    std::array<char, 16> reply{};
+    EXPECT_EQ(::read(reader.get(), reply.data(), reply.size()), 3);
+    EXPECT_STREQ(reply.data(), "ok\n");
+
+    reader = FileDescriptor(); // As when the reader of the replies has ended.
+    ASSERT_EQ(::write(writer.get(), "plug\ncounts\n", 12), 12);
+    EXPECT_TRUE(turnUntil([&] { return isPlugged(port); }));
+}
+
+} // namespace
+} // namespace companion

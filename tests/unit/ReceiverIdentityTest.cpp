@@ -1,0 +1,75 @@
+#include "receiver/ReceiverIdentity.h"
+#include "platform/hidapi/InterfaceChoice.h"
+
+#include <gtest/gtest.h>
+
+namespace companion {
+namespace {
+
+TEST(ReceiverIdentityTest, OneToFourHexDigitsEachAreTaken) {
+    std::string error;
+    EXPECT_EQ(parseReceiverIdentity("1209:0001", error), (ReceiverIdentity{0x1209, 1}));
+    EXPECT_EQ(parseReceiverIdentity("fFfF:0", error), (ReceiverIdentity{0xFFFF, 0}));
+    EXPECT_EQ(error, "");
+    EXPECT_NE(builtInReceiverIdentity().vendorId, 0);
+}
+
+TEST(ReceiverIdentityTest, AnythingElseIsAnErrorThatQuotesTheOffender) {
+    const std::pair<const char *, const char *> cases[] = {
+        {"", "''"},           {"1209", "'1209'"},    {"12090:1", "'12090'"},
+        {"1209:", "''"},      {":1", "''"},          {"0x12:1", "'0x12'"},
+        {"-1:1", "'-1'"},     {"1209: 1", "' 1'"},   {"1209:1:2", "'1:2'"},
+        {"0000:1", "'0000'"}, {"12\n:1", "'12\\n'"},
+    };
+    for (const auto &[text, offender] : cases) {
+        std::string error;
+        EXPECT_FALSE(parseReceiverIdentity(text, error)) << text;
+        EXPECT_TRUE(error.starts_with(offender)) << error;
+    }
+}
+
+// What a look at several interfaces in that order would choose, and how many it opened.
+struct Choice {
+    int index;
+    int asked = 0;
+};
+
+Choice choose(const std::vector<HidUsage> &usages, const std::string &answering) {
+    Choice choice{-1};
+    choice.index = chooseInterface(likeliestFirst(usages), [&](const HidInterface &each, bool mustAnswer) {
+        ++choice.asked;
+        return !mustAnswer || each.path == answering;
+    });
+    return choice;
+}
+
+TEST(InterfaceChoiceTest, ALoneVendorInterfaceIsTakenUnasked) {
+    EXPECT_EQ(choose({{"a", 0xFF00}}, "none").index, 0);
+    EXPECT_EQ(choose({{"a", 0}}, "none").index, 0)
+        << "a descriptor that cannot be read says nothing against it";
+    EXPECT_EQ(choose({{"a", 0x01}, {"a", 0x0C}, {"a", 0xFFA0}}, "none").index, 0)
+        << "one interface, three usages";
+}
+
+TEST(InterfaceChoiceTest, OfSeveralTheOneThatAnswersIsTakenAndTheLikeliestIsAskedFirst) {
+    const std::vector<HidUsage> usages = {{"keyboard", 0x01}, {"keyboard", 0x0C}, {"vendor", 0xFF00}};
+    EXPECT_EQ(likeliestFirst(usages)[0].path, "vendor");
+    EXPECT_EQ(choose(usages, "vendor").asked, 1);
+    EXPECT_EQ(choose(usages, "keyboard").index, 1);
+}
+
+TEST(InterfaceChoiceTest, ALoneKeyboardMayBeARareCaseOrTheFirstOfSeveralToAppearSoItMustAnswer) {
+    EXPECT_EQ(choose({{"keyboard", 0x01}}, "none").index, -1);
+    EXPECT_EQ(choose({{"keyboard", 0x01}}, "keyboard").index, 0);
+    EXPECT_EQ(choose({}, "none").index, -1);
+}
+
+TEST(InterfaceChoiceTest, TheKernelsNamesAreKnownByTheirUpperCaseIdentifiers) {
+    const char *link = "../../devices/usb1/1-1/1-1:1.0/0003:12AB:000C.0004/hidraw/hidraw3";
+    EXPECT_TRUE(isDeviceNameOf(link, 0x12AB, 0x000C));
+    EXPECT_FALSE(isDeviceNameOf(link, 0x12AB, 0x000D));
+    EXPECT_FALSE(isDeviceNameOf(link, 0x0003, 0x12AB));
+}
+
+} // namespace
+} // namespace companion

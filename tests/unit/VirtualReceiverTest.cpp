@@ -1,0 +1,312 @@
+#include "platform/virtual_receiver/VirtualReceiver.h"
+
+#include "core/NotificationCenter.h"
+#include "core/NotificationNames.h"
+#include "platform/virtual_receiver/ReceiverCommands.h"
+#include "platform/virtual_receiver/VirtualHidPort.h"
+#include "receiver/HidManager.h"
+#include "support/LogRecorder.h"
+#include "support/VirtualMainQueue.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+
+namespace companion {
+namespace {
+
+using namespace std::chrono_literals;
+using Mode = VirtualReceiver::Mode;
+using Bytes = VirtualReceiver::Bytes;
+using Lines = std::vector<std::string>;
+
+class VirtualReceiverTest : public ::testing::Test {
+protected:
+    // The first bytes of the answer to one feature read, or nothing for a failed one.
+    Bytes read(std::size_t length = 4) {
+        std::array<std::uint8_t, 64> report{0x12};
+        answered = port.getFeatureReport(handle, report);
+        return answered < 0 ? Bytes{} : Bytes(report.begin(), report.begin() + static_cast<long>(length));
+    }
+    void open() { handle = port.open(1, 2); }
+
+    VirtualMainQueue queue;
+    std::chrono::milliseconds blocked{0};
+    std::function<void()> whileBlocked = [] {};
+    VirtualReceiver receiver{queue, [this](std::chrono::milliseconds time) {
+                                 blocked += time;
+                                 whileBlocked();
+                             }};
+    VirtualHidPort port{receiver};
+    HidPort::Handle *handle = nullptr;
+    int answered = 0;
+};
+
+TEST_F(VirtualReceiverTest, TheOpenIsExclusiveAndFailsWhileUnplugged) {
+    open();
+    ASSERT_NE(handle, nullptr);
+    EXPECT_EQ(port.open(1, 2), nullptr);
+    receiver.replug(0ms);
+    EXPECT_EQ(port.open(1, 2), nullptr) << "the dead handle was not closed";
+    port.close(handle);
+    receiver.unplug();
+    EXPECT_EQ(port.open(1, 2), nullptr);
+    receiver.plug();
+    open();
+    EXPECT_NE(handle, nullptr);
+    EXPECT_EQ(receiver.counts().opens, 2U);
+    EXPECT_EQ(receiver.counts().refused, 3U);
+    EXPECT_EQ(receiver.counts().closes, 1U);
+}
+
+TEST_F(VirtualReceiverTest, CodesForOnePollComeBeforeTheStandingEvent) {
+    open();
+    receiver.setEvent(Bytes{0x10, 0x22});
+    receiver.once(Bytes{0x01, 0x02});
+    EXPECT_EQ(read(), (Bytes{0x12, 0x01, 0, 0}));
+    EXPECT_EQ(read(), (Bytes{0x12, 0x02, 0, 0}));
+    EXPECT_EQ(read(), (Bytes{0x12, 0x10, 0x22, 0}));
+    EXPECT_EQ(read(), (Bytes{0x12, 0x10, 0x22, 0}));
+    EXPECT_EQ(answered, 64);
+    receiver.setEvent(Bytes(200, 0xEE));
+    EXPECT_EQ(read(64).back(), 0xEE);
+}
+
+TEST_F(VirtualReceiverTest, AnUnplugKillsWhatIsOpenForGoodAndLosesNoCodes) {
+    open();
+    receiver.once(Bytes{0x01});
+    receiver.replug(300ms);
+    EXPECT_FALSE(port.isDisconnected(handle)) << "not before a read has failed";
+    EXPECT_EQ(read(), Bytes{});
+    EXPECT_TRUE(port.isDisconnected(handle));
+    queue.advance(300ms);
+    EXPECT_EQ(read(), Bytes{}) << "plugged in again, but this handle is of another life";
+    EXPECT_TRUE(port.isDisconnected(handle));
+    port.close(handle);
+    open();
+    EXPECT_EQ(read(), (Bytes{0x12, 0x01, 0, 0}));
+    EXPECT_FALSE(port.isDisconnected(handle));
+}
+
+TEST_F(VirtualReceiverTest, ALaterUnplugSupersedesAPendingReplug) {
+    receiver.replug(300ms);
+    receiver.unplug();
+    queue.advance(1'000ms);
+    open();
+    EXPECT_EQ(handle, nullptr);
+}
+
+TEST_F(VirtualReceiverTest, AStallFailsReadsAndWritesWithoutARemoval) {
+    open();
+    receiver.setMode(Mode::Stall);
+    EXPECT_EQ(read(), Bytes{});
+    EXPECT_FALSE(port.isDisconnected(handle));
+    const std::array<std::uint8_t, 64> report{0x12};
+    EXPECT_EQ(port.sendFeatureReport(handle, report), -1);
+    EXPECT_TRUE(receiver.written().empty());
+
+    receiver.setMode(Mode::Short);
+    receiver.setEvent(Bytes{0x10, 0x22});
+    EXPECT_EQ(read(), (Bytes{0x12, 0x10, 0, 0}));
+    EXPECT_EQ(answered, 2);
+}
+
+TEST_F(VirtualReceiverTest, ASlowReadFindsTheReceiverPulledMeanwhile) {
+    open();
+    receiver.setDelay(40ms);
+    EXPECT_NE(read(), Bytes{});
+    whileBlocked = [this] { receiver.unplug(); };
+    EXPECT_EQ(read(), Bytes{});
+    EXPECT_TRUE(port.isDisconnected(handle));
+    EXPECT_EQ(blocked, 80ms);
+}
+
+TEST_F(VirtualReceiverTest, TheReceiverLinkRunsOverIt) {
+    NotificationCenter center;
+    LogRecorder log;
+    Lifetime life;
+    std::vector<std::string_view> posts;
+    for (const auto name : {LOCAL_DEVICECONNECT, LOCAL_DEVICEDISCONNECT, LOCAL_MOUSEEFFECTON})
+        center.addObserver(life, name, [&posts](const Notification &n) { posts.push_back(n.name); });
+    HidManager link({queue, center, port, 1, 2});
+    link.initManager();
+    receiver.once(Bytes{0x10});
+    queue.advance(600ms);
+    receiver.replug(0ms);
+    queue.advance(600ms);
+    EXPECT_EQ(posts, (std::vector{LOCAL_DEVICECONNECT, LOCAL_MOUSEEFFECTON, LOCAL_DEVICECONNECT,
+                                  LOCAL_DEVICECONNECT, LOCAL_DEVICEDISCONNECT}));
+    link.sendTimerWithTimeInt(45);
+    EXPECT_EQ(receiver.written().back().size(), 64U);
+}
+
+class ReceiverCommandsTest : public VirtualReceiverTest {
+protected:
+    Lines replies;
+    ReceiverCommands commands{receiver, queue, [this](std::string_view line) { replies.emplace_back(line); },
+                              [] {}};
+
+    Lines say(std::string_view text) {
+        replies.clear();
+        commands.feed(text);
+        return replies;
+    }
+};
+
+TEST_F(ReceiverCommandsTest, EachCommandDoesItsWorkAndGetsOneReply) {
+    open();
+    EXPECT_EQ(say("# a comment\n\n \t\r\nevent 10 2 0xAb\r\n once 1 02\n"), (Lines{"ok", "ok"}));
+    EXPECT_EQ(read(), (Bytes{0x12, 0x01, 0, 0}));
+    EXPECT_EQ(read(), (Bytes{0x12, 0x02, 0, 0}));
+    EXPECT_EQ(read(), (Bytes{0x12, 0x10, 0x02, 0xAB}));
+    EXPECT_EQ(say("sets\n"), Lines{"ok"});
+    port.sendFeatureReport(handle, Bytes{0x12, 0x2D, 0});
+    port.sendFeatureReport(handle, Bytes{0x12, 0xFF});
+    EXPECT_EQ(say("sets\ncounts\n"),
+              (Lines{"ok 122d00 12ff", "ok opens=1 refused=0 closes=0 reads=3 writes=2"}));
+    EXPECT_EQ(say("mode stall\n"), Lines{"ok"});
+    EXPECT_EQ(read(), Bytes{});
+    EXPECT_EQ(say("mode ok\ndelay 25\nreplug 50\n"), (Lines{"ok", "ok", "ok"}));
+    EXPECT_EQ(read(), Bytes{});
+    EXPECT_EQ(blocked, 25ms);
+    port.close(handle);
+    queue.advance(50ms);
+    open();
+    EXPECT_NE(handle, nullptr);
+}
+
+TEST_F(ReceiverCommandsTest, ARepliesWaitHoldsUpTheLaterCommandsOfItsFeedOnly) {
+    Lines other;
+    ReceiverCommands second{receiver, queue, [&other](std::string_view line) { other.emplace_back(line); },
+                            [] {}};
+    open();
+    EXPECT_EQ(say("wait 300\nevent 10\n"), Lines{});
+    second.feed("event 04\n");
+    EXPECT_EQ(other, Lines{"ok"});
+    queue.advance(299ms);
+    EXPECT_EQ(read()[1], 0x04);
+    EXPECT_FALSE(commands.idle());
+    queue.advance(1ms);
+    EXPECT_EQ(replies, (Lines{"ok", "ok"}));
+    EXPECT_EQ(read()[1], 0x10);
+    EXPECT_TRUE(commands.idle());
+}
+
+TEST_F(ReceiverCommandsTest, WaitGetCountsAnsweredReadsOnlyAndRepliesWhenThePassIsOver) {
+    open();
+    read();
+    say("wait-get 2\nunplug\n");
+    receiver.setMode(Mode::Stall);
+    read();
+    receiver.setMode(Mode::Ok);
+    read();
+    queue.advance(10'000ms);
+    EXPECT_EQ(replies, Lines{});
+    read();
+    EXPECT_EQ(replies, Lines{}) << "no command runs inside a read";
+    queue.advance(0ms);
+    EXPECT_EQ(replies, (Lines{"ok", "ok"}));
+    EXPECT_EQ(read(), Bytes{});
+}
+
+TEST_F(ReceiverCommandsTest, WaitGetGivesUpAtItsTimeLimitAndTheTimerOfOneWaitEndsNoOther) {
+    open();
+    say("wait-get 1 500\nwait-get 2 500\n");
+    queue.advance(300ms);
+    read();
+    queue.advance(0ms);
+    EXPECT_EQ(replies, Lines{"ok"});
+    queue.advance(499ms); // Past the first limit.
+    EXPECT_EQ(replies, Lines{"ok"});
+    queue.advance(1ms);
+    EXPECT_EQ(replies.back(), "error wait-get: fewer than 2 reads were answered in time");
+    read();
+    read();
+    queue.advance(0ms);
+    EXPECT_EQ(replies.size(), 2U);
+}
+
+TEST_F(ReceiverCommandsTest, AFeedThatIsGoneLeavesNoWaitBehind) {
+    std::optional<ReceiverCommands> gone;
+    Lines lines;
+    gone.emplace(
+        receiver, queue, [&lines](std::string_view line) { lines.emplace_back(line); }, [] {});
+    gone->feed("wait-get 1 100\nunplug\n");
+    gone.reset();
+    open();
+    read();
+    queue.advance(1'000ms);
+    EXPECT_NE(read(), Bytes{});
+    EXPECT_EQ(lines, Lines{});
+}
+
+TEST_F(ReceiverCommandsTest, BadInputGetsAnErrorThatQuotesTheOffenderAndChangesNothing) {
+    open();
+    say("event 10\n");
+    const std::pair<std::string, std::string> cases[] = {
+        {"jump", "unknown command 'jump'"},
+        {"EVENT 10", "unknown command 'EVENT'"},
+        {"event", "event: something is missing"},
+        {"event 1g", "event: '1g' is no byte"},
+        {"event 100", "event: '100' is no byte"},
+        {"event 0x", "event: '0x' is no byte"},
+        {"event -1", "event: '-1' is no byte"},
+        {"once 01 02 zz", "once: 'zz' is no byte"},
+        {"mode fast", "mode: 'fast' is no mode"},
+        {"unplug now", "unplug: 'now' is too much"},
+        {"delay -5", "delay: '-5' is no number from 0 to 60000"},
+        {"delay 60001", "delay: '60001' is no number"},
+        {"wait", "wait: something is missing"},
+        {"wait 99999999999999999999", "wait: '99999999999999999999' is no number"},
+        {"wait-get 0", "wait-get: '0' is no number from 1"},
+        {"wait-get 1 2 3", "wait-get: '3' is too much"},
+        {"wait-get 1 2s", "wait-get: '2s' is no number"},
+        {"\x1b[2J\xff" + std::string(100, 'x'),
+         "unknown command '\\x1b[2J\\xff" + std::string(35, 'x') + "…'"},
+        {std::string("\0", 1), "unknown command '\\x00'"},
+    };
+    for (const auto &[line, error] : cases) {
+        const Lines got = say(line + '\n');
+        ASSERT_EQ(got.size(), 1U) << line;
+        EXPECT_TRUE(got[0].starts_with("error " + error)) << got[0];
+    }
+    std::string many = "event";
+    for (int i = 0; i < 64; ++i)
+        many += " 1";
+    EXPECT_TRUE(say(many + '\n')[0].starts_with("error event: '1' is too much"));
+    EXPECT_EQ(read(), (Bytes{0x12, 0x10, 0, 0}));
+    EXPECT_EQ(blocked, 0ms);
+}
+
+TEST_F(ReceiverCommandsTest, LinesMayComeInPiecesAndTooLongOnesAreDroppedWhole) {
+    EXPECT_EQ(say("cou"), Lines{});
+    EXPECT_EQ(say("nts\nplu").size(), 1U);
+    EXPECT_EQ(say("g\n"), Lines{"ok"});
+    const std::string blanks(4096 - 4, ' ');
+    EXPECT_EQ(say("plug" + blanks + '\n'), Lines{"ok"}) << "4096 bytes are not too long";
+    EXPECT_EQ(say("plug" + blanks + " \nplug\n"), (Lines{"error line longer than 4096 bytes", "ok"}));
+    EXPECT_EQ(say(std::string(5'000, 'x')), Lines{"error line longer than 4096 bytes"});
+    EXPECT_EQ(say(std::string(9'000, 'y')), Lines{}) << "still that line";
+    EXPECT_EQ(say("unplug\nplug\n"), Lines{"ok"});
+    say("plug");
+    commands.finish();
+    EXPECT_EQ(replies, Lines{"ok"}) << "the last line needs no line feed";
+}
+
+TEST_F(ReceiverCommandsTest, WaitingCodesAndKeptReportsAreBounded) {
+    open();
+    std::string line = "once";
+    for (int i = 0; i < 1'024; ++i)
+        line += " 10";
+    line += '\n';
+    for (int i = 0; i < 4; ++i)
+        EXPECT_EQ(say(line), Lines{"ok"});
+    EXPECT_TRUE(say(line)[0].starts_with("error once: more than 4096"));
+    for (int i = 0; i < 300; ++i)
+        port.sendFeatureReport(handle, Bytes{0x12, static_cast<std::uint8_t>(i)});
+    EXPECT_EQ(receiver.written().size(), 256U);
+    EXPECT_EQ(receiver.written().back()[1], 299 & 0xFF);
+}
+
+} // namespace
+} // namespace companion
