@@ -68,14 +68,20 @@ Look plainLook(QRgb colour) {
     return [=](int, int, QRgb seen) { return sameColour(seen, colour, 0); };
 }
 
-Talk::Talk(const Settings &settings, const DesktopOptions &options)
+// Where there are several monitors, a window manager would put a full-screen window on one of them.
+Talk::Talk(const CompanionProcess::Options &program, const DesktopOptions &options)
     : desktop(options),
       screen(desktop),
       hand(desktop),
-      slide(desktop, TestWindow::Kind::FullScreen, kSlideColour),
-      companion(desktop, settings) {
+      slide(desktop,
+            options.monitors.empty() ? TestWindow::Kind::FullScreen : TestWindow::Kind::OverrideRedirect,
+            kSlideColour, QRect(QPoint(0, 0), options.size)),
+      companion(desktop, program) {
     expectPlainSlide();
 }
+
+Talk::Talk(const Settings &settings, const DesktopOptions &options)
+    : Talk(CompanionProcess::Options{.settings = settings}, options) {}
 
 milliseconds Talk::expectLook(const std::string &what, const Look &look, milliseconds limit) const {
     QImage last;
