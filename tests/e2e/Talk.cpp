@@ -5,6 +5,9 @@
 namespace companion::rig {
 namespace {
 
+// A pixel whose middle is this far from the edge is not touched by it; a disc half a pixel off fails.
+constexpr double kRim = 0.8;
+
 // The first pixels that are wrong, in words; nothing if all are right.
 std::string faults(const QImage &image, const Look &look) {
     std::string text;
@@ -58,9 +61,9 @@ double Disc::distance(int x, int y) const {
 Look discLook(const Disc &disc, QRgb inside, QRgb outside) {
     return [=](int x, int y, QRgb seen) {
         const double beyond = disc.distance(x, y) - disc.radius();
-        if (beyond < -1.5)
+        if (beyond < -kRim)
             return sameColour(seen, inside);
-        return beyond > 1.5 ? sameColour(seen, outside) : between(seen, inside, outside);
+        return beyond > kRim ? sameColour(seen, outside) : between(seen, inside, outside);
     };
 }
 

@@ -34,7 +34,7 @@ struct Disc {
     QRect box;
 };
 
-// `inside` and `outside` the disc; on a rim of three pixels anything between the two.
+// `inside` and `outside` the disc; on the rim between them anything between the two.
 Look discLook(const Disc &disc, QRgb inside, QRgb outside);
 Look plainLook(QRgb colour);
 
