@@ -109,8 +109,8 @@ void X11InputMonitor::deliver() {
         return;
     }
     m_connection.sawReplyTo(cookie.sequence);
-    // Events that came with the answer stay queued: some may be younger than it, and it tells nothing of where
-    // those moved the pointer.
+    // Events that came with the answer stay queued: some may be younger than it, and it tells nothing of
+    // where those moved the pointer.
 
     const Point location = m_screens.toOverlay(pointer->root_x, pointer->root_y);
     const InputEventType motion = motionWith(pointer->mask);
