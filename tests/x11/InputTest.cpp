@@ -1,5 +1,7 @@
 #include "x11/X11Fixture.h"
 
+#include <xcb/shape.h>
+
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -16,13 +18,17 @@ protected:
     void watch(unsigned mask = kEverything) {
         platform->inputMonitor().addGlobalMonitor(mask, [this](const InputEvent &e) { events.push_back(e); });
     }
-    bool eventuallyTypes(const std::vector<InputEventType> &types) {
-        return eventually([&] {
-            std::vector<InputEventType> seen;
+    ::testing::AssertionResult eventuallyTypes(const std::vector<InputEventType> &types) {
+        std::vector<InputEventType> seen;
+        const bool same = eventually([&] {
+            seen.clear();
             for (const auto &event : events)
                 seen.push_back(event.type);
             return seen == types;
         });
+        if (same)
+            return ::testing::AssertionSuccess();
+        return ::testing::AssertionFailure() << "seen: " << ::testing::PrintToString(seen);
     }
 
     std::vector<InputEvent> events;
@@ -49,9 +55,16 @@ TEST_F(InputTest, LocationsArePointsFromTheMainScreensLowerLeft) {
     EXPECT_EQ(events.back().location, (Point{50, 450}));
 }
 
-TEST_F(InputTest, ButtonsHeldTurnMovesIntoDragsAndReleasesAreTold) {
+class DragTest : public InputTest, public ::testing::WithParamInterface<bool> {};
+
+TEST_P(DragTest, ButtonsHeldTurnMovesIntoDragsAndReleasesAreTold) {
     startOverlay();
     watch();
+    surface->setTakesMouse(GetParam());
+    ASSERT_TRUE(eventually([&] {
+        const auto catcher = client->catcher();
+        return client->isMapped(catcher) && client->shape(catcher, XCB_SHAPE_SK_INPUT).empty() != GetParam();
+    }));
     const auto expect = [&](std::vector<InputEventType> types) {
         EXPECT_TRUE(eventuallyTypes(types));
         events.clear();
@@ -68,9 +81,13 @@ TEST_F(InputTest, ButtonsHeldTurnMovesIntoDragsAndReleasesAreTold) {
     expect({RightMouseUp});
     client->click(2);
     client->click(4);
-    client->move(30, 30); // Middle button and wheel have said nothing before this.
-    expect({MouseMoved});
+    client->move(30, 40); // Middle button and wheel have said nothing before this.
+    ASSERT_TRUE(eventuallyTypes({MouseMoved}));
+    EXPECT_EQ(events.back().location, (Point{30, 1040}));
 }
+
+INSTANTIATE_TEST_SUITE_P(Mouse, DragTest, ::testing::Bool(),
+                         [](const auto &taken) { return taken.param ? "Taken" : "LetThrough"; });
 
 TEST_F(InputTest, KeysAreKnownByTheirPlaceEvenUnderAGrab) {
     startOverlay();

@@ -35,6 +35,7 @@ protected:
         client->pretendCompositor(true);
         startPlatform();
         surface->setLevel(1002);
+        ASSERT_TRUE(eventually([&] { return client->isMapped(client->catcher()); }));
     }
 
     void present(SurfaceFrame frame, Pixel pixel = 0) {
