@@ -5,7 +5,6 @@
 #include "settings_ui/SettingLook.h"
 
 #include <QAbstractButton>
-#include <QButtonGroup>
 #include <QLabel>
 #include <QSignalBlocker>
 #include <QSlider>
@@ -47,12 +46,8 @@ SettingControls::SettingControls(QWidget &root, SettingOutlets outlets, ConfigMa
       m_outlets(std::move(outlets)),
       m_config(config),
       m_handlers(std::move(handlers)) {
-    // The group lets the arrow keys walk between the buttons. It is not exclusive: a type that is no effect
-    // leaves all four off.
-    auto *modes = new QButtonGroup(&m_root);
-    modes->setExclusive(false);
+    // No button group: a type that is no effect leaves all four off.
     for (std::size_t type = 0; type < m_outlets.modes.size(); ++type) {
-        modes->addButton(m_outlets.modes[type]);
         QObject::connect(m_outlets.modes[type], &QAbstractButton::clicked, &m_root, [this, type] {
             m_config.setType(type);
             m_handlers.typeChosen();
