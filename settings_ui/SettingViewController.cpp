@@ -11,6 +11,7 @@
 
 #include <QFontInfo>
 #include <QPointer>
+#include <QStyledItemDelegate>
 
 #include <algorithm>
 #include <array>
@@ -156,6 +157,8 @@ void SettingViewController::mouseTypeSwitch() {
 }
 
 void SettingViewController::setLanguageBtnState() {
+    // The default delegate does not draw with the style sheet.
+    m_ui->languageBtn->setItemDelegate(new QStyledItemDelegate(m_ui->languageBtn));
     for (const char *title : kAppendedLanguages)
         m_ui->languageBtn->addItem(QLatin1String(title));
     m_ui->languageBtn->setCurrentIndex(static_cast<int>(LanguageSetting::storedIndex()));

@@ -7,8 +7,8 @@
 #include <QCloseEvent>
 #include <QCursor>
 #include <QGuiApplication>
+#include <QKeyEvent>
 #include <QScreen>
-#include <QShortcut>
 #include <QVBoxLayout>
 
 #include <utility>
@@ -33,8 +33,6 @@ public:
         layout->setContentsMargins(0, 0, 0, 0);
         layout->setSizeConstraint(QLayout::SetFixedSize);
         layout->addWidget(&m_content->view());
-        for (const QKeySequence &keys : {QKeySequence(Qt::Key_Escape), QKeySequence(QKeySequence::Close)})
-            connect(new QShortcut(keys, this), &QShortcut::activated, this, &QWidget::close);
     }
 
     ~SettingWindow() override { m_content->view().setParent(nullptr); } // The content's own; it may live on.
@@ -42,6 +40,14 @@ public:
     void letGo() { m_controller = nullptr; }
 
 protected:
+    // Not as a shortcut: that would be quicker than an open list, which Escape is to close first.
+    void keyPressEvent(QKeyEvent *event) override {
+        if (event->matches(QKeySequence::Cancel) || event->matches(QKeySequence::Close))
+            close();
+        else
+            QWidget::keyPressEvent(event);
+    }
+
     void closeEvent(QCloseEvent *event) override {
         event->accept();
         if (m_controller != nullptr)

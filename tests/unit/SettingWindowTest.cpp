@@ -10,6 +10,7 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QScreen>
+#include <QScrollBar>
 #include <QSlider>
 #include <QSpinBox>
 #include <QTest>
@@ -338,6 +339,12 @@ TEST_F(SettingWindowTest, ALanguageRelabelsAllEighteenCaptionsAtOnceAndTheFirstC
     for (int i = 0; i < 12; ++i)
         EXPECT_EQ(button.itemText(i), QLatin1String(titles[i]));
     EXPECT_EQ(button.currentIndex(), 7);
+    button.showPopup();
+    settle();
+    EXPECT_EQ(button.view()->verticalScrollBar()->maximum(), 0) << "all of them without scrolling";
+    const QRect last = button.view()->visualRect(button.model()->index(11, 0));
+    EXPECT_TRUE(button.view()->viewport()->rect().contains(last)) << last.bottom();
+    button.hidePopup();
 }
 
 TEST_F(SettingWindowTest, ThePanelAsksForTheReceiverUntilItIsThere) {
@@ -381,7 +388,10 @@ TEST_F(SettingWindowTest, TheWindowMayBeDismissedOrDestroyedFromWhereverItIsBein
     EXPECT_TRUE(log.lines.empty()) << "nothing to close";
 
     open();
-    QTest::keyClick(controller->window(), Qt::Key_Escape);
+    find<QComboBox>("languageBtn").showPopup();
+    QTest::keyClick(find<QComboBox>("languageBtn").view(), Qt::Key_Escape);
+    EXPECT_TRUE(controller->isPresented()) << "Escape closes only the list";
+    key("mouseSizeNumber", Qt::Key_Escape);
     EXPECT_EQ(closedByUser, 1);
     EXPECT_EQ(log.count("窗口关闭"), 1U);
     EXPECT_FALSE(controller->isPresented());
