@@ -55,6 +55,7 @@ X11Surface::X11Surface(X11Connection &connection, X11Screens &screens, X11Compos
       m_compositor(compositor),
       m_drawn(createDrawn(visual)),
       m_catcher(createCatcher()),
+      m_stacking(connection, {m_drawn, m_catcher}),
       m_shape(connection, m_drawn),
       m_painter(connection, m_drawn, kPixelMemory) {
     xcb_shape_rectangles(m_connection.xcb(), XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, XCB_CLIP_ORDERING_UNSORTED,
@@ -148,13 +149,6 @@ void X11Surface::shapeCatcher() {
     const bool takes = m_inFront && m_takesMouse;
     xcb_shape_rectangles(m_connection.xcb(), XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, XCB_CLIP_ORDERING_UNSORTED,
                          m_catcher, 0, 0, takes ? 1 : 0, &all);
-}
-
-void X11Surface::raise() {
-    const std::uint32_t above = XCB_STACK_MODE_ABOVE;
-    for (const auto window : {m_drawn, m_catcher})
-        xcb_configure_window(m_connection.xcb(), window, XCB_CONFIG_WINDOW_STACK_MODE, &above);
-    m_connection.flush();
 }
 
 void X11Surface::follow() {
