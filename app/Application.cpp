@@ -1,6 +1,6 @@
 #include "app/Application.h"
 
-#include "core/Log.h"
+#include "app/PresentedSettings.h"
 #include "platform/hidapi/HidApiPort.h"
 #include "platform/null/NullPlatform.h"
 #include "platform/ports/Platform.h"
@@ -80,12 +80,17 @@ bool Application::makePlatform(std::string &error) {
 
 void Application::start() {
     m_window.emplace(m_queue, m_center, m_platform->surface());
+    ConfigManager &config = ConfigManager::sharedInstance();
+    HidManager &link = HidManager::sharedInstance();
+    OverlaySurface &surface = m_platform->surface();
+    const SettingWindowController::Needs settings{
+        config, m_center, m_queue, [&link](std::int32_t minutes) { link.sendTimerWithTimeInt(minutes); }};
     m_controller.emplace(ViewController::Needs{
-        m_queue, m_center, ConfigManager::sharedInstance(), HidManager::sharedInstance(), *m_platform,
+        m_queue, m_center, config, link, *m_platform,
         [](std::string_view key) {
             return LanguageSetting::getText(QString::fromUtf8(key.data(), qsizetype(key.size())));
         },
-        [] { return std::shared_ptr<PresentedController>(); }});
+        [settings, &surface] { return PresentedSettings::open(settings, surface); }});
     m_delegate.emplace(m_center, std::make_unique<QtTray>(), [this] { quit(); });
 
     m_window->windowDidLoad();

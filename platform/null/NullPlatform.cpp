@@ -20,6 +20,7 @@ public:
     void setLevel(int) override {}
     void setTakesMouse(bool) override {}
     void raise() override {}
+    void stayBelow(std::uintptr_t) override {}
     void present(const SurfaceFrame &, const std::function<void(const PixelPatch &)> &) override {}
 };
 

@@ -61,6 +61,10 @@ public:
     // Above whatever has come up since; the order of the levels stays.
     virtual void raise() = 0;
 
+    // Keeps the overlay below this window (level 1003) for as long as that is on the screen. The identifier is the
+    // window system's own.
+    virtual void stayBelow(std::uintptr_t nativeWindow) = 0;
+
     // `paint` is called during the call: for each patch, or for bands of it if it is large. Not while
     // the overlay is out of sight or `occupied` is empty: then there is nothing to paint.
     virtual void present(const SurfaceFrame &frame, const std::function<void(const PixelPatch &)> &paint) = 0;

@@ -1,7 +1,8 @@
 #include "platform/qt/QtTray.h"
 
+#include "resources/Images.h"
+
 #include <QAction>
-#include <QIcon>
 #include <QMenu>
 #include <QSystemTrayIcon>
 
@@ -22,8 +23,7 @@ void QtTray::show(const std::string &iconName, const std::string &menuTitle, std
         if (entry.action)
             QObject::connect(action, &QAction::triggered, action, std::move(entry.action));
     }
-    const QString image = QStringLiteral(":/images/%1.svg").arg(QString::fromStdString(iconName));
-    m_icon = std::make_unique<QSystemTrayIcon>(QIcon(image));
+    m_icon = std::make_unique<QSystemTrayIcon>(image(QString::fromStdString(iconName)));
     m_icon->setToolTip(QStringLiteral("presenter-companion"));
     m_icon->setContextMenu(m_menu.get());
     m_icon->show();

@@ -16,7 +16,8 @@
 namespace companion {
 
 struct FreeReply {
-    void operator()(void *reply) const { std::free(reply); } // Replies and events come from malloc.
+    // Replies and events come from malloc.
+    void operator()(void *reply) const { std::free(reply); } // NOLINT(cppcoreguidelines-owning-memory)
 };
 template <class T>
 using X11Reply = std::unique_ptr<T, FreeReply>;
@@ -77,9 +78,10 @@ public:
     // Ends the process if the server has gone: to be called when a reply is missing.
     void checkAlive() const;
 
-    // Whether the server has certainly carried out the request with this number: it has answered, or sent an
-    // event after, a later one.
-    bool processed(unsigned sequence) const { return static_cast<std::int32_t>(m_seen - sequence) > 0; }
+    // Whether the server has certainly carried out the request with this number: it has answered a later one,
+    // or sent an event since. (Events are numbered with the last request before them, and come between
+    // requests.)
+    bool processed(unsigned sequence) const { return static_cast<std::int32_t>(m_seen - sequence) >= 0; }
     void sawReplyTo(unsigned sequence);
 
     // One round trip: afterwards everything asked for so far has been carried out.

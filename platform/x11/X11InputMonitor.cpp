@@ -52,6 +52,10 @@ X11InputMonitor::X11InputMonitor(X11Connection &connection, X11Screens &screens)
                        XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_RELEASE | XCB_INPUT_XI_EVENT_MASK_RAW_MOTION};
     xcb_input_xi_select_events(connection.xcb(), connection.root(), 1, &select.head);
     connection.onEvent(XCB_GE_GENERIC, [this](const xcb_generic_event_t &event) { collect(event); });
+    connection.onEvent(XCB_MOTION_NOTIFY, [this](const xcb_generic_event_t &event) {
+        const auto &motion = reinterpret_cast<const xcb_motion_notify_event_t &>(event);
+        m_pointer = {motion.root_x, motion.root_y, motion.state};
+    });
     connection.onBatchEnd([this] { deliver(); });
 }
 
@@ -66,6 +70,7 @@ void X11InputMonitor::collect(const xcb_generic_event_t &event) {
         return;
     switch (raw.event_type) {
     case XCB_INPUT_RAW_MOTION:
+        m_pointer.reset();
         if (m_rawMotion)
             m_rawMotion(event.full_sequence);
         if (m_wanted & kMotions) {
@@ -97,23 +102,34 @@ void X11InputMonitor::append(InputEventType type, int keyCode) {
         m_pending.push_back({type, {}, keyCode});
 }
 
-void X11InputMonitor::deliver() {
-    if (m_pending.empty())
-        return;
+// False only if the server will not say.
+bool X11InputMonitor::findPointer() {
+    // Only a motion that has just come tells where the pointer is now.
+    if (m_pointer)
+        return true;
     const auto cookie = xcb_query_pointer(m_connection.xcb(), m_connection.root());
-    const X11Reply<xcb_query_pointer_reply_t> pointer(
+    const X11Reply<xcb_query_pointer_reply_t> reply(
         xcb_query_pointer_reply(m_connection.xcb(), cookie, nullptr));
-    if (!pointer) {
+    if (!reply) {
         m_connection.checkAlive();
-        m_pending.clear();
-        return;
+        return false;
     }
     m_connection.sawReplyTo(cookie.sequence);
-    // Events that came with the answer stay queued: some may be younger than it, and it tells nothing of
-    // where those moved the pointer.
+    // Events that came with the answer stay queued: some may be younger than it, and it tells nothing of where
+    // those moved the pointer.
+    m_pointer = {reply->root_x, reply->root_y, reply->mask};
+    return true;
+}
 
-    const Point location = m_screens.toOverlay(pointer->root_x, pointer->root_y);
-    const InputEventType motion = motionWith(pointer->mask);
+void X11InputMonitor::deliver() {
+    if (m_pending.empty() || !findPointer()) {
+        m_pending.clear();
+        m_pointer.reset();
+        return;
+    }
+    const Point location = m_screens.toOverlay(m_pointer->x, m_pointer->y);
+    const InputEventType motion = motionWith(m_pointer->buttons);
+    m_pointer.reset();
     // A handler may run an event loop of its own, which delivers from m_pending again.
     std::vector<InputEvent> events = std::move(m_delivering);
     std::swap(events, m_pending);

@@ -5,12 +5,14 @@
 #include "platform/x11/X11Screens.h"
 
 #include <deque>
+#include <optional>
 #include <vector>
 
 namespace companion {
 
 // Raw events of all master devices, which reach the root whoever has the mouse or the keyboard. They carry no
-// place: the pointer is asked for once for each lot of events.
+// place. While the overlay takes the mouse its own motion events follow them and do; otherwise the pointer is
+// asked for, once for each lot of events.
 class X11InputMonitor final : public InputMonitor {
 public:
     X11InputMonitor(X11Connection &connection, X11Screens &screens);
@@ -29,14 +31,21 @@ private:
         Handler handler;
     };
 
+    struct Pointer {
+        int x, y; // Device pixels of the desktop.
+        std::uint16_t buttons;
+    };
+
     void collect(const xcb_generic_event_t &event);
     void append(InputEventType type, int keyCode = 0);
     void deliver();
+    bool findPointer();
 
     X11Connection &m_connection;
     X11Screens &m_screens;
     std::deque<Monitor> m_monitors; // Adding one leaves the others where they are: a handler may do it.
     unsigned m_wanted = 0;
+    std::optional<Pointer> m_pointer; // Known since the last motion.
     std::vector<InputEvent> m_pending;
     std::vector<InputEvent> m_delivering;
     std::function<void(unsigned)> m_rawMotion;

@@ -26,7 +26,7 @@ public:
           m_capture(*m_connection, m_screens, needs.queue),
           m_cursor(*m_connection) {
         m_inputMonitor.onRawMotion([this](unsigned sequence) { m_cursor.mouseMoved(sequence); });
-        m_connection->flush();
+        m_connection->waitUntilProcessed(); // From here on no event is missed.
     }
 
     bool complete() const { return m_surface != nullptr; }

@@ -55,6 +55,7 @@ X11Surface::X11Surface(X11Connection &connection, X11Screens &screens, X11Compos
       m_compositor(compositor),
       m_drawn(createDrawn(visual)),
       m_catcher(createCatcher()),
+      m_stacking(connection, {m_drawn, m_catcher}),
       m_shape(connection, m_drawn),
       m_painter(connection, m_drawn, kPixelMemory) {
     xcb_shape_rectangles(m_connection.xcb(), XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, XCB_CLIP_ORDERING_UNSORTED,
@@ -96,11 +97,12 @@ xcb_window_t X11Surface::createCatcher() {
     auto *c = m_connection.xcb();
     const auto window = xcb_generate_id(c);
     const auto r = toRectangle(m_screens.mainScreen());
-    // Presses are asked for, so that a drag which began here also ends here; nothing of the mouse goes on to
-    // the root, where a window manager's menu waits for clicks. Keys do: they are not ours.
-    const std::uint32_t values[] = {1, XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE,
-                                    XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE |
-                                        XCB_EVENT_MASK_POINTER_MOTION | XCB_EVENT_MASK_BUTTON_MOTION};
+    // Presses are asked for, so that a drag which began here also ends here, and motions, since they tell the
+    // input monitor where the pointer is. Nothing of the mouse goes on to the root, where a window manager's
+    // menu waits for clicks. Keys do: they are not ours.
+    const std::uint32_t buttons = XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE;
+    const std::uint32_t motions = XCB_EVENT_MASK_POINTER_MOTION;
+    const std::uint32_t values[] = {1, buttons | motions, buttons | motions | XCB_EVENT_MASK_BUTTON_MOTION};
     // In the order of the mask's bits: override-redirect, event mask, do-not-propagate mask.
     xcb_create_window(c, 0, window, m_connection.root(), r.x, r.y, r.width, r.height, 0,
                       XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT,
@@ -119,10 +121,13 @@ void X11Surface::setLevel(int level) {
     auto *c = m_connection.xcb();
     shapeCatcher();
     if (front) {
+        m_shape.reset(translucent()); // Before it is mapped: nothing old may flash up.
         raise();
         xcb_map_window(c, m_drawn);
         xcb_map_window(c, m_catcher);
-        startOver();
+        m_connection.flush();
+        if (m_listener)
+            m_listener();
     } else {
         xcb_unmap_window(c, m_catcher);
         xcb_unmap_window(c, m_drawn);
@@ -144,13 +149,6 @@ void X11Surface::shapeCatcher() {
     const bool takes = m_inFront && m_takesMouse;
     xcb_shape_rectangles(m_connection.xcb(), XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, XCB_CLIP_ORDERING_UNSORTED,
                          m_catcher, 0, 0, takes ? 1 : 0, &all);
-}
-
-void X11Surface::raise() {
-    const std::uint32_t above = XCB_STACK_MODE_ABOVE;
-    for (const auto window : {m_drawn, m_catcher})
-        xcb_configure_window(m_connection.xcb(), window, XCB_CONFIG_WINDOW_STACK_MODE, &above);
-    m_connection.flush();
 }
 
 void X11Surface::follow() {

@@ -6,6 +6,7 @@
 #include "platform/x11/X11Painter.h"
 #include "platform/x11/X11Screens.h"
 #include "platform/x11/X11Shape.h"
+#include "platform/x11/X11Stacking.h"
 
 namespace companion {
 
@@ -24,7 +25,10 @@ public:
     void onChanged(std::function<void()> listener) override { m_listener = std::move(listener); }
     void setLevel(int level) override;
     void setTakesMouse(bool takes) override;
-    void raise() override;
+    void raise() override { m_stacking.raise(); }
+    void stayBelow(std::uintptr_t nativeWindow) override {
+        m_stacking.stayBelow(static_cast<xcb_window_t>(nativeWindow));
+    }
     void present(const SurfaceFrame &frame, const X11Painter::PaintPatch &paint) override;
 
 private:
@@ -46,6 +50,7 @@ private:
     std::function<void()> m_listener;
     xcb_window_t m_drawn;
     xcb_window_t m_catcher;
+    X11Stacking m_stacking;
     X11Shape m_shape;
     X11Painter m_painter;
     bool m_inFront = false;

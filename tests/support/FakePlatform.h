@@ -27,6 +27,7 @@ public:
     void setLevel(int level) override { levels.push_back(level); }
     void setTakesMouse(bool takes) override { mouse.push_back(takes); }
     void raise() override { ++raised; }
+    void stayBelow(std::uintptr_t) override {}
 
     void present(const SurfaceFrame &frame, const std::function<void(const PixelPatch &)> &paint) override {
         ++presented;

@@ -1,0 +1,122 @@
+#include "settings_ui/SettingControls.h"
+
+#include "settings_ui/ColorWell.h"
+#include "settings_ui/PlainView.h"
+#include "settings_ui/SettingLook.h"
+
+#include <QAbstractButton>
+#include <QLabel>
+#include <QSignalBlocker>
+#include <QSlider>
+#include <QSpinBox>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <utility>
+
+namespace companion {
+namespace {
+
+// Without reporting a change: what is shown must not be written back.
+void show(const IntegerControl &control, std::int64_t value) {
+    const QSignalBlocker quietSlider(control.slider);
+    const QSignalBlocker quietNumber(control.number);
+    const auto nearest = static_cast<int>(
+        std::clamp<std::int64_t>(value, control.slider->minimum(), control.slider->maximum()));
+    control.slider->setValue(nearest);
+    control.number->setValue(nearest);
+}
+
+} // namespace
+
+double alphaFromPercent(int percent) {
+    return static_cast<double>(static_cast<float>(percent) / 100.0F);
+}
+
+std::int64_t percentFromAlpha(double alpha) {
+    constexpr double kFar = 1e9; // Beyond every control's range, and safe to convert.
+    const double percent = alpha * 100.0;
+    return std::isnan(percent) ? 0 : static_cast<std::int64_t>(std::clamp(percent, -kFar, kFar));
+}
+
+SettingControls::SettingControls(QWidget &root, SettingOutlets outlets, ConfigManager &config,
+                                 AfterChoice afterChoice, Handlers handlers)
+    : m_root(root),
+      m_outlets(std::move(outlets)),
+      m_config(config),
+      m_handlers(std::move(handlers)) {
+    // No button group: a type that is no effect leaves all four off.
+    for (std::size_t type = 0; type < m_outlets.modes.size(); ++type) {
+        QObject::connect(m_outlets.modes[type], &QAbstractButton::clicked, &m_root, [this, type] {
+            m_config.setType(type);
+            m_handlers.typeChosen();
+        });
+    }
+
+    bind(m_outlets.mouseSize, [this](int value) { m_config.setMouseSizeValue(value); });
+    bind(m_outlets.mouseZoom, [this](int value) { m_config.setMouseZoomValue(value); });
+    bind(m_outlets.mouseSpeed, [this](int value) { m_config.setMouseSpeedValue(value); });
+    bind(m_outlets.backAlpha, [this](int value) { m_config.setBackAlpha(alphaFromPercent(value)); });
+    bind(m_outlets.frontAlpha, [this](int value) { m_config.setFrontAlpha(alphaFromPercent(value)); });
+    bind(*m_outlets.backColorWell, &ConfigManager::setBackColor, afterChoice);
+    bind(*m_outlets.frontColorWell, &ConfigManager::setFrontColor, afterChoice);
+}
+
+void SettingControls::bind(const IntegerControl &control, std::function<void(int)> store) {
+    QObject::connect(control.number, &QSpinBox::valueChanged, control.slider, &QSlider::setValue);
+    QObject::connect(control.slider, &QSlider::valueChanged, control.number, &QSpinBox::setValue);
+    QObject::connect(control.slider, &QSlider::valueChanged, &m_root,
+                     [this, store = std::move(store)](int value) {
+                         store(value);
+                         m_config.saveUserDefault();
+                     });
+}
+
+void SettingControls::bind(ColorWell &well, void (ConfigManager::*set)(const std::optional<Color> &),
+                           AfterChoice afterChoice) {
+    const bool release = afterChoice == AfterChoice::ReleaseWell;
+    well.setChoice(release ? ColorWell::Choice::OnAccept : ColorWell::Choice::OnEveryPick);
+    well.onSelected([this, &well, set, release] {
+        (m_config.*set)(well.color());
+        m_config.saveUserDefault();
+        if (release)
+            well.deactivate();
+    });
+    well.onDialogClosed(m_handlers.dialogClosed);
+}
+
+void SettingControls::setViewColor() {
+    applyLook(m_root);
+    m_outlets.bgView->setBackground(kWindowColor);
+    for (QLabel *caption : {m_outlets.penModeTitle, m_outlets.previewTitle})
+        captionOnFrameLine(*caption);
+    m_outlets.penModeBgView->setCaption(m_outlets.penModeTitle);
+    m_outlets.previewBgView->setCaption(m_outlets.previewTitle);
+    for (PlainView *frame : m_outlets.frames)
+        frame->setBorder(Qt::white);
+    // Fixed: the swatches never show the chosen colours.
+    m_outlets.previewView->setBackground(Qt::blue);
+    m_outlets.backColorPreviewView->setBackground(Qt::black);
+    m_outlets.frontColorPreviewView->setBackground(Qt::red);
+}
+
+void SettingControls::loadValues() {
+    show(m_outlets.mouseSize, m_config.mouseSizeValue());
+    show(m_outlets.mouseZoom, m_config.mouseZoomValue());
+    show(m_outlets.mouseSpeed, m_config.mouseSpeedValue());
+    show(m_outlets.backAlpha, percentFromAlpha(m_config.backAlpha()));
+    show(m_outlets.frontAlpha, percentFromAlpha(m_config.frontAlpha()));
+    m_outlets.backColorWell->setColor(m_config.backColor());
+    m_outlets.frontColorWell->setColor(m_config.frontColor());
+    m_outlets.mouseSpeedBgView->hide(); // Kept for the stored value's sake, offered nowhere.
+}
+
+std::optional<EffectType> SettingControls::showType() {
+    const std::uint64_t type = m_config.type();
+    for (std::size_t i = 0; i < m_outlets.modes.size(); ++i)
+        m_outlets.modes[i]->setChecked(i == type);
+    return type < kEffectTypeCount ? std::optional(static_cast<EffectType>(type)) : std::nullopt;
+}
+
+} // namespace companion

@@ -1,0 +1,253 @@
+#include "settings_ui/SettingViewController.h"
+
+#include "core/Log.h"
+#include "core/MainQueue.h"
+#include "core/NotificationCenter.h"
+#include "core/NotificationNames.h"
+#include "settings_ui/SettingControls.h"
+#include "settings_ui/SettingLook.h"
+#include "settings_ui/languages/LanguageSetting.h"
+#include "ui_Main.h"
+
+#include <QFontInfo>
+#include <QPointer>
+#include <QStyledItemDelegate>
+
+#include <algorithm>
+#include <array>
+
+namespace companion {
+namespace {
+
+// By effect type.
+constexpr std::array kPreviewImages{"pre_wutexiao", "pre_jujiaodeng", "pre_jiguangbi", "pre_fangdajing"};
+static_assert(kPreviewImages.size() == kEffectTypeCount);
+
+// They follow the layout's German, English and French, so that an item's position is its language index.
+constexpr std::array kAppendedLanguages{"Italian",   "Portugal", "Polish",  "Romanian", "Czech",
+                                        "Hungarian", "Slovak",   "Spanish", "Dutch"};
+
+struct LabelCaption {
+    QLabel *Ui::Main::*label;
+    const char *key;
+};
+constexpr LabelCaption kLabels[] = {
+    {&Ui::Main::mainTitleTextField, "翻页笔设置"},
+    {&Ui::Main::noneDeciveTitleTextField, "请插入设备"},
+    {&Ui::Main::languageTextField, "语言"},
+    {&Ui::Main::penModeTitleTextField, "模式"},
+    {&Ui::Main::previewTitleTextField, "效果预览"},
+    {&Ui::Main::backColorTitleTextField, "背景颜色"},
+    {&Ui::Main::frontColorTitleTextField, "前景颜色"},
+    {&Ui::Main::backAlphaTitleTextField, "透明度"},
+    {&Ui::Main::frontAlphaTitleTextField, "透明度"},
+    {&Ui::Main::mouseSizeTitleTextField, "斑点大小"},
+    {&Ui::Main::mouseSpeedTitleTextField, "鼠标速度"},
+    {&Ui::Main::mouseZoomLevelTitleTextField, "放大倍数"},
+    {&Ui::Main::timeTitleTextField, "时间设置"},
+};
+
+struct ButtonCaption {
+    QPushButton *Ui::Main::*button;
+    const char *key;
+};
+constexpr ButtonCaption kButtons[] = {
+    {&Ui::Main::modeNormalBtn, "正常"},    {&Ui::Main::modePointBtn, "聚光"},
+    {&Ui::Main::modeLaserBtn, "数码激光"}, {&Ui::Main::modeZoomBtn, "放大镜"},
+    {&Ui::Main::timeSetBtn, "设置"},
+};
+
+QString textFor(const char *key) {
+    return LanguageSetting::getText(QString::fromUtf8(key)).value_or(QString());
+}
+
+constexpr int kMessageWidth = 560; // In points, of the no-receiver message.
+
+// Relative to the desktop's font size, which the user may have made larger.
+void enlargeText(QLabel &label, double factor) {
+    QFont font = label.font();
+    font.setPointSizeF(QFontInfo(font).pointSizeF() * factor);
+    label.setFont(font);
+}
+
+// Captions that stand in one column, with their controls beginning on one line.
+void alignColumn(std::initializer_list<QLabel *> captions) {
+    int widest = 0;
+    for (const QLabel *caption : captions)
+        widest = std::max(widest, caption->minimumWidth());
+    for (QLabel *caption : captions)
+        caption->setMinimumWidth(widest);
+}
+
+void makeColumnsEqual(QGridLayout &grid) {
+    int widest = 0;
+    for (int i = 0; i < grid.count(); ++i)
+        widest = std::max(widest, grid.itemAt(i)->minimumSize().width());
+    for (int column = 0; column < grid.columnCount(); ++column)
+        grid.setColumnMinimumWidth(column, widest);
+}
+
+} // namespace
+
+std::shared_ptr<SettingViewController> SettingViewController::create(const Needs &needs) {
+    return std::shared_ptr<SettingViewController>(new SettingViewController(needs));
+}
+
+SettingViewController::SettingViewController(const Needs &needs)
+    : m_needs(needs),
+      m_ui(std::make_unique<Ui::Main>()),
+      m_view(std::make_unique<QWidget>()) {
+    m_ui->setupUi(m_view.get());
+    viewDidLoad();
+}
+
+SettingViewController::~SettingViewController() = default;
+
+void SettingViewController::viewDidLoad() {
+    initView();
+    initData();
+}
+
+void SettingViewController::initView() {
+    m_view->setWindowTitle(QString());
+    m_controls = std::make_unique<SettingControls>(
+        *m_view, SettingOutlets::of(*m_ui), m_needs.config, SettingControls::AfterChoice::ReleaseWell,
+        SettingControls::Handlers{[this] { setTypeBtnState(); },
+                                  [this] { m_needs.center.post(NSWindowWillCloseNotification); }});
+    m_controls->setViewColor();
+    m_ui->noneDeciveBgView->setBackground(kWindowColor);
+    m_ui->noneDeciveImageView->setImageName(QStringLiteral("receiver"));
+
+    enlargeText(*m_ui->mainTitleTextField, 1.45);
+    enlargeText(*m_ui->noneDeciveTitleTextField, 1.3);
+
+    m_controls->loadValues();
+    setTypeBtnState();
+    setLanguageBtnState();
+    setUILanguage();
+    makeRoomForEveryLanguage();
+
+    const auto view = m_view.get();
+    QObject::connect(m_ui->languageBtn, &QComboBox::activated, view, [this] { languageBtnClick(); });
+    QObject::connect(m_ui->timeStepper, &QSpinBox::valueChanged, view, [this] { timeStepperAction(); });
+    QObject::connect(m_ui->timeSetBtn, &QPushButton::clicked, view, [this] { timeSetAction(); });
+}
+
+void SettingViewController::initData() {
+    const auto observe = [this](std::string_view name, void (SettingViewController::*handler)()) {
+        m_needs.center.addObserver(m_lifetime, name,
+                                   [this, handler](const Notification &) { (this->*handler)(); });
+    };
+    observe(NSWindowWillCloseNotification, &SettingViewController::willClose);
+    observe(LOCAL_MOUSETYPESWITCH, &SettingViewController::mouseTypeSwitch);
+    observe(LOCAL_DEVICECONNECT, &SettingViewController::deviceConnected);
+    observe(LOCAL_DEVICEDISCONNECT, &SettingViewController::deviceDisconnected);
+}
+
+void SettingViewController::setTypeBtnState() {
+    mouseTypeSwitch();
+    m_needs.config.saveUserDefault(); // In every case: opening the window writes the settings, too.
+}
+
+// The effect controller, which registered long before, has already changed the type. Only the buttons and the
+// picture follow: the size keeps what it shows although the mode key resets the record's.
+void SettingViewController::mouseTypeSwitch() {
+    if (const auto type = m_controls->showType())
+        m_ui->previewImageView->setImageName(QLatin1String(kPreviewImages.at(*type)));
+}
+
+void SettingViewController::setLanguageBtnState() {
+    // The default delegate does not draw with the style sheet.
+    m_ui->languageBtn->setItemDelegate(new QStyledItemDelegate(m_ui->languageBtn));
+    for (const char *title : kAppendedLanguages)
+        m_ui->languageBtn->addItem(QLatin1String(title));
+    m_ui->languageBtn->setCurrentIndex(static_cast<int>(LanguageSetting::storedIndex()));
+}
+
+void SettingViewController::languageBtnClick() {
+    const int index = m_ui->languageBtn->currentIndex();
+    Log::format("选中语言:%ld", static_cast<long>(index));
+    LanguageSetting::setLanguageWithIndex(index);
+    setUILanguage();
+}
+
+void SettingViewController::setUILanguage() {
+    for (const auto &[label, key] : kLabels)
+        ((*m_ui).*label)->setText(textFor(key));
+    for (const auto &[button, key] : kButtons)
+        ((*m_ui).*button)->setText(textFor(key));
+    wrapEvenly(*m_ui->noneDeciveTitleTextField, kMessageWidth);
+    nameControlsForScreenReaders();
+}
+
+void SettingViewController::nameControlsForScreenReaders() {
+    const auto both = [](const QLabel *first, const QLabel *second) {
+        return first->text() + QStringLiteral(", ") + second->text();
+    };
+    const std::pair<QString, std::initializer_list<QWidget *>> names[] = {
+        {m_ui->languageTextField->text(), {m_ui->languageBtn}},
+        {m_ui->mouseSizeTitleTextField->text(), {m_ui->mouseSizeSwitch, m_ui->mouseSizeNumber}},
+        {m_ui->mouseZoomLevelTitleTextField->text(), {m_ui->mouseZoomSwitch, m_ui->mouseZoomNumber}},
+        {m_ui->timeTitleTextField->text(), {m_ui->timeStepper}},
+        {m_ui->backColorTitleTextField->text(), {m_ui->backColorWell}},
+        {m_ui->frontColorTitleTextField->text(), {m_ui->frontColorWell}},
+        {both(m_ui->backColorTitleTextField, m_ui->backAlphaTitleTextField),
+         {m_ui->backAlphaSwitch, m_ui->backAlphaNumber}},
+        {both(m_ui->frontColorTitleTextField, m_ui->frontAlphaTitleTextField),
+         {m_ui->frontAlphaSwitch, m_ui->frontAlphaNumber}},
+    };
+    for (const auto &[name, widgets] : names)
+        for (QWidget *widget : widgets)
+            widget->setAccessibleName(name);
+}
+
+void SettingViewController::makeRoomForEveryLanguage() {
+    // All but those that have a line of their own anyway.
+    const auto alone = {m_ui->mainTitleTextField, m_ui->noneDeciveTitleTextField, m_ui->penModeTitleTextField,
+                        m_ui->previewTitleTextField};
+    for (const auto &[label, key] : kLabels)
+        if (std::find(alone.begin(), alone.end(), (*m_ui).*label) == alone.end())
+            reserveWidth(*((*m_ui).*label), QString::fromUtf8(key));
+    for (const auto &[button, key] : kButtons)
+        reserveWidth(*((*m_ui).*button), QString::fromUtf8(key));
+    alignColumn(
+        {m_ui->mouseSizeTitleTextField, m_ui->mouseZoomLevelTitleTextField, m_ui->timeTitleTextField});
+    alignColumn({m_ui->backAlphaTitleTextField, m_ui->frontAlphaTitleTextField});
+    for (QLayout *layout : m_view->findChildren<QLayout *>())
+        layout->invalidate(); // Hidden pages do not hear of their widgets' new sizes by themselves.
+    makeColumnsEqual(*m_ui->contentLayout);
+    // The no-receiver panel stands in the content's place, and must not make the window smaller.
+    m_ui->contentStack->setMinimumSize(m_ui->contentLayout->totalMinimumSize());
+}
+
+void SettingViewController::timeStepperAction() {
+    m_ui->timeCountTextField->setText(QString::number(m_ui->timeStepper->value()));
+}
+
+void SettingViewController::timeSetAction() {
+    m_needs.sendTimer(m_ui->timeStepper->value());
+
+    // Disabling would push the keyboard focus on to the next control for good.
+    const bool focused = m_ui->timeSetBtn->hasFocus();
+    m_ui->timeSetBtn->setEnabled(false);
+    const QPointer<QWidget> pushedTo = focused ? m_view->window()->focusWidget() : nullptr;
+    m_needs.queue.post(std::chrono::milliseconds(500), [self = shared_from_this(), pushedTo] {
+        self->m_ui->timeSetBtn->setEnabled(true);
+        if (pushedTo != nullptr && pushedTo == self->m_view->window()->focusWidget())
+            self->m_ui->timeSetBtn->setFocus();
+    });
+}
+
+void SettingViewController::deviceConnected() {
+    m_ui->contentStack->setCurrentWidget(m_ui->contentView);
+}
+
+void SettingViewController::deviceDisconnected() {
+    m_ui->contentStack->setCurrentWidget(m_ui->noneDeciveBgView);
+}
+
+void SettingViewController::willClose() {
+    Log::line("窗口关闭"); // Also when it is another window of the program that closes.
+}
+
+} // namespace companion

@@ -1,0 +1,76 @@
+#pragma once
+
+#include "core/Lifetime.h"
+#include "settings/ConfigManager.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+class QWidget;
+
+namespace Ui {
+class Main;
+}
+
+namespace companion {
+
+class MainQueue;
+class NotificationCenter;
+class SettingControls;
+
+// The content of the settings window. Each control writes straight into the settings record and saves it; the
+// overlay takes the new values when it next reads them, since nothing here posts a refresh.
+//
+// Fresh at every opening. While it lives it follows the presenter's mode key and the receiver's presence; the
+// receiver counts as absent until the first post says otherwise.
+class SettingViewController : public std::enable_shared_from_this<SettingViewController> {
+public:
+    struct Needs {
+        ConfigManager &config;
+        NotificationCenter &center;
+        MainQueue &queue;
+        std::function<void(std::int32_t minutes)> sendTimer; // Its success is nobody's business here.
+    };
+
+    // Loads the layout and fills it, which saves the record once. Throws std::out_of_range when the stored
+    // language index is none of the languages.
+    static std::shared_ptr<SettingViewController> create(const Needs &needs);
+    ~SettingViewController();
+    SettingViewController(const SettingViewController &) = delete;
+    SettingViewController &operator=(const SettingViewController &) = delete;
+
+    // Owned by the controller: whoever places it elsewhere takes it out again first.
+    QWidget &view() const { return *m_view; }
+
+private:
+    explicit SettingViewController(const Needs &needs);
+
+    void viewDidLoad();
+    void initView();
+    void initData();
+
+    void setTypeBtnState();
+    void mouseTypeSwitch();
+
+    void setLanguageBtnState();
+    void languageBtnClick();
+    void setUILanguage();
+    void nameControlsForScreenReaders();
+    void makeRoomForEveryLanguage();
+
+    void timeStepperAction();
+    void timeSetAction();
+
+    void deviceConnected();
+    void deviceDisconnected();
+    void willClose();
+
+    Needs m_needs;
+    std::unique_ptr<Ui::Main> m_ui;
+    std::unique_ptr<SettingControls> m_controls;
+    std::unique_ptr<QWidget> m_view; // Goes before what its signals reach.
+    Lifetime m_lifetime;
+};
+
+} // namespace companion

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "settings_ui/SettingViewController.h"
+
+#include <QWidget>
+
+#include <functional>
+#include <memory>
+
+namespace companion {
+
+class SettingWindow;
+
+// The settings window: opened, brought to the front, dismissed. It blocks no other window.
+//
+// It may be dismissed or destroyed at any time, from a notification that it or anybody else is posting and
+// from its own handlers included; the window itself then goes at the next turn of the event loop.
+class SettingWindowController {
+public:
+    static constexpr int kLevel = 1003; // Above the overlay's 1000 and 1002.
+
+    using Needs = SettingViewController::Needs;
+
+    // `closedByUser` runs after the window has closed by the user's doing, not after dismiss().
+    SettingWindowController(const Needs &needs, std::function<void()> closedByUser);
+    ~SettingWindowController();
+    SettingWindowController(const SettingWindowController &) = delete;
+    SettingWindowController &operator=(const SettingWindowController &) = delete;
+
+    // Opens with fresh content, centred on the screen with the pointer, or brings the open window to the
+    // front; it gets the keyboard either way.
+    void show();
+
+    // Closes the window, if there is one, and posts that it closes.
+    void dismiss();
+
+    bool isPresented() const { return m_window != nullptr; }
+
+    // Null when not presented.
+    QWidget *window() const;
+
+    // The window system's identifier, so that the overlay can be stacked below; 0 when not presented.
+    WId nativeWindow() const;
+
+private:
+    friend class SettingWindow;
+
+    void windowDidLoad();
+    void windowWillClose();
+
+    // The window may be in the middle of an event when it is let go.
+    struct DeleteLater {
+        void operator()(SettingWindow *window) const;
+    };
+
+    Needs m_needs;
+    std::function<void()> m_closedByUser;
+    std::unique_ptr<SettingWindow, DeleteLater> m_window;
+};
+
+} // namespace companion

@@ -1,0 +1,172 @@
+// Runs at three scales; see the test list.
+#include "resources/Images.h"
+#include "settings_ui/SettingView.h"
+#include "support/SettingsFixture.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QComboBox>
+#include <QImage>
+#include <QLabel>
+#include <QPainter>
+#include <QTest>
+
+namespace companion {
+namespace {
+
+// What a person would call cut off, squeezed or covered: one line per fault.
+QStringList layoutFaults(const QWidget &window) {
+    QStringList faults;
+    for (const QWidget *widget : window.findChildren<QWidget *>()) {
+        if (!widget->isVisibleTo(&window) || widget->objectName().isEmpty())
+            continue;
+        const QString name = widget->objectName();
+        if (!widget->parentWidget()->rect().contains(widget->geometry()))
+            faults << name + QStringLiteral(" sticks out");
+        if (const auto *label = qobject_cast<const QLabel *>(widget)) {
+            const QSize text = label->fontMetrics()
+                                   .boundingRect(label->wordWrap() ? label->rect() : QRect(0, 0, 9999, 9999),
+                                                 label->wordWrap() ? Qt::TextWordWrap : 0, label->text())
+                                   .size();
+            if (text.width() > label->width() || text.height() > label->height())
+                faults << name + QStringLiteral(" is cut: ") + label->text();
+        } else if (const auto *button = qobject_cast<const QAbstractButton *>(widget)) {
+            const int text = button->fontMetrics().horizontalAdvance(button->text());
+            if (!button->text().isEmpty() && text + 16 > button->width())
+                faults << name + QStringLiteral(" is cut: ") + button->text();
+        } else if (const auto *list = qobject_cast<const QComboBox *>(widget)) {
+            for (int i = 0; i < list->count(); ++i)
+                if (list->fontMetrics().horizontalAdvance(list->itemText(i)) + 40 > list->width())
+                    faults << name + QStringLiteral(" is cut: ") + list->itemText(i);
+        }
+        for (const QObject *other : widget->parentWidget()->children()) {
+            const auto *sibling = qobject_cast<const QWidget *>(other);
+            if (sibling != nullptr && sibling != widget && sibling->isVisibleTo(&window) &&
+                !sibling->objectName().isEmpty() && !sibling->isWindow() &&
+                sibling->geometry().intersects(widget->geometry()))
+                faults << name + QStringLiteral(" overlaps ") + sibling->objectName();
+        }
+    }
+    return faults;
+}
+
+class SettingLookTest : public SettingsFixture {
+protected:
+    static std::string joined(const QStringList &lines) { return lines.join(u'\n').toStdString(); }
+};
+
+TEST_F(SettingLookTest, NothingIsCutInAnyLanguageAndTheWindowFitsASmallScreen) {
+    QSize size;
+    for (int language = 0; language < 12; ++language) {
+        store.setValue(QStringLiteral("SYSTEM_LANGUAGEINDEX"), QString::number(language));
+        controller->show();
+        settle();
+        EXPECT_EQ(joined(layoutFaults(*controller->window())), "") << language << " without receiver";
+        center.post(LOCAL_DEVICECONNECT);
+        settle();
+        EXPECT_EQ(joined(layoutFaults(*controller->window())), "") << language;
+        EXPECT_TRUE(size.isEmpty() || size == controller->window()->size()) << "the same in every language";
+        size = controller->window()->size();
+        controller->dismiss();
+        settle();
+    }
+    EXPECT_LE(size.width(), 1024);
+    EXPECT_LE(size.height(), 600 - 28 - 32) << "with a title bar, beside a desktop panel";
+
+    SettingView panel({config, center, [] {}});
+    panel.setViewData();
+    panel.show();
+    settle();
+    EXPECT_EQ(joined(layoutFaults(panel)), "");
+}
+
+TEST_F(SettingLookTest, TheCheckAboveSeesACaptionThatIsTooNarrowAndAMessageThatIsTooLow) {
+    controller->show();
+    find("noneDeciveTitleTextField").setFixedHeight(12);
+    find("languageTextField").setFixedWidth(20);
+    settle();
+    const std::string faults = joined(layoutFaults(*controller->window()));
+    EXPECT_NE(faults.find("noneDeciveTitleTextField is cut"), std::string::npos) << faults;
+    EXPECT_NE(faults.find("languageTextField is cut"), std::string::npos) << faults;
+}
+
+TEST_F(SettingLookTest, ColoursAndFramesAreTheWindowsOwnUnderADarkDesktopToo) {
+    const QPalette desktop = QApplication::palette();
+    config.setType(1);
+    open();
+    const QImage light = controller->window()->grab().toImage();
+    controller->dismiss();
+    settle();
+    QPalette dark(QColor(40, 40, 40), QColor(20, 20, 20));
+    dark.setColor(QPalette::Text, Qt::white);
+    dark.setColor(QPalette::WindowText, Qt::white);
+    QApplication::setPalette(dark);
+    open();
+    EXPECT_EQ(controller->window()->grab().toImage(), light);
+    QApplication::setPalette(desktop);
+
+    const auto pixel = [&](const char *name, QPoint inside) {
+        const QWidget &widget = find(name);
+        const QPoint at = widget.mapTo(controller->window(), inside);
+        const double scale = light.devicePixelRatio();
+        return light.pixelColor(qRound(at.x() * scale), qRound(at.y() * scale)).name();
+    };
+    EXPECT_EQ(pixel("bgView", {2, 2}).toStdString(), "#bfbea5");
+    EXPECT_EQ(pixel("mouseSizeBgView", {0, 20}).toStdString(), "#ffffff");
+    EXPECT_EQ(pixel("mouseSizeBgView", {4, 4}).toStdString(), "#bfbea5");
+    EXPECT_EQ(pixel("previewView", {2, 2}).toStdString(), "#0000ff");
+    EXPECT_EQ(pixel("backColorPreviewView", {7, 7}).toStdString(), "#000000");
+    EXPECT_EQ(pixel("frontColorPreviewView", {7, 7}).toStdString(), "#ff0000");
+    const int line = find("penModeTitleTextField").geometry().center().y();
+    EXPECT_EQ(pixel("penModeBgView", {2, line}).toStdString(), "#ffffff") << "the frame runs at the caption";
+    EXPECT_EQ(pixel("penModeTitleTextField", {2, find("penModeTitleTextField").height() / 2}).toStdString(),
+              "#bfbea5")
+        << "and not through it";
+}
+
+TEST_F(SettingLookTest, TheKeyboardReachesEveryControlInReadingOrderAndShowsWhereItIs) {
+    const QStringList order{QStringLiteral("languageBtn"),     QStringLiteral("modeNormalBtn"),
+                            QStringLiteral("modePointBtn"),    QStringLiteral("modeLaserBtn"),
+                            QStringLiteral("modeZoomBtn"),     QStringLiteral("mouseSizeSwitch"),
+                            QStringLiteral("mouseSizeNumber"), QStringLiteral("mouseZoomSwitch"),
+                            QStringLiteral("mouseZoomNumber"), QStringLiteral("timeStepper"),
+                            QStringLiteral("timeSetBtn"),      QStringLiteral("backColorWell"),
+                            QStringLiteral("backAlphaSwitch"), QStringLiteral("backAlphaNumber"),
+                            QStringLiteral("frontColorWell"),  QStringLiteral("frontAlphaSwitch"),
+                            QStringLiteral("frontAlphaNumber")};
+    open();
+    QWidget &window = *controller->window();
+    find("languageBtn").setFocus();
+    for (const QString &name : order) {
+        QWidget *focused = window.focusWidget();
+        ASSERT_EQ(focused->objectName().toStdString(), name.toStdString());
+        EXPECT_FALSE(focused->accessibleName().isEmpty() && focused->property("text").toString().isEmpty())
+            << name.toStdString() << " has no name for a screen reader";
+        const QImage with = focused->grab().toImage();
+        QTest::keyClick(focused, Qt::Key_Tab);
+        find(name.toLatin1().constData()).repaint();
+        EXPECT_NE(find(name.toLatin1().constData()).grab().toImage(), with)
+            << name.toStdString() << " looks the same without the focus";
+    }
+    EXPECT_EQ(window.focusWidget()->objectName().toStdString(), "languageBtn") << "round";
+}
+
+TEST_F(SettingLookTest, EveryPictureIsThereAndSharp) {
+    for (const char *name : {"pre_wutexiao", "pre_jujiaodeng", "pre_jiguangbi", "pre_fangdajing",
+                             "statusBarLogo", "receiver", "rowAlpha", "rowSize", "rowZoom"}) {
+        for (const int pixels : {22, 33, 44}) {
+            QImage canvas(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
+            canvas.fill(Qt::transparent);
+            QPainter painter(&canvas);
+            image(QLatin1String(name)).paint(&painter, canvas.rect());
+            painter.end();
+            QImage empty(canvas.size(), canvas.format());
+            empty.fill(Qt::transparent);
+            EXPECT_NE(canvas, empty) << name << " at " << pixels;
+        }
+    }
+    EXPECT_TRUE(image(QStringLiteral("no such picture")).isNull());
+}
+
+} // namespace
+} // namespace companion

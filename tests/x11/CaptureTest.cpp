@@ -1,0 +1,87 @@
+#include "support/VirtualMainQueue.h"
+#include "x11/X11Fixture.h"
+
+#include <fstream>
+
+namespace companion {
+namespace {
+
+class CaptureTest : public X11Fixture {
+protected:
+    QImage capture(Platform &from) {
+        QImage taken;
+        from.screenCapture().captureDesktop([&](const QImage &image) { taken = image; });
+        return taken;
+    }
+};
+
+class CaptureWithAndWithoutSharedMemoryTest : public CaptureTest,
+                                              public ::testing::WithParamInterface<bool> {};
+
+TEST_P(CaptureWithAndWithoutSharedMemoryTest, ThePictureIsTheMainScreenPixelForPixel) {
+    startServer(GetParam() ? std::vector<std::string>{} : std::vector<std::string>{"-extension", "MIT-SHM"});
+    client->window(QRect(0, 0, 1920, 1080), 0x102030);
+    client->window(QRect(900, 200, 3, 5), 0xfedcba);
+    ASSERT_TRUE(server->run({"xrandr", "--setmonitor", "left", "800/210x1080/280+0+0", "screen"}));
+    ASSERT_TRUE(server->run({"xrandr", "--setmonitor", "*right", "1120/300x1000/280+800+80", "none"}));
+    startPlatform();
+    const QImage image = capture(*platform);
+    ASSERT_EQ(image.size(), QSize(1120, 1000));
+    int wrong = 0;
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            wrong += reinterpret_cast<const QRgb *>(image.constScanLine(y))[x] !=
+                     (QRect(100, 120, 3, 5).contains(x, y) ? 0xfffedcba : 0xff102030);
+    EXPECT_EQ(wrong, 0) << "opacity included";
+}
+
+INSTANTIATE_TEST_SUITE_P(Memory, CaptureWithAndWithoutSharedMemoryTest, ::testing::Bool(),
+                         [](const auto &memory) { return memory.param ? "Shared" : "Copied"; });
+
+TEST_F(CaptureTest, APictureStaysAsItWasAndOutlivesThePlatform) {
+    startServer();
+    client->window(QRect(0, 0, 1920, 1080), 0x102030);
+    startPlatform();
+    const QImage before = capture(*platform);
+    client->window(QRect(0, 0, 1920, 1080), 0xfedcba);
+    const QImage after = capture(*platform);
+    EXPECT_EQ(before.pixel(5, 5), 0xff102030);
+    EXPECT_EQ(after.pixel(5, 5), 0xfffedcba);
+    platform.reset();
+    EXPECT_EQ(after.pixel(1919, 1079), 0xfffedcba);
+}
+
+// Kilobytes of shared memory that count for this process.
+long sharedMemoryInUse() {
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.starts_with("RssShmem:"))
+            return std::stol(line.substr(9));
+    return -1;
+}
+
+TEST_F(CaptureTest, ScreenSizedMemoryIsReusedForAWhileAndThenGivenBack) {
+    startServer();
+    VirtualMainQueue time;
+    std::string error;
+    const auto timed = makeX11Platform({time, nullptr, server->displayName()}, error);
+    ASSERT_NE(timed, nullptr) << error;
+    const long idle = sharedMemoryInUse();
+    const long screen = 1920 * 1080 * 4 / 1024;
+
+    QImage image = capture(*timed);
+    const auto *memory = image.constBits();
+    time.advance(std::chrono::minutes(10));
+    image = QImage();
+    time.advance(std::chrono::milliseconds(100));
+    image = capture(*timed);
+    EXPECT_EQ(image.constBits(), memory);
+
+    image = QImage();
+    EXPECT_GE(sharedMemoryInUse(), idle + screen - 100);
+    time.advance(std::chrono::milliseconds(2000));
+    EXPECT_LE(sharedMemoryInUse(), idle + 100);
+}
+
+} // namespace
+} // namespace companion
