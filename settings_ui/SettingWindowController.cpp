@@ -2,12 +2,12 @@
 
 #include "core/NotificationCenter.h"
 #include "core/NotificationNames.h"
-#include "resources/Images.h"
 
 #include <QCloseEvent>
 #include <QCursor>
 #include <QGuiApplication>
 #include <QKeyEvent>
+#include <QPixmapCache>
 #include <QScreen>
 #include <QVBoxLayout>
 
@@ -35,7 +35,10 @@ public:
         layout->addWidget(&m_content->view());
     }
 
-    ~SettingWindow() override { m_content->view().setParent(nullptr); } // The content's own; it may live on.
+    ~SettingWindow() override {
+        m_content->view().setParent(nullptr); // The content's own; it may live on.
+        QPixmapCache::clear(); // Qt caches a style sheet's pictures anew for each window, up to megabytes.
+    }
 
     void letGo() { m_controller = nullptr; }
 
@@ -86,7 +89,6 @@ void SettingWindowController::windowDidLoad() {
     m_window->setWindowFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
                              Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint | Qt::WindowStaysOnTopHint);
     m_window->setAttribute(Qt::WA_QuitOnClose, false); // The program goes on without a window.
-    m_window->setWindowIcon(image(QStringLiteral("statusBarLogo")));
 
     const QScreen *screen = QGuiApplication::screenAt(QCursor::pos());
     if (screen == nullptr)
