@@ -158,6 +158,7 @@ void SettingViewController::mouseTypeSwitch() {
 
 void SettingViewController::setLanguageBtnState() {
     // The default delegate does not draw with the style sheet.
+    // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): the button's.
     m_ui->languageBtn->setItemDelegate(new QStyledItemDelegate(m_ui->languageBtn));
     for (const char *title : kAppendedLanguages)
         m_ui->languageBtn->addItem(QLatin1String(title));

@@ -29,7 +29,7 @@ public:
     SettingWindow(std::shared_ptr<SettingViewController> content, SettingWindowController &controller)
         : m_content(std::move(content)),
           m_controller(&controller) {
-        auto *layout = new QVBoxLayout(this);
+        auto *layout = new QVBoxLayout(this); // NOLINT(cppcoreguidelines-owning-memory): Qt's.
         layout->setContentsMargins(0, 0, 0, 0);
         layout->setSizeConstraint(QLayout::SetFixedSize);
         layout->addWidget(&m_content->view());
@@ -76,6 +76,7 @@ SettingWindowController::~SettingWindowController() = default;
 
 void SettingWindowController::show() {
     if (m_window == nullptr) {
+        // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): the pointer has a deleter of its own.
         m_window.reset(new SettingWindow(SettingViewController::create(m_needs), *this));
         windowDidLoad();
     }

@@ -356,6 +356,14 @@ TEST_F(SettingWindowTest, ALanguageRelabelsAllEighteenCaptionsAtOnceAndTheFirstC
     button.hidePopup();
 }
 
+TEST_F(SettingWindowTest, AStoredLanguageThatIsNoneKeepsTheWindowFromOpening) {
+    store.setValue(QStringLiteral("SYSTEM_LANGUAGEINDEX"), QStringLiteral("12"));
+    EXPECT_THROW(controller->show(), std::out_of_range);
+    EXPECT_FALSE(controller->isPresented());
+    EXPECT_EQ(center.observerCount(), 0U);
+    EXPECT_EQ(QApplication::allWidgets().size(), 0);
+}
+
 TEST_F(SettingWindowTest, ThePanelAsksForTheReceiverUntilItIsThere) {
     controller->show();
     settle();
@@ -429,7 +437,7 @@ TEST_F(SettingWindowTest, TheWindowMayBeDismissedOrDestroyedFromWhereverItIsBein
 }
 
 TEST_F(SettingWindowTest, FiveHundredOpeningsLeaveNothingBehind) {
-    long warm = 0;
+    [[maybe_unused]] long warm = 0;
     for (int i = 0; i < 500; ++i) {
         config.setType(static_cast<std::uint64_t>(i % 4));
         open();
