@@ -3,6 +3,7 @@
 #include "app/SignalWatch.h"
 #include "core/Log.h"
 #include "platform/x11/X11Platform.h"
+#include "resources/Images.h"
 
 #include <QApplication>
 
@@ -61,6 +62,7 @@ int main(int argc, char **argv) {
     QApplication::setApplicationName(QStringLiteral("presenter-companion"));
     QApplication::setDesktopFileName(QStringLiteral("presenter-companion"));
     QApplication::setQuitOnLastWindowClosed(false);
+    QApplication::setWindowIcon(image(QStringLiteral("statusBarLogo")));
 
     int status = EXIT_FAILURE;
     const auto companion = Application::make(*line, error, status);
