@@ -6,7 +6,6 @@
 namespace companion::rig {
 namespace {
 
-constexpr QRgb kPressed = qRgb(0x2a, 0x66, 0xb0);
 constexpr int kHovered = 14; // The steps by which it is lighter under the mouse.
 constexpr QRgb kButton = qRgb(0xef, 0xee, 0xe2);
 constexpr QRgb kFocusFrame = qRgb(0x14, 0x14, 0x0f);
@@ -178,7 +177,7 @@ void SettingsDesk::expectMode(std::size_t type) const {
     const QPoint besideText(-75, -30);
     waitUntil("mode button " + std::to_string(type), [&] {
         for (std::size_t i = 0; i < std::size(control::kModes); ++i)
-            if (sameColour(screen.pixel(placeOf(control::kModes[i]) + besideText * m_scale), kPressed,
+            if (sameColour(screen.pixel(placeOf(control::kModes[i]) + besideText * m_scale), kSelectedColour,
                            kHovered) != (i == type))
                 return false;
         return true;

@@ -31,6 +31,7 @@ inline constexpr Control kFrontColor{{744, 401}, 14}, kFrontAlphaSlider{{619, 43
 } // namespace control
 
 inline constexpr QRgb kSettingsColour = qRgb(191, 190, 165);
+inline constexpr QRgb kSelectedColour = qRgb(0x2a, 0x66, 0xb0);
 
 // Where programs put their icons. Ready when the constructor returns.
 struct Tray {

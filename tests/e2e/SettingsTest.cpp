@@ -285,8 +285,10 @@ TEST(SettingsLanguage, FirstChoiceOfAFreshStoreIsGermanAndTheHintFollowsTheSecon
             list = desk.areaOf(desk.stack().back());
             return list.height() > 200 && list.height() < 500;
         });
-        letTimePass(100ms);
-        desk.hand.clickAt({list.center().x(), list.top() + list.height() * (2 * index + 1) / 24});
+        const QPoint item(list.center().x(), list.top() + list.height() * (2 * index + 1) / 24);
+        desk.hand.move(item);
+        desk.screen.waitForPixel({list.right() - 20, item.y()}, kSelectedColour);
+        desk.hand.click();
     };
     chooseByMouse(10);
     desk.expectStored("SYSTEM_LANGUAGEINDEX", "0");
