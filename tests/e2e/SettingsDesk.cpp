@@ -44,6 +44,7 @@ void SettingsDesk::choose(Entry entry) {
     hand.move(areaOf(trayIcon()).center());
     hand.click(3);
     waitUntil("the menu", [this] { return menu() != XCB_WINDOW_NONE; });
+    letTimePass(50ms); // A hand's.
     const QRect area = areaOf(menu());
     constexpr int kEntries = 3;
     hand.clickAt(
