@@ -49,7 +49,7 @@ QImage imageOver(void *pixels, const QRect &area, std::unique_ptr<Keeper> keeper
         if (last->dropped)
             last->dropped();
     };
-    QImage image(static_cast<uchar *>(pixels), area.width(), area.height(), area.width() * 4,
+    QImage image(static_cast<uchar *>(pixels), area.width(), area.height(), qsizetype{4} * area.width(),
                  QImage::Format_RGB32, drop, keeper.get());
     if (!image.isNull())
         static_cast<void>(keeper.release()); // The image's now.

@@ -16,8 +16,7 @@ void logMissing() {
 } // namespace
 
 X11CompositorWatch::X11CompositorWatch(X11Connection &connection)
-    : m_connection(connection),
-      m_selection(connection.atom(("_NET_WM_CM_S" + std::to_string(connection.screenNumber())).c_str())) {
+    : m_selection(connection.atom(("_NET_WM_CM_S" + std::to_string(connection.screenNumber())).c_str())) {
     auto *c = connection.xcb();
     // A compositor holds this selection while it runs. Watched before it is asked for: none slips through.
     xcb_xfixes_select_selection_input(c, connection.root(), m_selection,

@@ -16,7 +16,6 @@ public:
     void onChanged(std::function<void()> listener) { m_changed = std::move(listener); }
 
 private:
-    X11Connection &m_connection;
     xcb_atom_t m_selection;
     bool m_running = false;
     std::function<void()> m_changed;

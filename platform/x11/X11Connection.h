@@ -16,7 +16,8 @@
 namespace companion {
 
 struct FreeReply {
-    void operator()(void *reply) const { std::free(reply); } // Replies and events come from malloc.
+    // Replies and events come from malloc.
+    void operator()(void *reply) const { std::free(reply); } // NOLINT(cppcoreguidelines-owning-memory)
 };
 template <class T>
 using X11Reply = std::unique_ptr<T, FreeReply>;

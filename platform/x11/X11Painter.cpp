@@ -96,7 +96,7 @@ Pixel *X11Painter::reserve(std::size_t rowBytes, int wantedRows, int &rows) {
 void X11Painter::send(const PixelPatch &band) {
     const auto r = toRectangle(band.area);
     if (!m_shared) {
-        const auto bytes = std::uint32_t{r.width} * r.height * sizeof(Pixel);
+        const auto bytes = std::size_t{r.width} * r.height * sizeof(Pixel);
         xcb_put_image(m_connection.xcb(), XCB_IMAGE_FORMAT_Z_PIXMAP, m_window, m_gc, r.width, r.height, r.x,
                       r.y, 0, kDepth, static_cast<std::uint32_t>(bytes),
                       reinterpret_cast<const std::uint8_t *>(band.pixels));

@@ -117,8 +117,18 @@ TEST_F(InputTest, MotionsThatArriveTogetherAreOneWithTheLastPlace) {
         client->move(i, i);
     client->key(56);
     client->move(500, 500);
+    client->sync(); // All of it has happened before the program reads any.
     ASSERT_TRUE(eventuallyTypes({KeyDown, MouseMoved}));
     EXPECT_EQ(events.back().location, (Point{500, 580}));
+}
+
+// Such an event has left the socket already, so nothing else would wake the event loop for it.
+TEST_F(InputTest, EventsThatCameAlongWithAnAnswerDoNotWait) {
+    startOverlay();
+    watch();
+    client->move(50, 60);
+    platform->screenCapture().captureDesktop([](const QImage &) {});
+    EXPECT_TRUE(eventuallyTypes({MouseMoved}));
 }
 
 TEST_F(InputTest, EachMonitorSeesItsOwnTypesAndMayAddAnother) {
@@ -203,6 +213,15 @@ TEST_F(CursorTest, AHiddenCursorComesBackWithTheNextMotion) {
     EXPECT_TRUE(eventually([&] { return !cursorShows(700, 650); }));
     platform->cursor().show();
     EXPECT_TRUE(eventually([&] { return cursorShows(700, 650); }));
+}
+
+TEST_F(CursorTest, AMotionFromBeforeTheHidingDoesNotEndIt) {
+    watch(1u << 10);
+    client->move(700, 650);
+    platform->cursor().setHiddenUntilMouseMoves();
+    client->key(56); // Told after the motion.
+    ASSERT_TRUE(eventuallyTypes({KeyDown}));
+    EXPECT_TRUE(eventually([&] { return !cursorShows(700, 650); }));
 }
 
 TEST_F(CursorTest, AHiddenCursorComesBackWhenTheProgramIsKilled) {

@@ -84,6 +84,7 @@ bool Screen::cursorVisible() const {
     const QRect area = QRect(pointer - QPoint(kAround, kAround), QSize(2 * kAround, 2 * kAround)) &
                        QRect(QPoint(0, 0), m_desktop.size());
     const QImage without = grab(area);
+    letTimePass(5ms); // The server takes the cursor off for a reader and puts it back once it is idle.
 
     QFile file(QString::fromStdString(m_desktop.frameBufferFile()));
     if (!file.open(QIODevice::ReadOnly))

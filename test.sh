@@ -1,0 +1,17 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds, and runs all tests; the unit tests once more under the sanitizers.
+# Arguments go to ctest: ./test.sh -R Spotlight
+set -euo pipefail
+cd "$(dirname "$0")"
+
+tools/install-packages.sh tools/packages-build.txt tools/packages-demo.txt tools/packages-test.txt
+export COMPANION_TEST_PICTURES="$PWD/build/test-pictures" # Of checks that failed.
+rm -rf "$COMPANION_TEST_PICTURES"
+
+cmake --preset dev
+cmake --build build/dev
+ctest --preset dev --parallel 2 "$@"
+
+cmake --preset asan
+cmake --build build/asan --target unit_tests
+ctest --preset asan --parallel 2 --label-regex '^unit$' --no-tests=ignore "$@"

@@ -1,0 +1,177 @@
+// What the spotlight, the laser dot and the plain mode put on the screen.
+#include "e2e/Talk.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace companion::rig {
+namespace {
+
+constexpr QRgb kBack = qRgb(0xFF, 0x66, 0x00);
+constexpr QRgb kFront = qRgb(0x00, 0xCC, 0x33);
+
+// The colours' own alphas must never count.
+Settings effectSettings(const std::string &type, int size = 150) {
+    return {{"LOCAL_MOUSETYPE", type},
+            {"LOCAL_MOUSESIZEVALUE", std::to_string(size)},
+            {"LOCAL_BACKCOLOR", "srgb 1 0.4 0 0.1"},
+            {"LOCAL_BACKALPHA", "0.6"},
+            {"LOCAL_FRONTCOLOR", "srgb 0 0.8 0.2 1"},
+            {"LOCAL_FRONTALPHA", "0.8"}};
+}
+
+// Nothing reaches the top rows of the screen.
+Look belowFreeRows(const Look &look) {
+    return [=](int x, int y, QRgb seen) {
+        return y < kFreeRows ? sameColour(seen, kSlideColour, 0) : look(x, y, seen);
+    };
+}
+
+Look spotlight(QPoint pointer, int size) {
+    return belowFreeRows(discLook(Disc(pointer, size), kSlideColour, blend(kSlideColour, kBack, 0.6)));
+}
+
+Look laser(QPoint pointer, int size) {
+    return belowFreeRows(discLook(Disc(pointer, size), blend(kSlideColour, kFront, 0.8), kSlideColour));
+}
+
+// In the open, cut by each edge, and back.
+const QPoint kPlaces[] = {{301, 222}, {302, 223}, {3, 300}, {797, 301},
+                          {400, 2},   {401, 598}, {0, 599}, {300, 222}};
+
+class EffectSize : public ::testing::TestWithParam<int> {};
+
+TEST_P(EffectSize, SpotlightDimsAllButADiscAtThePointer) {
+    Talk talk(effectSettings("1", GetParam()));
+    talk.companion.effectOn();
+    talk.expectLook("a spotlight in the centre", spotlight(talk.desktop.centre(), GetParam()));
+    for (const QPoint place : kPlaces) {
+        talk.hand.move(place);
+        talk.expectLook("a spotlight at the pointer", spotlight(place, GetParam()));
+    }
+}
+
+TEST_P(EffectSize, LaserDotLiesAtThePointerAndLeavesTheRestAlone) {
+    Talk talk(effectSettings("2", GetParam()));
+    talk.companion.effectOn();
+    talk.expectLook("a laser dot in the centre", laser(talk.desktop.centre(), GetParam()));
+    for (const QPoint place : kPlaces) {
+        talk.hand.move(place);
+        talk.expectLook("a laser dot at the pointer", laser(place, GetParam()));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(EvenAndOdd, EffectSize, ::testing::Values(50, 51, 150),
+                         ::testing::PrintToStringParamName());
+
+class DrawnEffect : public ::testing::TestWithParam<const char *> {};
+
+TEST_P(DrawnEffect, IsGoneHalfASecondAfterTheKeyIsLetGo) {
+    Talk talk(effectSettings(GetParam()));
+    for (int round = 0; round < 2; ++round) {
+        talk.companion.effectOn();
+        talk.hand.move({200, 150});
+        talk.screen.waitFor("an effect", QRect(150, 100, 150, 100), [](const QImage &image) {
+            return !plainLook(kSlideColour)(0, 0, image.pixel(50, 50)) ||
+                   !plainLook(kSlideColour)(0, 0, image.pixel(149, 0));
+        });
+        talk.companion.receiver("event 00");
+        // 0.3 s after the last poll with the key, and 0.1 s for the views; the rest is the machine's.
+        EXPECT_LT(talk.expectPlainSlide(), 500ms + 200ms);
+        talk.expectLookStays("a clean slide", plainLook(kSlideColour), 300ms);
+    }
+}
+
+TEST_P(DrawnEffect, LooksAfterAThousandRandomMovesLikeAFreshOne) {
+    Talk talk(effectSettings(GetParam(), 51));
+    talk.companion.effectOn();
+    std::mt19937 random(20240607);
+    std::uniform_int_distribution<int> x(0, 799);
+    std::uniform_int_distribution<int> y(0, 599);
+    for (int i = 0; i < 1000; ++i)
+        talk.hand.move({x(random), y(random)});
+    const QPoint last(333, 222);
+    talk.hand.move(last);
+    const Look look = std::string(GetParam()) == "1" ? spotlight(last, 51) : laser(last, 51);
+    talk.expectLook("the effect after the last move", look);
+    const QImage after = talk.screen.settled();
+
+    talk.companion.effectOff();
+    talk.expectPlainSlide();
+    talk.companion.effectOn();
+    talk.hand.move(last);
+    talk.expectLook("a fresh effect", look);
+    EXPECT_EQ(talk.screen.settled(), after);
+}
+
+INSTANTIATE_TEST_SUITE_P(Types, DrawnEffect, ::testing::Values("1", "2"), [](const auto &type) {
+    return std::string(type.param) == "1" ? "Spotlight" : "Laser";
+});
+
+struct Undrawn {
+    const char *name;
+    Settings settings;
+};
+class UndrawnEffect : public ::testing::TestWithParam<Undrawn> {};
+
+TEST_P(UndrawnEffect, LeavesTheScreenAsItIs) {
+    Talk talk(GetParam().settings);
+    talk.companion.effectOn();
+    for (const QPoint place : {QPoint(300, 200), QPoint(310, 205)}) {
+        talk.hand.move(place);
+        talk.expectLookStays("a slide without an effect", plainLook(kSlideColour), 200ms);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Each, UndrawnEffect,
+    ::testing::Values(
+        Undrawn{"Normal", effectSettings("0")}, Undrawn{"UnknownType", effectSettings("7")},
+        Undrawn{"LaserWithoutColour", {{"LOCAL_MOUSETYPE", "2"}, {"LOCAL_FRONTCOLOR", "garbage"}}},
+        Undrawn{"SpotlightWithoutColour", {{"LOCAL_MOUSETYPE", "1"}, {"LOCAL_BACKCOLOR", "garbage"}}},
+        Undrawn{"TransparentSpotlight", {{"LOCAL_MOUSETYPE", "1"}, {"LOCAL_BACKALPHA", "0"}}}),
+    [](const auto &each) { return std::string(each.param.name); });
+
+TEST(FirstStart, ShowsNothingAndSavesNothing) {
+    Talk talk({});
+    talk.companion.effectOn();
+    talk.hand.move({300, 200});
+    talk.expectLookStays("a slide without an effect", plainLook(kSlideColour), 200ms);
+    EXPECT_TRUE(talk.companion.storedSettings().empty());
+}
+
+TEST(Hint, NamesTheNewModeForThreeSecondsAndIsSeenThroughTheSpotlight) {
+    Talk talk(effectSettings("0", 80));
+    const QRect field(800 - 180, 28, 160, 52); // 20 points from the right edge, 28 from the top.
+    const QPoint paper(field.left() + 4, field.center().y());
+    const QRgb hint = blend(kSlideColour, qRgb(255, 255, 255), 0.8);
+    talk.companion.pressOnce("01");
+    talk.screen.waitForPixel(paper, hint);
+    EXPECT_TRUE(sameColour(talk.screen.pixel({field.left() - 2, paper.y()}), kSlideColour, 0));
+    EXPECT_TRUE(sameColour(talk.screen.pixel({field.center().x(), field.top() - 2}), kSlideColour, 0));
+    bool ink = false;
+    const QImage picture = talk.screen.grab(field);
+    for (int x = 0; x < picture.width(); ++x)
+        ink = ink || qGreen(picture.pixel(x, picture.height() / 2)) < 0x60;
+    EXPECT_TRUE(ink) << "no text in " << keepPicture(picture, "hint");
+    EXPECT_EQ(talk.companion.storedSettings()["LOCAL_MOUSETYPE"], "1");
+    EXPECT_EQ(talk.companion.storedSettings()["LOCAL_MOUSESIZEVALUE"], "150");
+
+    talk.companion.effectOn();
+    talk.companion.pressOnce("12"); // Size up while held: the hint starts anew.
+    const auto lastStep = std::chrono::steady_clock::now();
+    talk.hand.move({300, 300});
+    talk.screen.waitForPixel(paper, blend(hint, kBack, 0.6));
+    EXPECT_EQ(talk.companion.storedSettings()["LOCAL_MOUSESIZEVALUE"], "160");
+    talk.companion.effectOff();
+    talk.screen.waitForPixel(paper, hint);
+    talk.screen.waitForPixel(paper, kSlideColour);
+    const auto shown = std::chrono::steady_clock::now() - lastStep;
+    EXPECT_GT(shown, 2700ms); // The step came up to two polls before it was waited for.
+    EXPECT_LT(shown, 3500ms);
+    talk.expectPlainSlide();
+}
+
+} // namespace
+} // namespace companion::rig

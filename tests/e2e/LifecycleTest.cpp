@@ -1,0 +1,158 @@
+// Ends, pulled receivers, compositors that come and go, screens that change.
+#include "e2e/Talk.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstring>
+
+namespace companion::rig {
+namespace {
+
+constexpr QRgb kDimmed = qRgb(0x14, 0x29, 0x3D); // The slide under black at 0.6.
+constexpr QRgb kDot = qRgb(0xFF, 0x00, 0x00);
+
+Settings settingsFor(const char *type) {
+    return {{"LOCAL_MOUSETYPE", type},
+            {"LOCAL_MOUSESIZEVALUE", "100"},
+            {"LOCAL_BACKALPHA", "0.6"},
+            {"LOCAL_FRONTALPHA", "0.8"}};
+}
+
+Look freeRowsAnd(const Look &look) {
+    return [=](int x, int y, QRgb seen) {
+        return y < kFreeRows ? sameColour(seen, kSlideColour) : look(x, y, seen);
+    };
+}
+
+Look spotlightAt(QPoint pointer) {
+    return freeRowsAnd(discLook(Disc(pointer, 100), kSlideColour, kDimmed));
+}
+
+class Ending : public ::testing::TestWithParam<int> {};
+
+TEST_P(Ending, LeavesScreenMouseAndCursorClean) {
+    Talk talk(settingsFor("1"));
+    talk.companion.effectOn();
+    talk.hand.move({200, 200});
+    talk.expectLook("a spotlight", spotlightAt({200, 200}));
+    const int number = GetParam();
+    talk.companion.process().signal(number);
+    EXPECT_EQ(talk.companion.process().waitForExit(), number == SIGKILL ? -SIGKILL : 0);
+    talk.expectPlainSlide();
+    talk.hand.clickAt({210, 210});
+    waitUntil("a click below", [&] { return talk.slide.pressedAt({210, 210}); });
+    waitUntil("the cursor", [&] { return talk.screen.cursorVisible(); });
+}
+
+INSTANTIATE_TEST_SUITE_P(Signals, Ending, ::testing::Values(SIGTERM, SIGINT, SIGKILL),
+                         [](const auto &number) { return std::string(sigabbrev_np(number.param)); });
+
+TEST(PulledReceiver, EndsTheEffectAndWorksAgainWhenPluggedIn) {
+    Talk talk(settingsFor("1"));
+    for (const std::string again : {"plug", "replug 0"}) {
+        talk.companion.effectOn();
+        const int clicks = talk.companion.input().clicks();
+        talk.hand.move({200, 200});
+        talk.expectLook("a spotlight", spotlightAt({200, 200}));
+        talk.companion.receiver("event 00");
+        talk.companion.receiver(again == "plug" ? "unplug" : again);
+        EXPECT_LT(talk.expectPlainSlide(), 500ms + 200ms);
+        waitUntil("the click that ends the effect",
+                  [&] { return talk.companion.input().clicks() == clicks + 1; });
+        talk.hand.clickAt({210, 210});
+        waitUntil("a click below", [&] { return talk.slide.pressedAt({210, 210}); });
+        if (again == "plug")
+            talk.companion.receiver("plug");
+        talk.companion.receiver("wait-get 2 10000");
+    }
+    talk.companion.effectOn();
+    talk.hand.move({300, 300});
+    talk.expectLook("a spotlight of the receiver that came back", spotlightAt({300, 300}));
+    talk.companion.receiver("mode stall"); // Still there, but silent: the key counts as let go.
+    EXPECT_LT(talk.expectPlainSlide(), 500ms + 200ms);
+}
+
+TEST(PulledReceiver, WithTheKeyHeldDownEndsTheEffectToo) {
+    Talk talk(settingsFor("2"));
+    talk.companion.effectOn();
+    talk.hand.move({200, 200});
+    talk.screen.waitForPixel({200, 200}, blend(kSlideColour, kDot, 0.8));
+    talk.companion.receiver("unplug");
+    EXPECT_LT(talk.expectPlainSlide(), 500ms + 200ms);
+    // What was held on the device before is what it answers when it comes back.
+    talk.companion.receiver("plug");
+    talk.screen.waitForPixel(talk.desktop.centre(), blend(kSlideColour, kDot, 0.8));
+}
+
+TEST(WithoutCompositor, DesktopStaysVisibleAndTheLaserDotIsOpaque) {
+    Talk talk(settingsFor("2"), {.size = {800, 600}, .compositor = false});
+    EXPECT_NE(talk.companion.process().err().find("compositor"), std::string::npos);
+    talk.companion.effectOn();
+    talk.hand.move({200, 200});
+    talk.expectLook("an opaque dot", discLook(Disc({200, 200}, 100), kDot, kSlideColour));
+    talk.hand.move({230, 210});
+    talk.expectLook("the dot elsewhere", discLook(Disc({230, 210}, 100), kDot, kSlideColour));
+    talk.companion.effectOff();
+    talk.expectPlainSlide();
+    talk.hand.clickAt({230, 210});
+    waitUntil("a click below", [&] { return talk.slide.pressedAt({230, 210}); });
+}
+
+TEST(WithoutCompositor, SpotlightNeverBlackensTheDesktop) {
+    Talk talk(settingsFor("1"), {.size = {800, 600}, .compositor = false});
+    const QPoint far(50, 550);
+    talk.companion.receiver("event 10");
+    for (int i = 0; i < 30; ++i) {
+        talk.hand.move({200 + i, 200});
+        letTimePass(10ms);
+        ASSERT_NE(talk.screen.pixel(far), qRgb(0, 0, 0));
+        ASSERT_TRUE(sameColour(talk.screen.pixel({200 + i, 200}), kSlideColour));
+    }
+}
+
+TEST(Compositor, ThatComesAndGoesIsFollowed) {
+    Talk talk(settingsFor("1"), {.size = {800, 600}, .compositor = false});
+    talk.desktop.startCompositor();
+    talk.companion.effectOn();
+    talk.hand.move({200, 200});
+    talk.expectLook("a spotlight under a compositor that came late", spotlightAt({200, 200}));
+
+    talk.desktop.stopCompositor(); // In the middle of the effect.
+    talk.screen.waitForPixel({200, 200}, kSlideColour);
+    talk.screen.waitFor("a desktop that is not black", QRect(40, 400, 2, 2),
+                        [](const QImage &image) { return image.pixel(0, 0) != qRgb(0, 0, 0); });
+    talk.companion.effectOff();
+    talk.expectPlainSlide();
+
+    talk.desktop.startCompositor();
+    talk.companion.effectOn();
+    talk.hand.move({300, 200});
+    talk.expectLook("a spotlight once more", spotlightAt({300, 200}));
+    talk.companion.effectOff();
+    talk.expectPlainSlide();
+}
+
+TEST(ScreenChange, IsFollowedBeforeTheNextEffectAndDuringOne) {
+    Talk talk(settingsFor("1"));
+    for (const QSize size : {QSize(640, 480), QSize(800, 600)}) {
+        talk.desktop.setSize(size);
+        talk.expectPlainSlide(); // The window manager has resized the slide.
+        talk.companion.effectOn();
+        EXPECT_EQ(talk.hand.pointer(), talk.desktop.centre());
+        const QPoint corner(size.width() - 30, size.height() - 20);
+        talk.hand.move(corner);
+        talk.expectLook("a spotlight on the whole new screen", spotlightAt(corner));
+        talk.companion.effectOff();
+        talk.expectPlainSlide();
+    }
+    talk.companion.effectOn();
+    talk.desktop.setSize({640, 480});
+    talk.companion.effectOff();
+    talk.expectPlainSlide();
+    talk.hand.clickAt({600, 460});
+    waitUntil("a click below", [&] { return talk.slide.pressedAt({600, 460}); });
+}
+
+} // namespace
+} // namespace companion::rig

@@ -1,0 +1,113 @@
+// Who gets the mouse and the keyboard, and when.
+#include "e2e/Talk.h"
+
+#include <gtest/gtest.h>
+
+namespace companion::rig {
+namespace {
+
+Settings settingsFor(const char *type) {
+    return {{"LOCAL_MOUSETYPE", type}, {"LOCAL_BACKALPHA", "0.6"}};
+}
+
+class TakingEffect : public ::testing::TestWithParam<const char *> {};
+
+TEST_P(TakingEffect, WindowBelowGetsEveryClickBeforeAndAfterTheEffectAndNoneDuringIt) {
+    Talk talk(settingsFor(GetParam()));
+    talk.hand.clickAt({101, 102});
+    waitUntil("the click before the effect", [&] { return talk.slide.pressedAt({101, 102}); });
+
+    talk.companion.effectOn();
+    talk.slide.forget();
+    for (const QPoint place : {QPoint(0, 0), {103, 104}, {799, 599}, {400, 3}, {400, 300}}) {
+        talk.hand.clickAt(place);
+        letTimePass(30ms);
+    }
+    EXPECT_TRUE(talk.slide.buttons().empty());
+    // The keyboard stays where it was.
+    talk.hand.tapKey(kKeyA);
+    waitUntil("the key", [&] { return talk.slide.keysPressed() == std::vector{kKeyA}; });
+    EXPECT_TRUE(talk.slide.focused());
+
+    talk.companion.receiver("event 00");
+    const auto through = waitUntil("a click that passes again", [&] {
+        talk.hand.clickAt({105, 106});
+        letTimePass(10ms);
+        return talk.slide.pressedAt({105, 106});
+    });
+    EXPECT_LT(through, 500ms + 200ms);
+    waitUntil("the click in the centre that ends the effect",
+              [&] { return talk.slide.pressedAt(talk.desktop.centre()); });
+}
+
+std::string typeName(const ::testing::TestParamInfo<const char *> &each) {
+    const char *const names[] = {"Spotlight", "Laser", "Zoom"};
+    return names[each.index];
+}
+INSTANTIATE_TEST_SUITE_P(Types, TakingEffect, ::testing::Values("1", "2", "3"), typeName);
+
+TEST(NormalMode, WindowBelowGetsEveryClickAlways) {
+    Talk talk(settingsFor("0"));
+    talk.companion.effectOn();
+    talk.hand.clickAt({103, 104});
+    waitUntil("the click during the effect", [&] { return talk.slide.pressedAt({103, 104}); });
+    EXPECT_TRUE(talk.slide.pressedAt(talk.desktop.centre()));
+    talk.companion.effectOff();
+    talk.hand.clickAt({105, 106});
+    waitUntil("the click after the effect", [&] { return talk.slide.pressedAt({105, 106}); });
+}
+
+TEST(CentreClick, ComesOnceAtTheStartAndOnceOnEachEdgeOfTheEffect) {
+    Talk talk(settingsFor("1"));
+    EXPECT_EQ(talk.companion.input().events(), "mdu");
+    EXPECT_TRUE(talk.slide.pressedAt(talk.desktop.centre()));
+    EXPECT_EQ(talk.hand.pointer(), talk.desktop.centre());
+
+    talk.hand.move({10, 10});
+    talk.companion.effectOn();
+    talk.companion.receiver("wait-get 15 10000"); // Held on: no more clicks.
+    EXPECT_EQ(talk.companion.input().events(), "mdummdu");
+    EXPECT_EQ(talk.hand.pointer(), talk.desktop.centre());
+    talk.companion.effectOff();
+    letTimePass(300ms);
+    EXPECT_EQ(talk.companion.input().events(), "mdummdumdu");
+    EXPECT_EQ(talk.companion.logCount("Click!"), 3);
+}
+
+TEST(Overlay, LiesAboveWindowsThatCameAfterItWhenTheEffectStarts) {
+    Talk talk({{"LOCAL_MOUSETYPE", "1"}, {"LOCAL_BACKALPHA", "0.6"}, {"LOCAL_MOUSESIZEVALUE", "50"}});
+    const QRgb white = qRgb(255, 255, 255);
+    const TestWindow popup(talk.desktop, TestWindow::Kind::OverrideRedirect, white, {100, 100, 80, 60});
+    const TestWindow other(talk.desktop, TestWindow::Kind::Managed, white, {300, 100, 80, 60});
+    talk.screen.waitForPixel({110, 110}, white);
+    talk.companion.effectOn();
+    const QRgb dimmed = blend(white, qRgb(0, 0, 0), 0.6);
+    talk.screen.waitForPixel({110, 110}, dimmed);
+    talk.screen.waitForPixel({340, 140}, dimmed);
+}
+
+TEST(Cursor, IsHiddenWhileTheEffectIsOnComesBackOnMovesAndAfterTheEffect) {
+    Talk talk(settingsFor("2"));
+    talk.hand.move({200, 200});
+    waitUntil("a cursor before the effect", [&] { return talk.screen.cursorVisible(); });
+    talk.companion.effectOn();
+    talk.companion.receiver("wait-get 2 10000"); // The centre click's move showed it until the next poll.
+    waitUntil("a hidden cursor", [&] { return !talk.screen.cursorVisible(); });
+    for (int i = 0; i < 20; ++i) {
+        letTimePass(20ms);
+        EXPECT_FALSE(talk.screen.cursorVisible());
+    }
+    int step = 0;
+    waitUntil("a cursor on a move", [&] { // Until the next poll only.
+        talk.hand.move({300 + 20 * (++step % 2), 200});
+        letTimePass(10ms);
+        return talk.screen.cursorVisible();
+    });
+    talk.companion.effectOff();
+    waitUntil("a cursor after the effect", [&] { return talk.screen.cursorVisible(); });
+    letTimePass(300ms);
+    EXPECT_TRUE(talk.screen.cursorVisible());
+}
+
+} // namespace
+} // namespace companion::rig

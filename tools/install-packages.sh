@@ -1,0 +1,35 @@
+#!/usr/bin/env bash
+# Installs what is missing of the Debian packages listed in the files named: tools/install-packages.sh LIST...
+set -euo pipefail
+
+mapfile -t packages < <(sed 's/#.*//' "$@" | grep -o '[^[:space:]]\+')
+
+if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
+    echo "This is no Debian: install what corresponds to these packages if the build does not find it:" >&2
+    echo "  ${packages[*]}" >&2
+    exit 0
+fi
+
+missing=()
+for package in "${packages[@]}"; do
+    status=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null || true)
+    [[ $status == installed ]] || missing+=("$package")
+done
+((${#missing[@]})) || exit 0
+
+echo "Installing: ${missing[*]}"
+root=()
+if ((EUID != 0)); then
+    if ! command -v sudo >/dev/null; then
+        echo "These packages are missing, and only root can install them: ${missing[*]}" >&2
+        exit 1
+    fi
+    root=(sudo)
+fi
+# A source that cannot be read must not matter if the packages come from another one.
+"${root[@]}" apt-get update -qq || echo "The package lists could not all be refreshed." >&2
+if ! "${root[@]}" env DEBIAN_FRONTEND=noninteractive \
+    apt-get install -y -qq --no-install-recommends "${missing[@]}" </dev/null; then
+    echo "These packages could not be installed: ${missing[*]}" >&2
+    exit 1
+fi
