@@ -8,6 +8,7 @@
 #include "platform/x11/X11Screens.h"
 #include "platform/x11/X11Surface.h"
 #include "platform/x11/X11SyntheticMouse.h"
+#include "platform/x11/X11Watchdog.h"
 
 namespace companion {
 
@@ -24,7 +25,8 @@ public:
           m_inputMonitor(*m_connection, m_screens),
           m_syntheticMouse(*m_connection, m_screens),
           m_capture(*m_connection, m_screens, needs.queue),
-          m_cursor(*m_connection) {
+          m_cursor(*m_connection),
+          m_watchdog(needs.queue, needs.displayName, m_surface.get(), m_cursor) {
         m_inputMonitor.onRawMotion([this](unsigned sequence) { m_cursor.mouseMoved(sequence); });
         m_connection->waitUntilProcessed(); // From here on no event is missed.
     }
@@ -37,6 +39,7 @@ public:
     SyntheticMouse &syntheticMouse() override { return m_syntheticMouse; }
     ScreenCapture &screenCapture() override { return m_capture; }
     CursorVisibility &cursor() override { return m_cursor; }
+    Watchdog &watchdog() override { return m_watchdog; }
 
 private:
     std::unique_ptr<X11Connection> m_connection;
@@ -47,6 +50,7 @@ private:
     X11SyntheticMouse m_syntheticMouse;
     X11Capture m_capture;
     X11Cursor m_cursor;
+    X11Watchdog m_watchdog; // Its thread ends before what it uses.
 };
 
 } // namespace
