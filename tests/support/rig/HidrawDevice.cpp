@@ -165,8 +165,10 @@ void HidrawDevice::unplug() {
         native.route(node.path, {});
         close(node.otherEnd);
     }
-    for (auto folder = m_folders.rbegin(); folder != m_folders.rend(); ++folder)
+    for (auto folder = m_folders.rbegin(); folder != m_folders.rend(); ++folder) {
+        umockdev_testbed_uevent(native.bed, folder->c_str(), "remove");
         umockdev_testbed_remove_device(native.bed, folder->c_str());
+    }
     m_folders.clear();
     m_nodes.clear();
 }
@@ -191,15 +193,16 @@ long HidrawDevice::getFeature(std::uint64_t presence, std::size_t interface, Byt
         return -ENODEV;
     if (m_mode == Mode::Stall || report.empty() || (report[0] != kReportId && report[0] != 0))
         return -EPIPE;
-    Bytes full(kReportLength);
+    // Without a report ID the kernel puts a zero before the report.
+    Bytes full(report[0] == 0 ? kReportLength + 1 : kReportLength);
     full[0] = report[0];
     if (m_once.empty()) {
-        std::copy_n(m_event.begin(), std::min(m_event.size(), kReportLength - 1), full.begin() + 1);
+        std::copy_n(m_event.begin(), std::min(m_event.size(), full.size() - 1), full.begin() + 1);
     } else {
         full[1] = m_once.front();
         m_once.pop_front();
     }
-    const std::size_t length = std::min(report.size(), m_mode == Mode::Short ? kShortLength : kReportLength);
+    const std::size_t length = std::min(report.size(), m_mode == Mode::Short ? kShortLength : full.size());
     std::copy_n(full.begin(), length, report.begin());
     return static_cast<long>(length);
 }
