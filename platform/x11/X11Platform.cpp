@@ -69,4 +69,20 @@ bool x11ServerAnswers(std::string &error) {
     return X11Connection::connect({}, error).xcb != nullptr;
 }
 
+bool x11CompositorRuns() {
+    std::string error;
+    const auto link = X11Connection::connect({}, error);
+    if (!link.xcb)
+        return false;
+    auto *c = link.xcb.get();
+    const std::string name = "_NET_WM_CM_S" + std::to_string(link.screenNumber);
+    const X11Reply<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(
+        c, xcb_intern_atom(c, 0, static_cast<std::uint16_t>(name.size()), name.c_str()), nullptr));
+    if (!atom)
+        return false;
+    const X11Reply<xcb_get_selection_owner_reply_t> owner(
+        xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, atom->atom), nullptr));
+    return owner && owner->owner != XCB_NONE;
+}
+
 } // namespace companion
