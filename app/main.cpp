@@ -1,5 +1,6 @@
 #include "app/Application.h"
 #include "app/CommandLine.h"
+#include "app/Doctor.h"
 #include "app/SignalWatch.h"
 #include "core/Log.h"
 #include "platform/x11/X11Platform.h"
@@ -12,6 +13,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <span>
 #include <string>
 
@@ -48,6 +50,17 @@ bool chooseDisplay(std::string &error) {
     return x11ServerAnswers(error);
 }
 
+// Qt is asked about screens and tray where there is a display; the rest needs none.
+int runDoctor(const CommandLine &line, int argumentCount, char **arguments) {
+    std::string error;
+    std::unique_ptr<QApplication> application;
+    if (chooseDisplay(error))
+        application = std::make_unique<QApplication>(argumentCount, arguments);
+    const auto findings = examine(gatherDoctorFacts({line.vendorId, line.productId}));
+    std::fputs(doctorReport(findings).c_str(), stdout);
+    return doctorStatus(findings);
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
@@ -65,12 +78,14 @@ int main(int argc, char **argv) {
         std::puts("presenter-companion " COMPANION_VERSION);
         return EXIT_SUCCESS;
     }
+    int qtArgumentCount = 1; // Our options are not Qt's.
+    if (line->action == CommandLine::Action::Doctor)
+        return runDoctor(*line, qtArgumentCount, argv);
     if (!chooseDisplay(error))
         return fail(error, kCannotRun);
 
     SignalWatch::blockSignals();
     qInstallMessageHandler(toLog);
-    int qtArgumentCount = 1; // Our options are not Qt's.
     QApplication application(qtArgumentCount, argv);
     QApplication::setApplicationName(QStringLiteral("presenter-companion"));
     QApplication::setDesktopFileName(QStringLiteral("presenter-companion"));

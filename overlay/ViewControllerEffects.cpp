@@ -6,6 +6,7 @@
 #include "platform/ports/OverlaySurface.h"
 #include "platform/ports/Platform.h"
 #include "platform/ports/ScreenCapture.h"
+#include "platform/ports/Watchdog.h"
 #include "settings/ConfigManager.h"
 
 #include <algorithm>
@@ -129,6 +130,7 @@ void ViewController::mouseEffectOn() {
         });
     }
     m_mouseEffectIsOn = true;
+    m_needs.platform.watchdog().setOn(true);
     if (m_needs.config.type() != kEffectNormal)
         m_needs.center.post(SYSTEM_SETMOUSEIGNORES, true);
     after(0ms, [this] { holdEffect(); });
@@ -149,8 +151,10 @@ void ViewController::setMouseEffectOff() {
     m_needs.center.post(SYSTEM_SETMOUSEIGNORES, false);
     after(kClickDelay, [this] {
         clickCentre();
-        if (!m_mouseEffectIsOn) // Pressed again meanwhile: these are the new effect's views.
-            hideEffectViews();
+        if (m_mouseEffectIsOn) // Pressed again meanwhile: these are the new effect's views.
+            return;
+        hideEffectViews();
+        m_needs.platform.watchdog().setOn(false);
     });
 }
 

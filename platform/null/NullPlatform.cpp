@@ -6,6 +6,7 @@
 #include "platform/ports/OverlaySurface.h"
 #include "platform/ports/ScreenCapture.h"
 #include "platform/ports/SyntheticMouse.h"
+#include "platform/ports/Watchdog.h"
 
 namespace companion {
 
@@ -49,6 +50,11 @@ public:
     void show() override {}
 };
 
+class NullWatchdog final : public Watchdog {
+public:
+    void setOn(bool) override {}
+};
+
 class NullPlatform final : public Platform {
 public:
     NullPlatform() { Log::line("no display: nothing is drawn and the mouse and keyboard are not followed"); }
@@ -59,6 +65,7 @@ public:
     SyntheticMouse &syntheticMouse() override { return m_syntheticMouse; }
     ScreenCapture &screenCapture() override { return m_screenCapture; }
     CursorVisibility &cursor() override { return m_cursor; }
+    Watchdog &watchdog() override { return m_watchdog; }
 
 private:
     NullSurface m_surface;
@@ -66,6 +73,7 @@ private:
     NullSyntheticMouse m_syntheticMouse;
     NullScreenCapture m_screenCapture;
     NullCursor m_cursor;
+    NullWatchdog m_watchdog;
 };
 
 } // namespace

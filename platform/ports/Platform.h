@@ -9,6 +9,7 @@ class InputMonitor;
 class OverlaySurface;
 class ScreenCapture;
 class SyntheticMouse;
+class Watchdog;
 
 // One backend: everything the program needs of a display. What a backend cannot do is logged once when it is
 // made and is a no-op afterwards. The parts live as long as the platform.
@@ -23,6 +24,7 @@ public:
     virtual SyntheticMouse &syntheticMouse() = 0;
     virtual ScreenCapture &screenCapture() = 0;
     virtual CursorVisibility &cursor() = 0;
+    virtual Watchdog &watchdog() = 0;
 };
 
 } // namespace companion

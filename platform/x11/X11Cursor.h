@@ -3,6 +3,8 @@
 #include "platform/ports/CursorVisibility.h"
 #include "platform/x11/X11Connection.h"
 
+#include <mutex>
+
 namespace companion {
 
 // Hides the cursor for the whole desktop. The server counts each hiding and takes them back when the
@@ -13,13 +15,14 @@ public:
 
     bool available() const override { return true; }
     void setHiddenUntilMouseMoves() override;
-    void show() override;
+    void show() override; // From any thread.
 
     // A motion that came after the request `sequence`; older ones do not end a later hiding.
     void mouseMoved(unsigned sequence);
 
 private:
     X11Connection &m_connection;
+    std::mutex m_mutex; // A flag and its request are one step.
     bool m_hidden = false;
     unsigned m_hiddenBy = 0;
 };

@@ -7,6 +7,7 @@
 #include "platform/ports/Platform.h"
 #include "platform/ports/ScreenCapture.h"
 #include "platform/ports/SyntheticMouse.h"
+#include "platform/ports/Watchdog.h"
 
 #include <QImage>
 
@@ -136,6 +137,12 @@ public:
     int shown = 0;
 };
 
+class FakeWatchdog final : public Watchdog {
+public:
+    void setOn(bool turnedOn) override { on = turnedOn; }
+    bool on = false;
+};
+
 class FakePlatform final : public Platform {
 public:
     std::string_view name() const override { return "fake"; }
@@ -144,12 +151,14 @@ public:
     FakeMouse &syntheticMouse() override { return mouse; }
     FakeCapture &screenCapture() override { return capture; }
     FakeCursor &cursor() override { return fakeCursor; }
+    FakeWatchdog &watchdog() override { return fakeWatchdog; }
 
     FakeSurface fakeSurface;
     FakeInputMonitor monitor;
     FakeMouse mouse;
     FakeCapture capture;
     FakeCursor fakeCursor;
+    FakeWatchdog fakeWatchdog;
 };
 
 } // namespace companion
