@@ -155,7 +155,12 @@ xcb_atom_t X11Connection::atom(const char *name) {
 }
 
 void X11Connection::onEvent(std::uint8_t type, EventHandler handler) {
-    m_handlers.at(type) = std::move(handler);
+    m_handlers.at(type).push_back(std::move(handler));
+}
+
+void X11Connection::askRootFor(std::uint32_t eventMask, bool wanted) {
+    m_rootEvents = wanted ? m_rootEvents | eventMask : m_rootEvents & ~eventMask;
+    xcb_change_window_attributes(xcb(), root(), XCB_CW_EVENT_MASK, &m_rootEvents);
 }
 
 // All that has come is one lot, so that a program that fell behind catches up with one painting. What a
@@ -201,9 +206,9 @@ void X11Connection::dispatch(const xcb_generic_event_t &event) {
     sawReplyTo(event.full_sequence);
     const auto type = static_cast<std::uint8_t>(event.response_type & 0x7f); // The top bit: sent by a client.
     if (type == 0)
-        logError(event);
-    else if (m_handlers[type])
-        m_handlers[type](event);
+        return logError(event);
+    for (const auto &handler : m_handlers[type])
+        handler(event);
 }
 
 // A refused request is a fault of ours or a race with a changing screen; repeated ones are told once.

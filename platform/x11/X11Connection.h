@@ -67,8 +67,11 @@ public:
 
     xcb_atom_t atom(const char *name);
 
-    // One handler for each event type; events of other types are dropped.
+    // Handlers of one type run in the order in which they came; events without any are dropped.
     void onEvent(std::uint8_t type, EventHandler handler);
+
+    // Asks for these kinds of the root's events besides those asked for before, or no longer for them.
+    void askRootFor(std::uint32_t eventMask, bool wanted = true);
 
     // Called after each lot of events.
     void onBatchEnd(std::function<void()> hook) { m_batchEnd.push_back(std::move(hook)); }
@@ -105,7 +108,8 @@ private:
     xcb_screen_t *m_screen = nullptr;
     int m_screenNumber;
     Extensions m_extensions;
-    std::array<EventHandler, 128> m_handlers;
+    std::array<std::vector<EventHandler>, 128> m_handlers;
+    std::uint32_t m_rootEvents = 0;
     std::vector<std::function<void()>> m_batchEnd;
     unsigned m_seen = 0;
     unsigned m_lastError = 0;

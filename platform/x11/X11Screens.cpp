@@ -11,9 +11,11 @@ X11Screens::X11Screens(X11Connection &connection, MainQueue &queue, std::functio
       m_queue(queue),
       m_askScale(std::move(scale)) {
     // The root's own size changes are told to whoever asks for structure changes, monitors included.
-    const std::uint32_t mask = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
-    xcb_change_window_attributes(connection.xcb(), connection.root(), XCB_CW_EVENT_MASK, &mask);
-    connection.onEvent(XCB_CONFIGURE_NOTIFY, [this](const xcb_generic_event_t &) { refreshSoon(); });
+    connection.askRootFor(XCB_EVENT_MASK_STRUCTURE_NOTIFY);
+    connection.onEvent(XCB_CONFIGURE_NOTIFY, [this](const xcb_generic_event_t &event) {
+        if (reinterpret_cast<const xcb_configure_notify_event_t &>(event).window == m_connection.root())
+            refreshSoon();
+    });
     if (const auto first = connection.extensions().randrEvent) {
         xcb_randr_select_input(connection.xcb(), connection.root(),
                                XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE |

@@ -1,63 +1,163 @@
 #include "platform/x11/X11Stacking.h"
 
+#include <QRect>
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+
 namespace companion {
+namespace {
+
+template <class Container>
+bool holds(const Container &all, xcb_window_t window) {
+    return std::find(all.begin(), all.end(), window) != all.end();
+}
+
+struct Place {
+    xcb_window_t parent;
+    std::vector<xcb_window_t> children; // From the bottom up.
+};
+
+// Null when there is no such window any more.
+std::optional<Place> placeOf(xcb_connection_t *c, xcb_window_t window) {
+    const X11Reply<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(c, xcb_query_tree(c, window), nullptr));
+    if (!tree)
+        return std::nullopt;
+    const auto *children = xcb_query_tree_children(tree.get());
+    return Place{tree->parent, {children, children + xcb_query_tree_children_length(tree.get())}};
+}
+
+// The child of the root that the window lies in; the window itself without a window manager. None when there
+// is no such window any more.
+xcb_window_t frameOf(xcb_connection_t *c, xcb_window_t root, xcb_window_t window) {
+    while (const auto place = placeOf(c, window)) {
+        if (place->parent == root || place->parent == XCB_NONE)
+            return window;
+        window = place->parent;
+    }
+    return XCB_NONE;
+}
+
+bool isVisible(xcb_connection_t *c, xcb_window_t window) {
+    const X11Reply<xcb_get_window_attributes_reply_t> attributes(
+        xcb_get_window_attributes_reply(c, xcb_get_window_attributes(c, window), nullptr));
+    return attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE &&
+           attributes->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT;
+}
+
+struct Extent {
+    QRect area; // Empty when there is no such window any more.
+    bool opaque = false;
+};
+
+Extent extentOf(xcb_connection_t *c, xcb_window_t window) {
+    constexpr int kDepthWithAlpha = 32;
+    const X11Reply<xcb_get_geometry_reply_t> g(
+        xcb_get_geometry_reply(c, xcb_get_geometry(c, window), nullptr));
+    return g ? Extent{QRect(g->x, g->y, g->width, g->height), g->depth != kDepthWithAlpha} : Extent{};
+}
+
+} // namespace
 
 X11Stacking::X11Stacking(X11Connection &connection, std::array<xcb_window_t, 2> windows)
     : m_connection(connection),
       m_windows(windows) {
-    // The window manager puts a window into its frame, and the frame where it likes, after we have asked for
-    // it.
-    const auto appeared = [this](xcb_window_t window) {
-        if (window == m_above)
-            raise();
+    const auto note = [this](const xcb_generic_event_t &event) {
+        // All of these events begin alike.
+        const auto window = reinterpret_cast<const xcb_map_notify_event_t &>(event).window;
+        m_changed = m_changed || (!m_above.empty() && !isOurs(window));
     };
-    const auto gone = [this](xcb_window_t window) {
-        if (window != m_above)
-            return;
-        m_above = XCB_NONE;
-        raise();
-    };
-    m_connection.onEvent(XCB_MAP_NOTIFY, [appeared](const xcb_generic_event_t &event) {
-        appeared(reinterpret_cast<const xcb_map_notify_event_t &>(event).window);
-    });
-    m_connection.onEvent(XCB_REPARENT_NOTIFY, [appeared](const xcb_generic_event_t &event) {
-        appeared(reinterpret_cast<const xcb_reparent_notify_event_t &>(event).window);
-    });
-    m_connection.onEvent(XCB_DESTROY_NOTIFY, [gone](const xcb_generic_event_t &event) {
-        gone(reinterpret_cast<const xcb_destroy_notify_event_t &>(event).window);
+    for (const auto type : {XCB_MAP_NOTIFY, XCB_UNMAP_NOTIFY, XCB_REPARENT_NOTIFY, XCB_DESTROY_NOTIFY,
+                            XCB_CONFIGURE_NOTIFY, XCB_CIRCULATE_NOTIFY})
+        m_connection.onEvent(static_cast<std::uint8_t>(type), note);
+    m_connection.onBatchEnd([this] {
+        if (std::exchange(m_changed, false))
+            follow();
     });
 }
 
 void X11Stacking::stayBelow(xcb_window_t window) {
-    m_above = window;
-    const std::uint32_t changes = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+    if (!holds(m_above, window))
+        m_above.push_back(window);
+    const std::uint32_t changes = XCB_EVENT_MASK_STRUCTURE_NOTIFY; // It may lie deep in a frame.
     xcb_change_window_attributes(m_connection.xcb(), window, XCB_CW_EVENT_MASK, &changes);
+    m_connection.askRootFor(XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY);
     raise();
 }
 
 void X11Stacking::raise() {
-    const xcb_window_t frame = frameOf(m_above);
-    const std::uint32_t values[] = {frame, frame == XCB_NONE ? XCB_STACK_MODE_ABOVE : XCB_STACK_MODE_BELOW};
-    const bool alone = frame == XCB_NONE;
-    const std::uint16_t mask = XCB_CONFIG_WINDOW_STACK_MODE | (alone ? 0 : XCB_CONFIG_WINDOW_SIBLING);
+    const Standing now = look();
+    place(now.above.empty() || covered(now) ? xcb_window_t{XCB_NONE} : now.above.front());
+}
+
+void X11Stacking::follow() {
+    const bool wasBelowSome = m_belowSome;
+    const Standing now = look();
+    if (now.above.empty()) {
+        if (wasBelowSome)
+            place(XCB_NONE);
+    } else if (!rightBelow(now) && !covered(now)) {
+        place(now.above.front());
+    }
+}
+
+X11Stacking::Standing X11Stacking::look() {
+    if (m_above.empty())
+        return {};
+    auto *c = m_connection.xcb();
+    std::vector<xcb_window_t> frames;
+    std::erase_if(m_above, [&](xcb_window_t window) {
+        const xcb_window_t frame = frameOf(c, m_connection.root(), window);
+        if (frame != XCB_NONE && isVisible(c, window))
+            frames.push_back(frame);
+        return frame == XCB_NONE;
+    });
+    if (m_above.empty())
+        m_connection.askRootFor(XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY, false);
+    m_belowSome = !frames.empty();
+
+    Standing standing;
+    if (m_belowSome) {
+        const auto root = placeOf(c, m_connection.root());
+        standing.all = root ? root->children : std::vector<xcb_window_t>();
+    }
+    for (const xcb_window_t window : standing.all)
+        if (holds(frames, window))
+            standing.above.push_back(window);
+    return standing;
+}
+
+bool X11Stacking::covered(const Standing &standing) const {
+    auto *c = m_connection.xcb();
+    const QRect screen = extentOf(c, m_windows.front()).area;
+    const auto lowest = std::find(standing.all.begin(), standing.all.end(), standing.above.front());
+    return std::any_of(lowest, standing.all.end(), [&](xcb_window_t window) {
+        if (holds(standing.above, window) || isOurs(window) || !isVisible(c, window))
+            return false;
+        const Extent extent = extentOf(c, window);
+        return extent.opaque && extent.area.contains(screen);
+    });
+}
+
+bool X11Stacking::rightBelow(const Standing &standing) const {
+    const auto lowest = std::find(standing.all.begin(), standing.all.end(), standing.above.front());
+    return lowest - standing.all.begin() >= std::ssize(m_windows) &&
+           std::equal(m_windows.begin(), m_windows.end(), lowest - std::ssize(m_windows));
+}
+
+// Below that window, or above all if it is none.
+void X11Stacking::place(xcb_window_t below) {
+    const bool top = below == XCB_NONE;
+    const std::uint32_t values[] = {below, top ? XCB_STACK_MODE_ABOVE : XCB_STACK_MODE_BELOW};
+    const std::uint16_t mask = XCB_CONFIG_WINDOW_STACK_MODE | (top ? 0 : XCB_CONFIG_WINDOW_SIBLING);
     for (const xcb_window_t window : m_windows)
-        xcb_configure_window(m_connection.xcb(), window, mask, alone ? values + 1 : values);
+        xcb_configure_window(m_connection.xcb(), window, mask, top ? values + 1 : values);
     m_connection.flush();
 }
 
-// The child of the root that the window lies in; none when there is no such window any more.
-xcb_window_t X11Stacking::frameOf(xcb_window_t window) {
-    while (window != XCB_NONE) {
-        const auto cookie = xcb_query_tree(m_connection.xcb(), window);
-        const X11Reply<xcb_query_tree_reply_t> tree(
-            xcb_query_tree_reply(m_connection.xcb(), cookie, nullptr));
-        if (!tree)
-            return XCB_NONE;
-        if (tree->parent == m_connection.root())
-            return window;
-        window = tree->parent;
-    }
-    return XCB_NONE;
+bool X11Stacking::isOurs(xcb_window_t window) const {
+    return holds(m_windows, window);
 }
 
 } // namespace companion
