@@ -36,7 +36,10 @@ Application::Application(const CommandLine &line)
       m_language(m_store),
       m_config([this] { return std::make_unique<ConfigManager>(m_store); }),
       m_virtualReceiver(m_queue),
-      m_signals([this] { quit(); }) {}
+      m_signals([this] { quit(); }) {
+    if (line.demo)
+        m_store.setValue(QStringLiteral("SYSTEM_LANGUAGEINDEX"), QStringLiteral("1")); // English.
+}
 
 Application::~Application() = default;
 

@@ -3,8 +3,12 @@
 #include "app/SignalWatch.h"
 #include "core/Log.h"
 #include "platform/x11/X11Platform.h"
+#include "resources/Images.h"
 
 #include <QApplication>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -28,6 +32,14 @@ void toLog(QtMsgType, const QMessageLogContext &, const QString &message) {
     Log::line(message.toStdString());
 }
 
+// Otherwise the first files we open would take these numbers, and the log would be written into one of them.
+void occupyStandardDescriptors() {
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(descriptor, F_GETFD) < 0)
+            open("/dev/null", O_RDWR); // Takes the lowest free number: this one.
+    }
+}
+
 // Without a display Qt would abort the process; without one chosen, it may pick another than ours.
 bool chooseDisplay(std::string &error) {
     if (qEnvironmentVariableIsSet("QT_QPA_PLATFORM") && qgetenv("QT_QPA_PLATFORM") != "xcb")
@@ -39,6 +51,7 @@ bool chooseDisplay(std::string &error) {
 } // namespace
 
 int main(int argc, char **argv) {
+    occupyStandardDescriptors();
     std::string error;
     const auto line = parseCommandLine(
         std::span<const char *const>(argv + 1, static_cast<std::size_t>(argc > 0 ? argc - 1 : 0)), error);
@@ -62,6 +75,7 @@ int main(int argc, char **argv) {
     QApplication::setApplicationName(QStringLiteral("presenter-companion"));
     QApplication::setDesktopFileName(QStringLiteral("presenter-companion"));
     QApplication::setQuitOnLastWindowClosed(false);
+    QApplication::setWindowIcon(image(QStringLiteral("statusBarLogo")));
 
     int status = EXIT_FAILURE;
     const auto companion = Application::make(*line, error, status);

@@ -42,6 +42,10 @@ public:
     const PointRect &laserRect() const { return m_laserRect; }
     void setLaserRect(const PointRect &rect) { m_laserRect = rect; }
 
+    // Never assigned; the overlay sees the mouse through the input monitor.
+    const std::shared_ptr<void> &trackingArea() const { return m_trackingArea; }
+    void setTrackingArea(std::shared_ptr<void> area) { m_trackingArea = std::move(area); }
+
     // Called once after creation; has nothing to do.
     void setViewData() {}
 
@@ -53,6 +57,7 @@ protected:
 private:
     const ConfigManager &m_config;
     PointRect m_laserRect;
+    std::shared_ptr<void> m_trackingArea;
     Disc m_dot{QRectF()};
     Pixel m_pixel = 0;
 };

@@ -47,10 +47,10 @@ const QImage &ZoomView::picture() const {
     return none;
 }
 
-void ZoomView::paint(const PixelPatch &patch) const {
-    const QRect area = patch.area & look().detail;
+void ZoomView::drawLayerInContext(const PixelPatch &context) const {
+    const QRect area = context.area & look().detail;
     for (int y = area.top(); y <= area.bottom(); ++y) {
-        Pixel *row = rowOf(patch, y);
+        Pixel *row = rowOf(context, y);
         paintPicture(row, y, area);
         paintRing(row, y, area);
     }

@@ -40,7 +40,9 @@ public:
     Point renderPoint() const { return m_renderPoint; }
     void setRenderPoint(Point point);
 
-    void paint(const PixelPatch &patch) const override;
+    // Draws the enlarged picture, and the ring over it.
+    void drawLayerInContext(const PixelPatch &context) const;
+    void paint(const PixelPatch &patch) const override { drawLayerInContext(patch); }
 
 protected:
     Look drawRect(const PixelSpace &space, const PointRect &frameInRoot) override;

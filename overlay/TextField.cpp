@@ -18,13 +18,17 @@ QColor toQColor(const Color &color) {
     return QColor::fromRgbF(part(color.red), part(color.green), part(color.blue), part(color.alpha));
 }
 
-QFont fittingFont(const QString &text, double pixelSize, const QSizeF &room) {
+constexpr int kFlags = Qt::AlignCenter | Qt::TextWordWrap;
+
+// The system font at this size, or at the largest below it at which the text fits, in as many lines as it
+// takes.
+QFont fittingFont(const QString &text, double pixelSize, const QRectF &room) {
     QFont font;
-    font.setPixelSize(std::max(1, qRound(pixelSize)));
-    const QSizeF needed = QFontMetricsF(font).size(0, text);
-    const double fit = std::min(room.width() / needed.width(), room.height() / needed.height());
-    if (fit < 1)
-        font.setPixelSize(std::max(1, static_cast<int>(font.pixelSize() * fit)));
+    for (int size = std::max(1, qRound(pixelSize)); size > 0; --size) {
+        font.setPixelSize(size);
+        if (room.contains(QFontMetricsF(font).boundingRect(room, kFlags, text)))
+            break;
+    }
     return font;
 }
 
@@ -59,9 +63,9 @@ void TextField::paint(const PixelPatch &patch) const {
         return;
     const QRectF room = frame.adjusted(kPadding * m_scale, 0, -kPadding * m_scale, 0);
     painter.setClipPath(shape);
-    painter.setFont(fittingFont(m_text, m_fontSize * m_scale, room.size()));
+    painter.setFont(fittingFont(m_text, m_fontSize * m_scale, room));
     painter.setPen(Qt::black);
-    painter.drawText(room, Qt::AlignCenter, m_text);
+    painter.drawText(room, kFlags, m_text);
 }
 
 } // namespace companion

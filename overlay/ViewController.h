@@ -102,6 +102,8 @@ public:
     void keyDown(const InputEvent &) {}
     void keyUp(const InputEvent &) {}
 
+    void setRepresentedObject(const std::shared_ptr<void> &) {} // The controller stands for itself.
+
     bool mouseEffectIsOn() const { return m_mouseEffectIsOn; }
     OverlayCanvas &canvas() { return m_canvas; }
 
@@ -129,7 +131,10 @@ public:
     HidManager *hidManager() const { return m_hidManager; }
     void setHidManager(HidManager *manager) { m_hidManager = manager; }
 
-    // Kept for wiring that does not exist yet: nothing in the program assigns or uses these.
+    // Kept for wiring that does not exist yet: nothing in the program assigns or uses these. The event
+    // monitor stays for the platform's life, so its handle is not kept either.
+    const std::shared_ptr<void> &mEventMonitor() const { return m_mEventMonitor; }
+    void setMEventMonitor(std::shared_ptr<void> monitor) { m_mEventMonitor = std::move(monitor); }
     const std::shared_ptr<View> &mouseView() const { return m_mouseView; }
     void setMouseView(std::shared_ptr<View> view) { m_mouseView = std::move(view); }
     const std::shared_ptr<DeviceManager> &deviceManager() const { return m_deviceManager; }
@@ -169,6 +174,7 @@ private:
     PointRect m_content; // The content view's frame that the fields and views were made for.
 
     bool m_mouseEffectIsOn = false;
+    std::shared_ptr<void> m_mEventMonitor;
     std::shared_ptr<View> m_mouseView;
     std::shared_ptr<NormalView> m_normalView;
     std::shared_ptr<LaserView> m_laserView;

@@ -1,6 +1,7 @@
 #include "resources/Images.h"
 
 #include <QFile>
+#include <QImageReader>
 
 // The resources sit in a static library, so nothing registers them by itself. Needs the global namespace.
 static void registerResources() {
@@ -8,11 +9,25 @@ static void registerResources() {
 }
 
 namespace companion {
+namespace {
+
+QString pathOf(const QString &image) {
+    return QStringLiteral(":/images/%1.svg").arg(image);
+}
+
+} // namespace
 
 QIcon image(const QString &name) {
     registerResources();
-    const QString path = QStringLiteral(":/images/%1.svg").arg(name);
+    const QString path = pathOf(name);
     return QFile::exists(path) ? QIcon(path) : QIcon();
+}
+
+QImage renderedImage(const QString &name, QSize pixels) {
+    registerResources();
+    QImageReader reader(pathOf(name));
+    reader.setScaledSize(reader.size().scaled(pixels, Qt::KeepAspectRatio));
+    return reader.read();
 }
 
 QString resourceText(const QString &name) {

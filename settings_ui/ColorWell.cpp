@@ -45,6 +45,7 @@ void ColorWell::activate() {
     s_active = this;
 
     // A child of the window, not of the well: it must stand above the window without its style sheet.
+    // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): the window's.
     m_dialog = new QColorDialog(m_color ? toQColor(*m_color) : QColor(Qt::black), window());
     m_dialog->setAttribute(Qt::WA_DeleteOnClose);
     m_dialog->setAttribute(Qt::WA_QuitOnClose, false);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QIcon>
+#include <QImage>
 #include <QString>
 #include <QWidget>
 
@@ -19,7 +19,7 @@ protected:
 
 private:
     QString m_name;
-    QIcon m_icon;
+    QImage m_rendered; // At the view's present size.
 };
 
 } // namespace companion

@@ -158,6 +158,7 @@ void SettingViewController::mouseTypeSwitch() {
 
 void SettingViewController::setLanguageBtnState() {
     // The default delegate does not draw with the style sheet.
+    // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): the button's.
     m_ui->languageBtn->setItemDelegate(new QStyledItemDelegate(m_ui->languageBtn));
     for (const char *title : kAppendedLanguages)
         m_ui->languageBtn->addItem(QLatin1String(title));
@@ -181,30 +182,29 @@ void SettingViewController::setUILanguage() {
 }
 
 void SettingViewController::nameControlsForScreenReaders() {
+    const auto name = [](const QString &text, std::initializer_list<QWidget *> widgets) {
+        for (QWidget *widget : widgets)
+            widget->setAccessibleName(text);
+    };
     const auto both = [](const QLabel *first, const QLabel *second) {
         return first->text() + QStringLiteral(", ") + second->text();
     };
-    const std::pair<QString, std::initializer_list<QWidget *>> names[] = {
-        {m_ui->languageTextField->text(), {m_ui->languageBtn}},
-        {m_ui->mouseSizeTitleTextField->text(), {m_ui->mouseSizeSwitch, m_ui->mouseSizeNumber}},
-        {m_ui->mouseZoomLevelTitleTextField->text(), {m_ui->mouseZoomSwitch, m_ui->mouseZoomNumber}},
-        {m_ui->timeTitleTextField->text(), {m_ui->timeStepper}},
-        {m_ui->backColorTitleTextField->text(), {m_ui->backColorWell}},
-        {m_ui->frontColorTitleTextField->text(), {m_ui->frontColorWell}},
-        {both(m_ui->backColorTitleTextField, m_ui->backAlphaTitleTextField),
-         {m_ui->backAlphaSwitch, m_ui->backAlphaNumber}},
-        {both(m_ui->frontColorTitleTextField, m_ui->frontAlphaTitleTextField),
-         {m_ui->frontAlphaSwitch, m_ui->frontAlphaNumber}},
-    };
-    for (const auto &[name, widgets] : names)
-        for (QWidget *widget : widgets)
-            widget->setAccessibleName(name);
+    name(m_ui->languageTextField->text(), {m_ui->languageBtn});
+    name(m_ui->mouseSizeTitleTextField->text(), {m_ui->mouseSizeSwitch, m_ui->mouseSizeNumber});
+    name(m_ui->mouseZoomLevelTitleTextField->text(), {m_ui->mouseZoomSwitch, m_ui->mouseZoomNumber});
+    name(m_ui->timeTitleTextField->text(), {m_ui->timeStepper});
+    name(m_ui->backColorTitleTextField->text(), {m_ui->backColorWell});
+    name(m_ui->frontColorTitleTextField->text(), {m_ui->frontColorWell});
+    name(both(m_ui->backColorTitleTextField, m_ui->backAlphaTitleTextField),
+         {m_ui->backAlphaSwitch, m_ui->backAlphaNumber});
+    name(both(m_ui->frontColorTitleTextField, m_ui->frontAlphaTitleTextField),
+         {m_ui->frontAlphaSwitch, m_ui->frontAlphaNumber});
 }
 
 void SettingViewController::makeRoomForEveryLanguage() {
     // All but those that have a line of their own anyway.
-    const auto alone = {m_ui->mainTitleTextField, m_ui->noneDeciveTitleTextField, m_ui->penModeTitleTextField,
-                        m_ui->previewTitleTextField};
+    const std::array alone{m_ui->mainTitleTextField, m_ui->noneDeciveTitleTextField,
+                           m_ui->penModeTitleTextField, m_ui->previewTitleTextField};
     for (const auto &[label, key] : kLabels)
         if (std::find(alone.begin(), alone.end(), (*m_ui).*label) == alone.end())
             reserveWidth(*((*m_ui).*label), QString::fromUtf8(key));

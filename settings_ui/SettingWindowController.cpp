@@ -2,12 +2,12 @@
 
 #include "core/NotificationCenter.h"
 #include "core/NotificationNames.h"
-#include "resources/Images.h"
 
 #include <QCloseEvent>
 #include <QCursor>
 #include <QGuiApplication>
 #include <QKeyEvent>
+#include <QPixmapCache>
 #include <QScreen>
 #include <QVBoxLayout>
 
@@ -29,13 +29,16 @@ public:
     SettingWindow(std::shared_ptr<SettingViewController> content, SettingWindowController &controller)
         : m_content(std::move(content)),
           m_controller(&controller) {
-        auto *layout = new QVBoxLayout(this);
+        auto *layout = new QVBoxLayout(this); // NOLINT(cppcoreguidelines-owning-memory): Qt's.
         layout->setContentsMargins(0, 0, 0, 0);
         layout->setSizeConstraint(QLayout::SetFixedSize);
         layout->addWidget(&m_content->view());
     }
 
-    ~SettingWindow() override { m_content->view().setParent(nullptr); } // The content's own; it may live on.
+    ~SettingWindow() override {
+        m_content->view().setParent(nullptr); // The content's own; it may live on.
+        QPixmapCache::clear(); // Qt caches a style sheet's pictures anew for each window, up to megabytes.
+    }
 
     void letGo() { m_controller = nullptr; }
 
@@ -73,6 +76,7 @@ SettingWindowController::~SettingWindowController() = default;
 
 void SettingWindowController::show() {
     if (m_window == nullptr) {
+        // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): the pointer has a deleter of its own.
         m_window.reset(new SettingWindow(SettingViewController::create(m_needs), *this));
         windowDidLoad();
     }
@@ -86,7 +90,6 @@ void SettingWindowController::windowDidLoad() {
     m_window->setWindowFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
                              Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint | Qt::WindowStaysOnTopHint);
     m_window->setAttribute(Qt::WA_QuitOnClose, false); // The program goes on without a window.
-    m_window->setWindowIcon(image(QStringLiteral("statusBarLogo")));
 
     const QScreen *screen = QGuiApplication::screenAt(QCursor::pos());
     if (screen == nullptr)

@@ -61,8 +61,8 @@ public:
     // Above whatever has come up since; the order of the levels stays.
     virtual void raise() = 0;
 
-    // Keeps the overlay below this window (level 1003) for as long as that is on the screen. The identifier is the
-    // window system's own.
+    // Keeps the overlay below this window (level 1003) for as long as that is on the screen. The identifier
+    // is the window system's own.
     virtual void stayBelow(std::uintptr_t nativeWindow) = 0;
 
     // `paint` is called during the call: for each patch, or for bands of it if it is large. Not while

@@ -158,14 +158,19 @@ void X11Connection::onEvent(std::uint8_t type, EventHandler handler) {
     m_handlers.at(type) = std::move(handler);
 }
 
-// One read from the socket; what is left there wakes the notifier again.
+// All that has come is one lot, so that a program that fell behind catches up with one painting. What a
+// server that never pauses sends beyond that wakes the notifier again.
 void X11Connection::read() {
     const MainQueue::Turn turn(m_queue);
-    if (const X11Reply<xcb_generic_event_t> event{xcb_poll_for_event(xcb())})
+    constexpr int mostReads = 64; // Of the socket, each 4 KiB at most.
+    for (int i = 0; i < mostReads; ++i) {
+        const X11Reply<xcb_generic_event_t> event{xcb_poll_for_event(xcb())};
+        if (!event)
+            break;
         dispatch(*event);
-    else
-        checkAlive();
-    dispatchQueued();
+        dispatchQueued();
+    }
+    checkAlive();
     endBatch();
 }
 

@@ -115,8 +115,8 @@ bool X11InputMonitor::findPointer() {
         return false;
     }
     m_connection.sawReplyTo(cookie.sequence);
-    // Events that came with the answer stay queued: some may be younger than it, and it tells nothing of where
-    // those moved the pointer.
+    // Events that came with the answer stay queued: some may be younger than it, and it tells nothing of
+    // where those moved the pointer.
     m_pointer = {reply->root_x, reply->root_y, reply->mask};
     return true;
 }

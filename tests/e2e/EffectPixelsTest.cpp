@@ -62,7 +62,8 @@ TEST_P(EffectSize, LaserDotLiesAtThePointerAndLeavesTheRestAlone) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(EvenAndOdd, EffectSize, ::testing::Values(50, 51, 150));
+INSTANTIATE_TEST_SUITE_P(EvenAndOdd, EffectSize, ::testing::Values(50, 51, 150),
+                         ::testing::PrintToStringParamName());
 
 class DrawnEffect : public ::testing::TestWithParam<const char *> {};
 
@@ -104,12 +105,18 @@ TEST_P(DrawnEffect, LooksAfterAThousandRandomMovesLikeAFreshOne) {
     EXPECT_EQ(talk.screen.settled(), after);
 }
 
-INSTANTIATE_TEST_SUITE_P(SpotlightAndLaser, DrawnEffect, ::testing::Values("1", "2"));
+INSTANTIATE_TEST_SUITE_P(Types, DrawnEffect, ::testing::Values("1", "2"), [](const auto &type) {
+    return std::string(type.param) == "1" ? "Spotlight" : "Laser";
+});
 
-class UndrawnEffect : public ::testing::TestWithParam<Settings> {};
+struct Undrawn {
+    const char *name;
+    Settings settings;
+};
+class UndrawnEffect : public ::testing::TestWithParam<Undrawn> {};
 
 TEST_P(UndrawnEffect, LeavesTheScreenAsItIs) {
-    Talk talk(GetParam());
+    Talk talk(GetParam().settings);
     talk.companion.effectOn();
     for (const QPoint place : {QPoint(300, 200), QPoint(310, 205)}) {
         talk.hand.move(place);
@@ -117,12 +124,14 @@ TEST_P(UndrawnEffect, LeavesTheScreenAsItIs) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(NormalUnknownTypesAndNullColours, UndrawnEffect,
-                         ::testing::Values(effectSettings("0"), effectSettings("7"),
-                                           Settings{{"LOCAL_MOUSETYPE", "2"},
-                                                    {"LOCAL_FRONTCOLOR", "garbage"}},
-                                           Settings{{"LOCAL_MOUSETYPE", "1"}, {"LOCAL_BACKCOLOR", "garbage"}},
-                                           Settings{{"LOCAL_MOUSETYPE", "1"}, {"LOCAL_BACKALPHA", "0"}}));
+INSTANTIATE_TEST_SUITE_P(
+    Each, UndrawnEffect,
+    ::testing::Values(
+        Undrawn{"Normal", effectSettings("0")}, Undrawn{"UnknownType", effectSettings("7")},
+        Undrawn{"LaserWithoutColour", {{"LOCAL_MOUSETYPE", "2"}, {"LOCAL_FRONTCOLOR", "garbage"}}},
+        Undrawn{"SpotlightWithoutColour", {{"LOCAL_MOUSETYPE", "1"}, {"LOCAL_BACKCOLOR", "garbage"}}},
+        Undrawn{"TransparentSpotlight", {{"LOCAL_MOUSETYPE", "1"}, {"LOCAL_BACKALPHA", "0"}}}),
+    [](const auto &each) { return std::string(each.param.name); });
 
 TEST(FirstStart, ShowsNothingAndSavesNothing) {
     Talk talk({});

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstring>
 
 namespace companion::rig {
 namespace {
@@ -44,7 +45,8 @@ TEST_P(Ending, LeavesScreenMouseAndCursorClean) {
     waitUntil("the cursor", [&] { return talk.screen.cursorVisible(); });
 }
 
-INSTANTIATE_TEST_SUITE_P(BySignal, Ending, ::testing::Values(SIGTERM, SIGINT, SIGKILL));
+INSTANTIATE_TEST_SUITE_P(Signals, Ending, ::testing::Values(SIGTERM, SIGINT, SIGKILL),
+                         [](const auto &number) { return std::string(sigabbrev_np(number.param)); });
 
 TEST(PulledReceiver, EndsTheEffectAndWorksAgainWhenPluggedIn) {
     Talk talk(settingsFor("1"));

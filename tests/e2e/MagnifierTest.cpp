@@ -1,9 +1,9 @@
 // The lens: an enlarged still of the screen around the pointer.
-#include "e2e/Talk.h"
+#include "e2e/LensLook.h"
 
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include <random>
 #include <tuple>
 
 namespace companion::rig {
@@ -11,54 +11,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 constexpr QSize kSize(800, 600);
-
-// Every pixel differs from its neighbours, and none is near white.
-QImage noise(std::uint32_t seed) {
-    QImage image(kSize, QImage::Format_ARGB32);
-    for (int y = 0; y < kSize.height(); ++y)
-        for (int x = 0; x < kSize.width(); ++x) {
-            std::uint32_t value = seed + static_cast<std::uint32_t>(x) * 2654435761U +
-                                  static_cast<std::uint32_t>(y) * 2246822519U;
-            value = (value ^ (value >> 13)) * 3266489917U;
-            image.setPixel(x, y,
-                           0xFF000000U | (((value ^ (value >> 16)) & 0xFFFFFFU) % 0xC00000U & 0xBFBFBFU));
-        }
-    return image;
-}
-
-// `still` in the lens, `behind` around it. zoom is in tenths; only whole magnifications exist.
-Look lensLook(QPoint pointer, int size, int zoom, const QImage &still, const QImage &behind) {
-    const Disc disc(pointer, size);
-    const int z = zoom / 10;
-    return [=](int x, int y, QRgb seen) {
-        const double distance = disc.distance(x, y);
-        const double fromEdge = disc.radius() - distance;
-        if (fromEdge < -1.5)
-            return sameColour(seen, behind.pixel(x, y), 0);
-        if (std::abs(fromEdge - 1) < 0.25) // The middle of the ring, which is two pixels wide.
-            return qRed(seen) > 0xE0 && qGreen(seen) > 0xE0 && qBlue(seen) > 0xE0;
-        if (fromEdge < 3.5) // Between ring and picture, and ring and background.
-            return true;
-        if (z == 0)
-            return sameColour(seen, behind.pixel(x, y), 0);
-        // In an odd lens a pixel's middle can fall on the border of two enlarged ones: either will do.
-        const double fromMiddleX = (x + 0.5 - disc.box.x() - disc.radius()) / z;
-        const double fromMiddleY = (y + 0.5 - disc.box.y() - disc.radius()) / z;
-        for (const double nudge : {1e-6, -1e-6})
-            for (const double otherNudge : {1e-6, -1e-6}) {
-                const QPoint from(static_cast<int>(std::floor(pointer.x() + fromMiddleX + nudge)),
-                                  static_cast<int>(std::floor(pointer.y() + fromMiddleY + otherNudge)));
-                const QImage &source = still.rect().contains(from) ? still : behind;
-                if (sameColour(seen, source.pixel(source.rect().contains(from) ? from : QPoint(x, y)), 0))
-                    return true;
-            }
-        return false;
-    };
-}
-
-Look pictureLook(const QImage &picture) {
-    return [=](int x, int y, QRgb seen) { return sameColour(seen, picture.pixel(x, y), 0); };
-}
 
 Settings zoomSettings(int size, int zoom) {
     return {{"LOCAL_MOUSETYPE", "3"},
@@ -74,8 +26,8 @@ struct ZoomTalk : Talk {
         expectLook("the test picture", pictureLook(picture));
     }
 
-    const QImage first = noise(1);
-    const QImage second = noise(99);
+    const QImage first = noise(kSize, 1);
+    const QImage second = noise(kSize, 99);
 };
 
 class LensOf : public ::testing::TestWithParam<std::tuple<int, int>> {};
@@ -95,7 +47,23 @@ TEST_P(LensOf, ShowsEveryPixelAroundThePointerEnlarged) {
 INSTANTIATE_TEST_SUITE_P(SizesAndZooms, LensOf,
                          ::testing::Values(std::tuple{50, 50}, std::tuple{51, 50}, std::tuple{250, 50},
                                            std::tuple{150, 5}, std::tuple{150, 10}, std::tuple{150, 19},
-                                           std::tuple{150, 25}, std::tuple{150, 50}, std::tuple{150, 100}));
+                                           std::tuple{150, 25}, std::tuple{150, 50}, std::tuple{150, 100}),
+                         [](const auto &each) {
+                             return "Size" + std::to_string(std::get<0>(each.param)) + "Zoom" +
+                                    std::to_string(std::get<1>(each.param));
+                         });
+
+TEST(Lens, IsWhereThePointerIsAfterAThousandRandomMoves) {
+    ZoomTalk talk(151, 25);
+    talk.companion.effectOn();
+    std::mt19937 random(77);
+    std::uniform_int_distribution<int> x(0, kSize.width() - 1);
+    std::uniform_int_distribution<int> y(0, kSize.height() - 1);
+    for (int i = 0; i < 1000; ++i)
+        talk.hand.move({x(random), y(random)});
+    talk.hand.move({333, 222});
+    talk.expectLook("the lens after the last move", lensLook({333, 222}, 151, 25, talk.first, talk.first));
+}
 
 TEST(Lens, KeepsItsPictureUntilASlideKeyAndIsHiddenForTheNewOne) {
     ZoomTalk talk(150, 50);

@@ -40,7 +40,11 @@ TEST_P(TakingEffect, WindowBelowGetsEveryClickBeforeAndAfterTheEffectAndNoneDuri
               [&] { return talk.slide.pressedAt(talk.desktop.centre()); });
 }
 
-INSTANTIATE_TEST_SUITE_P(SpotlightLaserZoom, TakingEffect, ::testing::Values("1", "2", "3"));
+std::string typeName(const ::testing::TestParamInfo<const char *> &each) {
+    const char *const names[] = {"Spotlight", "Laser", "Zoom"};
+    return names[each.index];
+}
+INSTANTIATE_TEST_SUITE_P(Types, TakingEffect, ::testing::Values("1", "2", "3"), typeName);
 
 TEST(NormalMode, WindowBelowGetsEveryClickAlways) {
     Talk talk(settingsFor("0"));

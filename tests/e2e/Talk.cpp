@@ -5,6 +5,9 @@
 namespace companion::rig {
 namespace {
 
+// A pixel whose middle is this far from the edge is not touched by it; a disc half a pixel off fails.
+constexpr double kRim = 0.8;
+
 // The first pixels that are wrong, in words; nothing if all are right.
 std::string faults(const QImage &image, const Look &look) {
     std::string text;
@@ -58,9 +61,9 @@ double Disc::distance(int x, int y) const {
 Look discLook(const Disc &disc, QRgb inside, QRgb outside) {
     return [=](int x, int y, QRgb seen) {
         const double beyond = disc.distance(x, y) - disc.radius();
-        if (beyond < -1.5)
+        if (beyond < -kRim)
             return sameColour(seen, inside);
-        return beyond > 1.5 ? sameColour(seen, outside) : between(seen, inside, outside);
+        return beyond > kRim ? sameColour(seen, outside) : between(seen, inside, outside);
     };
 }
 
@@ -68,14 +71,20 @@ Look plainLook(QRgb colour) {
     return [=](int, int, QRgb seen) { return sameColour(seen, colour, 0); };
 }
 
-Talk::Talk(const Settings &settings, const DesktopOptions &options)
+// Where there are several monitors, a window manager would put a full-screen window on one of them.
+Talk::Talk(const CompanionProcess::Options &program, const DesktopOptions &options)
     : desktop(options),
       screen(desktop),
       hand(desktop),
-      slide(desktop, TestWindow::Kind::FullScreen, kSlideColour),
-      companion(desktop, settings) {
+      slide(desktop,
+            options.monitors.empty() ? TestWindow::Kind::FullScreen : TestWindow::Kind::OverrideRedirect,
+            kSlideColour, QRect(QPoint(0, 0), options.size)),
+      companion(desktop, program) {
     expectPlainSlide();
 }
+
+Talk::Talk(const Settings &settings, const DesktopOptions &options)
+    : Talk(CompanionProcess::Options{.settings = settings}, options) {}
 
 milliseconds Talk::expectLook(const std::string &what, const Look &look, milliseconds limit) const {
     QImage last;

@@ -34,14 +34,15 @@ struct Disc {
     QRect box;
 };
 
-// `inside` and `outside` the disc; on a rim of three pixels anything between the two.
+// `inside` and `outside` the disc; on the rim between them anything between the two.
 Look discLook(const Disc &disc, QRgb inside, QRgb outside);
 Look plainLook(QRgb colour);
 
-// A talk on a desktop of its own: a full-screen slide of one colour, and the program over it.
+// A talk on a desktop of its own: a slide of one colour on all of the screen, and the program over it.
 class Talk {
 public:
-    explicit Talk(const Settings &settings, const DesktopOptions &options = {.size = {800, 600}});
+    explicit Talk(const Settings &settings, const DesktopOptions &desktop = {.size = {800, 600}});
+    Talk(const CompanionProcess::Options &program, const DesktopOptions &desktop);
 
     // Waits until the whole screen looks so; returns how long that took. The failure tells which pixels did
     // not.

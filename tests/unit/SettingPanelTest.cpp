@@ -68,6 +68,13 @@ TEST_F(SettingPanelTest, ValuesAndColoursSaveAndRefreshNothingAndTheWellStaysAct
     EXPECT_EQ(inPanel<QSpinBox>("backAlphaNumber").value(), 34);
     EXPECT_TRUE(inPanel("mouseSpeedBgView").isHidden());
     EXPECT_EQ(inPanel<PlainView>("bgView").cornerRadius(), 6);
+    for (const QWidget *widget : panel->findChildren<QWidget *>()) {
+        if (!widget->isVisible() || !(widget->focusPolicy() & Qt::TabFocus) ||
+            widget->focusProxy() != nullptr)
+            continue;
+        EXPECT_FALSE(widget->accessibleName().isEmpty() && widget->property("text").toString().isEmpty())
+            << widget->objectName().toStdString() << " has no name for a screen reader";
+    }
 }
 
 TEST_F(SettingPanelTest, ClosingLetsTheMouseThroughTakesThePanelOutAndRefreshes) {

@@ -20,6 +20,15 @@
 namespace companion {
 namespace {
 
+long privateKilobytes() {
+    QFile status(QStringLiteral("/proc/self/status"));
+    EXPECT_TRUE(status.open(QIODevice::ReadOnly));
+    for (const QByteArray &line : status.readAll().split('\n'))
+        if (line.startsWith("RssAnon:"))
+            return line.simplified().split(' ').at(1).toLong();
+    return 0;
+}
+
 class SettingWindowTest : public SettingsFixture {
 protected:
     void click(const char *name) { QTest::mouseClick(&find(name), Qt::LeftButton); }
@@ -347,6 +356,14 @@ TEST_F(SettingWindowTest, ALanguageRelabelsAllEighteenCaptionsAtOnceAndTheFirstC
     button.hidePopup();
 }
 
+TEST_F(SettingWindowTest, AStoredLanguageThatIsNoneKeepsTheWindowFromOpening) {
+    store.setValue(QStringLiteral("SYSTEM_LANGUAGEINDEX"), QStringLiteral("12"));
+    EXPECT_THROW(controller->show(), std::out_of_range);
+    EXPECT_FALSE(controller->isPresented());
+    EXPECT_EQ(center.observerCount(), 0U);
+    EXPECT_EQ(QApplication::allWidgets().size(), 0);
+}
+
 TEST_F(SettingWindowTest, ThePanelAsksForTheReceiverUntilItIsThere) {
     controller->show();
     settle();
@@ -420,12 +437,20 @@ TEST_F(SettingWindowTest, TheWindowMayBeDismissedOrDestroyedFromWhereverItIsBein
 }
 
 TEST_F(SettingWindowTest, FiveHundredOpeningsLeaveNothingBehind) {
+    [[maybe_unused]] long warm = 0;
     for (int i = 0; i < 500; ++i) {
+        config.setType(static_cast<std::uint64_t>(i % 4));
         open();
         EXPECT_LE(center.observerCount(), 4U);
         controller->dismiss();
         settle();
+        log.lines.clear();
+        if (i == 5)
+            warm = privateKilobytes();
     }
+#ifndef __SANITIZE_ADDRESS__ // It keeps what was freed.
+    EXPECT_LE(privateKilobytes() - warm, 4096);
+#endif
     EXPECT_EQ(center.observerCount(), 0U);
     EXPECT_EQ(QApplication::allWidgets().size(), 0);
     EXPECT_EQ(queue.pending(), 0U);

@@ -58,6 +58,7 @@ Desktop::Desktop(const DesktopOptions &options) : m_environment(inheritedEnviron
     m_display = ":" + m_server->out().substr(0, m_server->out().find('\n'));
     m_environment["DISPLAY"] = m_display;
     m_connection = std::make_unique<XConnection>(m_display);
+    setMonitors(options.monitors);
     if (options.windowManager)
         startWindowManager();
     if (options.compositor)
@@ -106,6 +107,20 @@ void Desktop::setSize(const QSize &size) {
     }
     run({"xrandr", "--output", "screen", "--mode", mode});
     waitUntil("a screen of " + mode, [&] { return this->size() == size; });
+}
+
+void Desktop::setMonitors(const std::vector<QRect> &monitors) {
+    const char *output = "screen"; // The server has this one only; further monitors have none.
+    int number = 0;
+    for (const QRect &m : monitors) {
+        const auto text = [](int value) { return std::to_string(value); };
+        // Width and height are also given in millimetres; the star marks the main monitor.
+        run({"xrandr", "--setmonitor", (number == 0 ? "*part" : "part") + text(number),
+             text(m.width()) + "/100x" + text(m.height()) + "/100+" + text(m.x()) + "+" + text(m.y()),
+             output});
+        output = "none";
+        ++number;
+    }
 }
 
 void Desktop::run(std::vector<std::string> command) {

@@ -3,6 +3,7 @@
 #include "support/rig/ChildProcess.h"
 #include "support/rig/XConnection.h"
 
+#include <QRect>
 #include <QSize>
 #include <QTemporaryDir>
 
@@ -15,6 +16,7 @@ struct DesktopOptions {
     QSize size{1024, 768};
     bool windowManager = true;
     bool compositor = true;
+    std::vector<QRect> monitors{}; // Parts of the screen, the main one first; none: one monitor is all of it.
 };
 
 // A virtual X screen for one test, with a window manager and a compositor unless told otherwise, an empty
@@ -43,6 +45,7 @@ public:
     void setSize(const QSize &size);
 
 private:
+    void setMonitors(const std::vector<QRect> &monitors);
     void run(std::vector<std::string> command);
 
     QTemporaryDir m_folder;

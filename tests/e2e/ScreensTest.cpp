@@ -1,0 +1,69 @@
+// Desktops of several monitors, and displays with more pixels than points.
+#include "e2e/LensLook.h"
+
+#include <gtest/gtest.h>
+
+namespace companion::rig {
+namespace {
+
+const QRect kMain(640, 120, 640, 480); // To the right of the other monitor, and lower.
+const DesktopOptions kTwoMonitors{.size = {1280, 600}, .monitors = {kMain, {0, 0, 640, 480}}};
+
+TEST(TwoMonitors, EffectLiesOnTheMainOneOnly) {
+    Talk talk(Settings{{"LOCAL_MOUSETYPE", "1"}, {"LOCAL_BACKALPHA", "0.6"}, {"LOCAL_MOUSESIZEVALUE", "100"}},
+              kTwoMonitors);
+    talk.companion.effectOn();
+    // The middle of the main one by its size alone: not where it lies.
+    EXPECT_EQ(talk.hand.pointer(), QPoint(320, 240));
+    const QRgb dimmed = blend(kSlideColour, qRgb(0, 0, 0), 0.6);
+    for (const QPoint place : {QPoint(900, 300), {645, 590}}) {
+        talk.hand.move(place);
+        const Look spotlight = discLook(Disc(place, 100), kSlideColour, dimmed);
+        talk.expectLook("a spotlight on the main monitor", [&](int x, int y, QRgb seen) {
+            return kMain.adjusted(0, kFreeRows, 0, 0).contains(x, y) ? spotlight(x, y, seen)
+                                                                     : sameColour(seen, kSlideColour, 0);
+        });
+    }
+    talk.companion.effectOff();
+    talk.expectPlainSlide();
+}
+
+TEST(TwoMonitors, LensShowsWhatLiesUnderThePointer) {
+    Talk talk(
+        Settings{{"LOCAL_MOUSETYPE", "3"}, {"LOCAL_MOUSESIZEVALUE", "151"}, {"LOCAL_MOUSEROOMVALUE", "50"}},
+        kTwoMonitors);
+    const QImage picture = noise(talk.desktop.size(), 5);
+    talk.slide.setPicture(picture);
+    talk.expectLook("the test picture", pictureLook(picture));
+    talk.companion.effectOn();
+    talk.hand.move({900, 300});
+    talk.expectLook("the lens", lensLook({900, 300}, 151, 50, picture, picture));
+}
+
+TEST(TwoPixelsToThePoint, EffectsAreTwiceAsLargeAndTheLensEnlargesPixels) {
+    const CompanionProcess::Options options{
+        .settings = {{"LOCAL_MOUSETYPE", "1"}, {"LOCAL_BACKALPHA", "0.6"}, {"LOCAL_MOUSESIZEVALUE", "50"}},
+        .environment = {{"QT_SCALE_FACTOR", "2"}}};
+    Talk talk(options, {.size = {800, 600}});
+    talk.companion.effectOn();
+    EXPECT_EQ(talk.hand.pointer(), talk.desktop.centre());
+    talk.hand.move({301, 202});
+    const Look spotlight =
+        discLook(Disc({301, 202}, 100), kSlideColour, blend(kSlideColour, qRgb(0, 0, 0), 0.6));
+    talk.expectLook("a spotlight of 100 pixels", [&](int x, int y, QRgb seen) {
+        return y < 2 * kFreeRows ? sameColour(seen, kSlideColour, 0) : spotlight(x, y, seen);
+    });
+    talk.companion.effectOff();
+    talk.companion.pressOnce("01");
+    talk.companion.pressOnce("01"); // To the lens, of 150 points.
+    const QImage picture = noise(talk.desktop.size(), 5);
+    talk.slide.setPicture(picture);
+    letTimePass(3200ms); // The hint must not be in the picture.
+    talk.expectLook("the test picture", pictureLook(picture));
+    talk.companion.effectOn();
+    talk.hand.move({401, 302});
+    talk.expectLook("a lens of 300 pixels", lensLook({401, 302}, 300, 50, picture, picture, 4));
+}
+
+} // namespace
+} // namespace companion::rig
