@@ -37,6 +37,10 @@ public:
     QSize size() const { return m_connection->screenSize(); }
     QPoint centre() const { return {size().width() / 2, size().height() / 2}; }
 
+    // For what they cost.
+    pid_t serverPid() const { return m_server->pid(); }
+    pid_t compositorPid() const { return m_compositor->pid(); }
+
     void startWindowManager();
     void startCompositor();
     void stopCompositor(); // With SIGKILL, as a crash would.
