@@ -42,9 +42,11 @@ void occupyStandardDescriptors() {
     }
 }
 
-// Without a display Qt would abort the process; without one chosen, it may pick another than ours.
+// Without a display Qt would abort the process. Whatever else is asked for, the overlay needs X11; the two
+// platforms without a display are for machines that have none.
 bool chooseDisplay(std::string &error) {
-    if (qEnvironmentVariableIsSet("QT_QPA_PLATFORM") && qgetenv("QT_QPA_PLATFORM") != "xcb")
+    const QByteArray asked = qgetenv("QT_QPA_PLATFORM");
+    if (asked == "offscreen" || asked == "minimal")
         return true;
     qputenv("QT_QPA_PLATFORM", "xcb");
     return x11ServerAnswers(error);

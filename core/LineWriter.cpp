@@ -4,6 +4,7 @@
 #include <QSocketNotifier>
 #include <QThread>
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -27,14 +28,27 @@ ssize_t writeIfReady(int descriptor, std::string_view text) {
     return -1;
 }
 
+// A terminal says that it is ready and makes the writer wait all the same, unless it was opened not to: -1
+// for what is no terminal.
+int openTerminalAnew(int descriptor) {
+    if (!isatty(descriptor))
+        return -1;
+    const std::string path = "/proc/self/fd/" + std::to_string(descriptor);
+    return ::open(path.c_str(), O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+}
+
 } // namespace
 
 LineWriter::LineWriter(int descriptor, std::size_t room, Notice notice)
-    : m_descriptor(descriptor),
+    : m_terminal(openTerminalAnew(descriptor)),
+      m_descriptor(m_terminal >= 0 ? m_terminal : descriptor),
       m_room(room),
       m_notice(notice) {}
 
-LineWriter::~LineWriter() = default;
+LineWriter::~LineWriter() {
+    if (m_terminal >= 0)
+        ::close(m_terminal);
+}
 
 void LineWriter::write(std::string_view line) {
     const std::lock_guard lock(m_mutex);

@@ -38,6 +38,7 @@ private:
     void drain();
     void watch();
 
+    const int m_terminal; // An open file of our own for the terminal; -1 if there is none.
     const int m_descriptor;
     const std::size_t m_room;
     const Notice m_notice;

@@ -59,6 +59,8 @@ std::shared_ptr<TextField> makeField(const PointRect &frame, const Color &backgr
 ViewController::ViewController(const Needs &needs)
     : m_needs(needs),
       m_canvas(needs.platform.surface(), needs.queue),
+      m_still(needs.queue, m_canvas, needs.platform.screenCapture(),
+              [this](const QImage &picture) { pictureTaken(picture); }),
       m_calls(needs.queue) {
     m_canvas.onScreenChanged([this] { screenChanged(); });
 }

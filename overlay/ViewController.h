@@ -6,6 +6,7 @@
 #include "overlay/Magnifier.h"
 #include "overlay/OverlayCanvas.h"
 #include "overlay/PresentedController.h"
+#include "overlay/StillCapture.h"
 #include "overlay/TextField.h"
 #include "platform/ports/InputMonitor.h"
 
@@ -162,7 +163,9 @@ private:
     void holdEffect();
     void buildMagnifier();
     void keepFewHolders();
+    void dropPicture();
     void hideEffectViews();
+    void pictureTaken(const QImage &picture);
     void showHint(const QString &text);
     void showSizeHint();
     QString modeName(std::uint64_t type) const;
@@ -170,6 +173,7 @@ private:
 
     Needs m_needs;
     OverlayCanvas m_canvas;
+    StillCapture m_still;
     DelayedCalls m_calls;
     PointRect m_content; // The content view's frame that the fields and views were made for.
 

@@ -29,6 +29,7 @@ class NullInputMonitor final : public InputMonitor {
 public:
     bool available() const override { return false; }
     void addGlobalMonitor(unsigned, Handler) override {}
+    void followMotion(bool) override {}
 };
 
 class NullSyntheticMouse final : public SyntheticMouse {

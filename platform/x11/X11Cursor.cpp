@@ -12,6 +12,8 @@ void X11Cursor::setHiddenUntilMouseMoves() {
         m_hidden = true;
         m_hiddenBy = xcb_xfixes_hide_cursor(m_connection.xcb(), m_connection.root()).sequence;
     }
+    if (m_hiddenListener)
+        m_hiddenListener();
     m_connection.flush();
 }
 
@@ -26,9 +28,11 @@ void X11Cursor::show() {
     xcb_flush(m_connection.xcb()); // A server that has gone is for the main thread to find out.
 }
 
-void X11Cursor::mouseMoved(unsigned sequence) {
+bool X11Cursor::mouseMoved(unsigned sequence) {
     if (static_cast<std::int32_t>(sequence - m_hiddenBy) >= 0)
         show();
+    const std::lock_guard lock(m_mutex);
+    return m_hidden;
 }
 
 } // namespace companion

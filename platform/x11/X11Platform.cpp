@@ -27,7 +27,8 @@ public:
           m_capture(*m_connection, m_screens, needs.queue),
           m_cursor(*m_connection),
           m_watchdog(needs.queue, needs.displayName, m_surface.get(), m_cursor) {
-        m_inputMonitor.onRawMotion([this](unsigned sequence) { m_cursor.mouseMoved(sequence); });
+        m_inputMonitor.onRawMotion([this](unsigned sequence) { return m_cursor.mouseMoved(sequence); });
+        m_cursor.onHidden([this] { m_inputMonitor.awaitMotion(); });
         m_connection->waitUntilProcessed(); // From here on no event is missed.
     }
 

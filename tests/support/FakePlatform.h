@@ -86,10 +86,13 @@ public:
         m_mask = mask;
         m_handler = std::move(handler);
     }
+    void followMotion(bool follow) override { following = follow; }
     void send(InputEventType type, Point location = {}, int keyCode = 0) {
         if (m_mask & (1U << static_cast<unsigned>(type)))
             m_handler({type, location, keyCode});
     }
+
+    bool following = false;
 
 private:
     unsigned m_mask = 0;

@@ -9,6 +9,7 @@
 #include "receiver/HidManager.h"
 #include "settings/ConfigManager.h"
 #include "settings/SettingsStore.h"
+#include "settings_ui/languages/LanguageSetting.h"
 #include "support/FakePlatform.h"
 #include "support/LogRecorder.h"
 #include "support/VirtualMainQueue.h"
@@ -17,7 +18,6 @@
 
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <vector>
 
 namespace companion {
@@ -44,7 +44,10 @@ protected:
         platform.capture.picture.fill(0x336699);
         window.emplace(queue, center, platform.fakeSurface);
         controller.emplace(ViewController::Needs{queue, center, config, link, platform,
-                                                 [this](std::string_view key) { return text(key); },
+                                                 [](std::string_view key) {
+                                                     return LanguageSetting::getText(QString::fromUtf8(
+                                                         key.data(), qsizetype(key.size())));
+                                                 },
                                                  [this] { return present(); }});
     }
 
@@ -59,11 +62,6 @@ protected:
         platform.mouse.posted.clear();
         platform.fakeSurface.mouse.clear();
         platform.capture.asked = 0;
-    }
-    std::optional<QString> text(std::string_view key) const {
-        if (languageIsBroken)
-            throw std::out_of_range("language 12 is outside of 0 to 11");
-        return QString::fromUtf8(key.data(), qsizetype(key.size()));
     }
     std::shared_ptr<PresentedController> present() {
         presented.push_back(std::make_shared<FakePresented>());
@@ -93,6 +91,7 @@ protected:
     VirtualMainQueue queue;
     NotificationCenter center;
     SettingsStore store;
+    LanguageSetting::UseStore language{store};
     ConfigManager config{store};
     FakePlatform platform;
     VirtualReceiver receiver{queue};
@@ -101,7 +100,6 @@ protected:
     std::optional<MainWindowController> window;
     std::optional<ViewController> controller;
     std::vector<std::shared_ptr<FakePresented>> presented;
-    bool languageIsBroken = false;
 };
 
 } // namespace companion

@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <array>
@@ -23,11 +24,27 @@ std::string notice(std::uint64_t dropped) {
     return std::to_string(dropped) + " dropped\n";
 }
 
-// A pipe, or a socket as the journal's is, that is read only when told.
-class LineWriterTest : public ::testing::TestWithParam<bool> {
+enum class Kind { Pipe, Socket, Terminal };
+
+// A terminal without the translations that one makes for people.
+int openTerminal(std::array<int, 2> &ends) {
+    ends[0] = posix_openpt(O_RDWR | O_NOCTTY);
+    if (ends[0] < 0 || grantpt(ends[0]) != 0 || unlockpt(ends[0]) != 0)
+        return -1;
+    ends[1] = open(ptsname(ends[0]), O_RDWR | O_NOCTTY);
+    termios settings{};
+    tcgetattr(ends[1], &settings);
+    cfmakeraw(&settings);
+    return tcsetattr(ends[1], TCSANOW, &settings);
+}
+
+// A pipe, a socket as the journal's is, or a terminal, that is read only when told.
+class LineWriterTest : public ::testing::TestWithParam<Kind> {
 protected:
     LineWriterTest() {
-        const int made = GetParam() ? socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()) : pipe(ends.data());
+        const int made = GetParam() == Kind::Pipe     ? pipe(ends.data())
+                         : GetParam() == Kind::Socket ? socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data())
+                                                      : openTerminal(ends);
         EXPECT_EQ(made, 0);
         fcntl(ends[0], F_SETFL, O_NONBLOCK); // The reader's end only.
         writer.emplace(ends[1], kRoom, notice);
@@ -113,8 +130,12 @@ TEST_P(LineWriterTest, AReaderThatHasGoneEndsNeitherTheProgramNorItsPeace) {
     std::signal(SIGPIPE, before);
 }
 
-INSTANTIATE_TEST_SUITE_P(PipeAndSocket, LineWriterTest, ::testing::Bool(),
-                         [](const auto &each) { return each.param ? "Socket" : "Pipe"; });
+INSTANTIATE_TEST_SUITE_P(Readers, LineWriterTest, ::testing::Values(Kind::Pipe, Kind::Socket, Kind::Terminal),
+                         [](const auto &each) {
+                             return each.param == Kind::Pipe     ? "Pipe"
+                                    : each.param == Kind::Socket ? "Socket"
+                                                                 : "Terminal";
+                         });
 
 } // namespace
 } // namespace companion

@@ -66,30 +66,77 @@ TEST_F(ViewControllerTest, EffectOffDuringACaptureLeavesTheLensHidden) {
     EXPECT_FALSE(shown(controller->zoomView()));
 }
 
-TEST_F(ViewControllerTest, CapturesThatOverlapBothRunAndALateOrRefusedOneLeavesNoStalePicture) {
-    config.setType(kEffectZoom);
-    load();
-    hold(300ms);
-    moveTo({200, 200});
-    ASSERT_EQ(at(200, 400), 0xff336699U);
-    platform.monitor.send(InputEventType::KeyDown, {}, kVirtualKeyB);
-    hold(100ms);
+class LateCaptureTest : public ViewControllerTest {
+protected:
+    LateCaptureTest() {
+        config.setType(kEffectZoom);
+        load();
+        hold(300ms);
+        moveTo({200, 200});
+        EXPECT_EQ(lens(), 0xff336699U);
+    }
+    void slideKey() { platform.monitor.send(InputEventType::KeyDown, {}, kVirtualKeyB); }
+    Pixel lens() const { return at(200, 400); }
+    static QImage picture(QRgb colour) {
+        QImage image(int(kWidth), int(kHeight), QImage::Format_RGB32);
+        image.fill(colour);
+        return image;
+    }
+};
+
+TEST_F(LateCaptureTest, ALatePictureIsLeftOutAndEverythingElseIsSeenAgainAfterThreeHundredMilliseconds) {
     platform.capture.late = true;
-    platform.monitor.send(InputEventType::KeyDown, {}, kVirtualKeyB);
-    hold(500ms);
-    ASSERT_EQ(platform.capture.waiting.size(), 2U);
-    EXPECT_FALSE(shown(controller->zoomView()));
-    platform.capture.waiting[0](platform.capture.picture);
-    platform.capture.waiting[1]({});
+    slideKey();
+    hold(400ms);
+    EXPECT_TRUE(platform.fakeSurface.occupied.empty());
     hold(100ms);
     EXPECT_TRUE(shown(controller->zoomView()));
-    EXPECT_EQ(at(200, 400), 0U) << "only the ring";
-    EXPECT_EQ(log.count("no picture of the screen: the magnifier stays empty"), 1U);
+    EXPECT_EQ(lens(), 0U) << "only the ring, and no picture of before";
+    platform.capture.waiting.at(0)(picture(0xffff0000));
+    hold(100ms);
+    EXPECT_EQ(lens(), 0U) << "the lens itself may be in that picture";
+    EXPECT_EQ(log.count("the picture of the screen is late and left out: the magnifier stays empty"), 1U);
+}
 
-    platform.monitor.send(InputEventType::KeyDown, {}, kVirtualKeyB);
+TEST_F(LateCaptureTest, OfOverlappingCapturesTheLatestCountsWhateverTheOrderOfTheAnswers) {
+    platform.capture.late = true;
+    slideKey();
+    hold(100ms);
+    slideKey();
+    hold(300ms);
+    ASSERT_EQ(platform.capture.waiting.size(), 2U);
+    platform.capture.waiting[1](picture(0xff00ff00));
+    platform.capture.waiting[0](picture(0xffff0000));
+    hold(100ms);
+    EXPECT_EQ(lens(), 0xff00ff00U);
+}
+
+TEST_F(LateCaptureTest, ARefusedPictureLeavesTheRing) {
+    platform.capture.picture = {};
+    slideKey();
+    hold(400ms);
+    EXPECT_TRUE(shown(controller->zoomView()));
+    EXPECT_EQ(lens(), 0U);
+    EXPECT_EQ(log.count("no picture of the screen: the magnifier stays empty"), 1U);
+}
+
+TEST_F(LateCaptureTest, AnAnswerAfterTheEndFindsNobody) {
+    platform.capture.late = true;
+    slideKey();
+    hold(300ms);
+    controller.reset();
+    platform.capture.waiting.at(0)({});
+}
+
+TEST_F(LateCaptureTest, PicturesAreGivenBackWhenTheEffectEnds) {
+    platform.capture.picture = {}; // The fake's own copy.
+    EXPECT_FALSE(controller->zoomScreenShotImageView()->image().isNull());
     queue.advance(1s);
-    controller.reset(); // A capture that answers after the end must find nobody.
-    platform.capture.waiting[2]({});
+    EXPECT_TRUE(controller->zoomScreenShotImageView()->image().isNull());
+    platform.capture.picture = picture(0xff00ff00);
+    slideKey(); // With the effect off there is nothing to see of it.
+    queue.advance(1s);
+    EXPECT_TRUE(controller->zoomScreenShotImageView()->image().isNull());
 }
 
 TEST_F(ViewControllerTest, HalfAnHourOfTalkLeavesViewsAndTasksBounded) {

@@ -130,6 +130,15 @@ TEST_F(ViewControllerTest, RefreshBuildsTheViewOfTheTypeAndATypeThatIsNoneBuilds
     config.setType(kEffectNormal);
     center.post(NOTIFY_REFRESHPEN);
     EXPECT_EQ(controller->normalView()->frame(), (PointRect{0, 0, 800, 580}));
+    config.setType(kEffectLaser);
+    hold(300ms);
+    const auto held = controller->laserView();
+    center.post(NOTIFY_REFRESHPEN); // Also while the effect is on, which then goes on with the new view.
+    EXPECT_NE(controller->laserView(), held);
+    EXPECT_TRUE(shown(controller->laserView()));
+    EXPECT_EQ(platform.mouse.clicks(), 1);
+    queue.advance(1s);
+    EXPECT_FALSE(shown(controller->laserView()));
     config.setType(7);
     effectKey();
     moveTo({100, 100});
@@ -166,25 +175,48 @@ TEST_F(ViewControllerTest, ModeSwitchesCycleResetTheSizeAndTakeEffectAtTheNextRi
     load();
     effectKey();
     config.setMouseSizeValue(80);
-    const std::pair<std::uint64_t, const char *> expected[] = {{kEffectSpotlight, "聚光"},
-                                                               {kEffectLaser, "数码激光"},
-                                                               {kEffectZoom, "放大镜"},
-                                                               {kEffectNormal, "正常"}};
-    for (const auto &[type, key] : expected) {
+    for (const std::uint64_t type : {kEffectSpotlight, kEffectLaser, kEffectZoom, kEffectNormal}) {
         center.post(LOCAL_MOUSETYPESWITCH);
         EXPECT_EQ(config.type(), type);
         EXPECT_EQ(config.mouseSizeValue(), 150);
         EXPECT_EQ(store.value(QStringLiteral("LOCAL_MOUSETYPE")), QString::number(type));
-        EXPECT_EQ(hint(), QString::fromUtf8(key));
     }
     EXPECT_FALSE(shown(controller->zoomView()));
     config.setType(std::numeric_limits<std::uint64_t>::max());
     center.post(LOCAL_MOUSETYPESWITCH);
     EXPECT_EQ(config.type(), kEffectNormal);
-    languageIsBroken = true;
+    store.setValue(QStringLiteral("SYSTEM_LANGUAGEINDEX"), QStringLiteral("12"));
     center.post(LOCAL_MOUSETYPESWITCH);
-    EXPECT_EQ(config.type(), kEffectSpotlight);
-    EXPECT_EQ(log.count("language 12 is outside of 0 to 11"), 1U);
+    EXPECT_EQ(config.type(), kEffectSpotlight) << "a damaged language setting does not end a talk";
+    EXPECT_EQ(log.lines.back(), "SYSTEM_LANGUAGEINDEX is 12, which is not in the range 0 to 11");
+}
+
+TEST_F(ViewControllerTest, MotionsAreFollowedOnlyWhileThereIsAnEffect) {
+    load();
+    EXPECT_FALSE(platform.monitor.following);
+    hold(200ms);
+    EXPECT_TRUE(platform.monitor.following);
+    queue.advance(1s);
+    EXPECT_FALSE(platform.monitor.following);
+}
+
+TEST_F(ViewControllerTest, TheHintNamesTheModeInTheUsersLanguage) {
+    load();
+    const std::vector<QStringList> names = {
+        {QStringLiteral("Spotlight"), QStringLiteral("Digital Pointer"), QStringLiteral("Lupe"),
+         QStringLiteral("Standard")},
+        {QStringLiteral("Spotlight"), QStringLiteral("Digital Pointer"), QStringLiteral("Magnifier"),
+         QStringLiteral("Normal")},
+        {QStringLiteral("Projecteur"), QStringLiteral("Pointeur"), QStringLiteral("Loupe"),
+         QStringLiteral("Normal")},
+    };
+    for (int index = 0; index < 3; ++index) {
+        store.setValue(QStringLiteral("SYSTEM_LANGUAGEINDEX"), QString::number(index));
+        for (const QString &name : names[std::size_t(index)]) {
+            center.post(LOCAL_MOUSETYPESWITCH);
+            EXPECT_EQ(hint(), name);
+        }
+    }
 }
 
 TEST_F(ViewControllerTest, TheHintGoesThreeSecondsAfterTheLastOfSeveralSteps) {
@@ -198,7 +230,7 @@ TEST_F(ViewControllerTest, TheHintGoesThreeSecondsAfterTheLastOfSeveralSteps) {
     EXPECT_EQ(platform.fakeSurface.occupied.size(), 1U);
     EXPECT_EQ(platform.fakeSurface.occupied.front(), QRect(620, 28, 160, 52));
     queue.advance(2999ms);
-    EXPECT_EQ(hint(), QStringLiteral("聚光"));
+    EXPECT_EQ(hint(), QStringLiteral("Spotlight"));
     queue.advance(1ms);
     EXPECT_EQ(hint(), QStringLiteral("(hidden)"));
     EXPECT_TRUE(platform.fakeSurface.occupied.empty());

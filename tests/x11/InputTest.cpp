@@ -17,6 +17,12 @@ class InputTest : public X11Fixture {
 protected:
     void watch(unsigned mask = kEverything) {
         platform->inputMonitor().addGlobalMonitor(mask, [this](const InputEvent &e) { events.push_back(e); });
+        follow();
+    }
+    // Until the server has heard of it, which a capture's answer shows.
+    void follow() {
+        platform->inputMonitor().followMotion(true);
+        platform->screenCapture().captureDesktop([](const QImage &) {});
     }
     ::testing::AssertionResult eventuallyTypes(const std::vector<InputEventType> &types) {
         std::vector<InputEventType> seen;
@@ -120,6 +126,19 @@ TEST_F(InputTest, MotionsThatArriveTogetherAreOneWithTheLastPlace) {
     client->sync(); // All of it has happened before the program reads any.
     ASSERT_TRUE(eventuallyTypes({KeyDown, MouseMoved}));
     EXPECT_EQ(events.back().location, (Point{500, 580}));
+}
+
+TEST_F(InputTest, MotionsAreToldOnlyWhileTheyAreFollowedAndKeysAlways) {
+    startOverlay();
+    watch();
+    platform->inputMonitor().followMotion(false);
+    client->move(10, 10);
+    client->key(56);
+    client->move(20, 20);
+    ASSERT_TRUE(eventuallyTypes({KeyDown}));
+    follow();
+    client->move(30, 30);
+    ASSERT_TRUE(eventuallyTypes({KeyDown, MouseMoved}));
 }
 
 // Such an event has left the socket already, so nothing else would wake the event loop for it.
