@@ -30,7 +30,7 @@ protected:
 private:
     const ConfigManager &m_config;
     PointRect m_spotlightRect;
-    Disc m_hole{QRectF()};
+    Disc m_hole;
 };
 
 // The digital pointer: a filled disc. Reads colour and alpha from the settings at each drawing.
@@ -58,7 +58,7 @@ private:
     const ConfigManager &m_config;
     PointRect m_laserRect;
     std::shared_ptr<void> m_trackingArea;
-    Disc m_dot{QRectF()};
+    Disc m_dot;
     Pixel m_pixel = 0;
 };
 

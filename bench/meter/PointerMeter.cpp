@@ -88,7 +88,8 @@ std::vector<double> PointerMeter::stepLatencies(int events, const Edge &edge) {
     for (int i = 0; i < events; ++i) {
         const int direction = i / run % 2 == 0 ? 1 : -1;
         const QPoint to = m_at + QPoint(direction * kStep, 0);
-        taken.push_back(latency(to, to + QPoint(direction * edge.near, 0)));
+        // Pixel x lies between x and x + 1.
+        taken.push_back(latency(to, to + QPoint(direction > 0 ? edge.near : -edge.near - 1, 0)));
     }
     return taken;
 }

@@ -19,6 +19,7 @@ struct PixelPatch {
     QRect area;
     Pixel *pixels;
     int stride;
+    bool blank = true; // Still all zero: what is laid over it is copied.
 };
 
 // One display pass: what replaces what is on the overlay now. Everything in device pixels, origin top left.
