@@ -2,6 +2,9 @@
 
 #include <xcb/xtest.h>
 
+#include <map>
+#include <string_view>
+
 namespace companion::rig {
 
 void InputDevices::fake(std::uint8_t type, std::uint8_t detail, QPoint at) {
@@ -32,9 +35,28 @@ void InputDevices::clickAt(QPoint at) {
     click();
 }
 
-void InputDevices::tapKey(std::uint8_t keycode) {
+void InputDevices::tapKey(std::uint8_t keycode, std::uint8_t heldKey) {
+    if (heldKey != 0)
+        fake(XCB_KEY_PRESS, heldKey);
     fake(XCB_KEY_PRESS, keycode);
     fake(XCB_KEY_RELEASE, keycode);
+    if (heldKey != 0)
+        fake(XCB_KEY_RELEASE, heldKey);
+}
+
+void InputDevices::type(const std::string &text) {
+    constexpr std::string_view keys = "1234567890";
+    constexpr std::uint8_t firstDigit = 10;
+    const std::map<char, std::uint8_t> letters{{'a', 38}, {'b', 56}, {'c', 54},
+                                               {'d', 40}, {'e', 26}, {'f', 41}};
+    for (const char c : text) {
+        if (c == '#')
+            tapKey(firstDigit + 2, kKeyShift);
+        else if (const auto digit = keys.find(c); digit != std::string_view::npos)
+            tapKey(static_cast<std::uint8_t>(firstDigit + digit));
+        else
+            tapKey(letters.at(c));
+    }
 }
 
 } // namespace companion::rig

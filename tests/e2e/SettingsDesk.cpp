@@ -1,0 +1,264 @@
+#include "e2e/SettingsDesk.h"
+
+#include <algorithm>
+#include <array>
+
+namespace companion::rig {
+namespace {
+
+constexpr int kHovered = 14; // The steps by which it is lighter under the mouse.
+constexpr QRgb kButton = qRgb(0xef, 0xee, 0xe2);
+constexpr QRgb kFocusFrame = qRgb(0x14, 0x14, 0x0f);
+constexpr const char *kProgram = "presenter-companion";
+
+int scaleOf(const CompanionProcess::Options &program) {
+    const auto found = program.environment.find("QT_SCALE_FACTOR");
+    return found == program.environment.end() ? 1 : std::stoi(found->second);
+}
+
+} // namespace
+
+Tray::Tray(const Desktop &desktop)
+    : process({"trayer", "--edge", "top", "--align", "right", "--widthtype", "request", "--height", "24",
+               "--SetDockType", "true", "--expand", "false"},
+              desktop.environment()) {
+    waitUntil("the tray",
+              [&] { return desktop.connection().selectionOwner("_NET_SYSTEM_TRAY_S0") != XCB_WINDOW_NONE; });
+}
+
+SettingsDesk::SettingsDesk(const Settings &settings)
+    : SettingsDesk(CompanionProcess::Options{.settings = settings}) {}
+
+SettingsDesk::SettingsDesk(const CompanionProcess::Options &program, const DesktopOptions &options)
+    : desktop(options),
+      screen(desktop),
+      hand(desktop),
+      tray(desktop),
+      companion(desktop, program),
+      m_scale(scaleOf(program)) {
+    waitUntil("the tray icon", [this] { return trayIcon() != XCB_WINDOW_NONE; });
+}
+
+void SettingsDesk::choose(Entry entry) {
+    waitUntil("the menu that was open before to go", [this] { return menu() == XCB_WINDOW_NONE; });
+    hand.move(areaOf(trayIcon()).center());
+    hand.click(3);
+    waitUntil("the menu", [this] { return menu() != XCB_WINDOW_NONE; });
+    const QRect area = areaOf(menu());
+    constexpr int kEntries = 3;
+    hand.clickAt(
+        {area.center().x(), area.top() + area.height() * (2 * static_cast<int>(entry) + 1) / (2 * kEntries)});
+}
+
+xcb_window_t SettingsDesk::open() {
+    const auto before = windows();
+    choose(Entry::Setting);
+    waitUntil("a settings window with the keyboard", [&] {
+        m_opened = activeWindow();
+        const auto now = windows();
+        return std::find(before.begin(), before.end(), m_opened) == before.end() &&
+               std::find(now.begin(), now.end(), m_opened) != now.end();
+    });
+    // The panel that asks for the receiver goes at the next poll.
+    const QPoint button = placeOf(control::kSetTime) - QPoint(40, 0) * m_scale;
+    screen.waitForPixel(button, kButton);
+    return m_opened;
+}
+
+std::vector<xcb_window_t> SettingsDesk::windows() const {
+    std::vector<xcb_window_t> found;
+    for (const xcb_window_t frame : stack())
+        collect(frame, found);
+    std::erase_if(
+        found, [this](xcb_window_t window) { return !desktop.connection().hasProperty(window, "WM_STATE"); });
+    return found;
+}
+
+xcb_window_t SettingsDesk::awaitDialog() const {
+    waitUntil("the colour dialog with the keyboard", [this] {
+        const auto all = windows();
+        return activeWindow() != m_opened && std::find(all.begin(), all.end(), activeWindow()) != all.end();
+    });
+    return activeWindow();
+}
+
+void SettingsDesk::awaitNoDialog() const {
+    waitUntil("the settings window alone with the keyboard",
+              [this] { return windows() == std::vector{m_opened} && activeWindow() == m_opened; });
+}
+
+std::vector<xcb_window_t> SettingsDesk::stack() const {
+    auto all = childrenOf(desktop.connection().root());
+    std::erase_if(all, [this](xcb_window_t window) { return !isShown(window); });
+    return all;
+}
+
+xcb_window_t SettingsDesk::frameOf(xcb_window_t window) const {
+    for (;;) {
+        xcb_window_t parent = XCB_WINDOW_NONE;
+        childrenOf(window, &parent);
+        if (parent == desktop.connection().root() || parent == XCB_WINDOW_NONE)
+            return window;
+        window = parent;
+    }
+}
+
+std::vector<xcb_window_t> SettingsDesk::overlay() const {
+    std::vector<xcb_window_t> found;
+    const auto all = stack();
+    const auto drawn = std::find_if(all.begin(), all.end(), [this](xcb_window_t window) {
+        return desktop.connection().hasProperty(window, "_COMPTON_SHADOW");
+    });
+    if (drawn == all.end())
+        throw std::runtime_error("there is no overlay");
+    // The other one, which cannot be told by anything else, has the next identifier.
+    return {*drawn, *drawn + 1};
+}
+
+void SettingsDesk::expectOverlayBelow(xcb_window_t window) const {
+    waitUntil("the overlay right below the window", [&] {
+        const auto all = stack();
+        const auto frame = std::find(all.begin(), all.end(), frameOf(window));
+        const auto ours = overlay();
+        return frame - all.begin() >= std::ssize(ours) &&
+               std::equal(ours.begin(), ours.end(), frame - std::ssize(ours));
+    });
+}
+
+xcb_window_t SettingsDesk::activeWindow() const {
+    return desktop.connection().rootWindowProperty("_NET_ACTIVE_WINDOW");
+}
+
+QRect SettingsDesk::areaOf(xcb_window_t window) const {
+    const XConnection &c = desktop.connection();
+    const auto sizeCookie = xcb_get_geometry(c, window);
+    const auto placeCookie = xcb_translate_coordinates(c, window, c.root(), 0, 0);
+    const XcbPtr<xcb_get_geometry_reply_t> size(xcb_get_geometry_reply(c, sizeCookie, nullptr));
+    const XcbPtr<xcb_translate_coordinates_reply_t> place(
+        xcb_translate_coordinates_reply(c, placeCookie, nullptr));
+    return size && place ? QRect(place->dst_x, place->dst_y, size->width, size->height) : QRect();
+}
+
+void SettingsDesk::moveTo(xcb_window_t window, QPoint frame) const {
+    const std::array values{static_cast<std::uint32_t>(frame.x()), static_cast<std::uint32_t>(frame.y())};
+    xcb_configure_window(desktop.connection(), window, XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y,
+                         values.data());
+    // The frame may be counted in or not.
+    waitUntil("a window that has moved",
+              [&] { return (areaOf(window).topLeft() - frame).manhattanLength() < 40; });
+}
+
+QPoint SettingsDesk::placeOf(const Control &control) const {
+    return areaOf(m_opened).topLeft() + control.at * m_scale;
+}
+
+void SettingsDesk::clickInto(const Control &number) {
+    click(number);
+    const QSize leftEdge = QSize(12, 1) * m_scale;
+    screen.waitFor("the number's frame", QRect(placeOf(number) - QPoint(28, 0) * m_scale, leftEdge),
+                   [](const QImage &image) {
+                       for (int x = 0; x < image.width(); ++x)
+                           if (sameColour(image.pixel(x, 0), kFocusFrame))
+                               return true;
+                       return false;
+                   });
+}
+
+void SettingsDesk::drag(const Control &control, int byPoints) {
+    const QPoint from = placeOf(control);
+    hand.move(from);
+    hand.press();
+    for (int i = 1; i <= 4; ++i)
+        hand.move(from + QPoint(byPoints * m_scale * i / 4, 0));
+    hand.release();
+}
+
+void SettingsDesk::expectMode(std::size_t type) const {
+    const QPoint besideText(-75, -30);
+    waitUntil("mode button " + std::to_string(type), [&] {
+        for (std::size_t i = 0; i < std::size(control::kModes); ++i)
+            if (sameColour(screen.pixel(placeOf(control::kModes[i]) + besideText * m_scale), kSelectedColour,
+                           kHovered) != (i == type))
+                return false;
+        return true;
+    });
+}
+
+void SettingsDesk::retype(const std::string &text) {
+    hand.tapKey(kKeyA, kKeyControl);
+    hand.type(text);
+}
+
+void SettingsDesk::tab(int times) {
+    for (int i = 0; i < times; ++i)
+        hand.tapKey(kKeyTab);
+}
+
+void SettingsDesk::expectStored(const std::string &key, const std::string &value) const {
+    try {
+        waitUntil(
+            key, [&] { return stored(key) == value; }, 5s);
+    } catch (const WaitTimeout &) {
+        throw WaitTimeout(key + " is \"" + stored(key) + "\", not \"" + value + "\"; the screen is in " +
+                          keepPicture(screen.grab(), key));
+    }
+}
+
+std::vector<xcb_window_t> SettingsDesk::childrenOf(xcb_window_t window, xcb_window_t *parent) const {
+    const XConnection &c = desktop.connection();
+    const XcbPtr<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(c, xcb_query_tree(c, window), nullptr));
+    if (!tree)
+        return {};
+    if (parent != nullptr)
+        *parent = tree->parent;
+    const auto *children = xcb_query_tree_children(tree.get());
+    return {children, children + xcb_query_tree_children_length(tree.get())};
+}
+
+std::string SettingsDesk::className(xcb_window_t window) const {
+    const XConnection &c = desktop.connection();
+    const XcbPtr<xcb_get_property_reply_t> reply(xcb_get_property_reply(
+        c, xcb_get_property(c, 0, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, 64), nullptr));
+    return reply ? std::string(static_cast<const char *>(xcb_get_property_value(reply.get()))) : "";
+}
+
+bool SettingsDesk::isShown(xcb_window_t window) const {
+    const XConnection &c = desktop.connection();
+    const XcbPtr<xcb_get_window_attributes_reply_t> attributes(
+        xcb_get_window_attributes_reply(c, xcb_get_window_attributes(c, window), nullptr));
+    return attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
+}
+
+// All windows of the program that are on the screen, in this one and the ones within.
+void SettingsDesk::collect(xcb_window_t window, std::vector<xcb_window_t> &found) const {
+    if (!isShown(window))
+        return;
+    if (className(window) == kProgram)
+        found.push_back(window);
+    for (const xcb_window_t child : childrenOf(window))
+        collect(child, found);
+}
+
+// The one that lies in a window of the tray's.
+xcb_window_t SettingsDesk::trayIcon() const {
+    std::vector<xcb_window_t> found;
+    for (const xcb_window_t window : stack())
+        collect(window, found);
+    for (const xcb_window_t window : found)
+        if (const QSize size = areaOf(window).size();
+            size.height() < 30 && size.width() > 1 && frameOf(window) != window)
+            return window;
+    return XCB_WINDOW_NONE;
+}
+
+// A list that has come up: no frame, and not the overlay.
+xcb_window_t SettingsDesk::menu() const {
+    const auto ours = overlay();
+    for (const xcb_window_t window : stack())
+        if (className(window) == kProgram && areaOf(window).width() > 1 &&
+            std::find(ours.begin(), ours.end(), window) == ours.end())
+            return window;
+    return XCB_WINDOW_NONE;
+}
+
+} // namespace companion::rig

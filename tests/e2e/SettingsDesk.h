@@ -1,0 +1,111 @@
+#pragma once
+
+#include "support/rig/CompanionProcess.h"
+#include "support/rig/InputDevices.h"
+#include "support/rig/Screen.h"
+#include "support/rig/TestWindow.h"
+
+#include <string>
+#include <vector>
+
+namespace companion::rig {
+
+// Where a control of the settings window can be clicked, in points from the top left of the window's content,
+// and how many presses of Tab lead to it in a fresh window.
+struct Control {
+    QPoint at;
+    int tabs;
+};
+
+namespace control {
+inline constexpr Control kLanguage{{713, 29}, 0};
+inline constexpr Control kModes[] = {{{115, 120}, 1}, {{297, 120}, 2}, {{115, 216}, 3}, {{297, 216}, 4}};
+inline constexpr Control kPicture{{598, 168}, -1};
+inline constexpr Control kSizeSlider{{234, 309}, 5}, kSizeNumber{{357, 309}, 6};
+inline constexpr Control kZoomSlider{{234, 372}, 7}, kZoomNumber{{357, 372}, 8};
+inline constexpr Control kLessTime{{212, 434}, 9}, kMoreTime{{251, 434}, 9}, kSetTime{{333, 434}, 10};
+inline constexpr Control kBackColor{{744, 307}, 11}, kBackAlphaSlider{{619, 343}, 12},
+    kBackAlphaNumber{{749, 343}, 13};
+inline constexpr Control kFrontColor{{744, 401}, 14}, kFrontAlphaSlider{{619, 437}, 15},
+    kFrontAlphaNumber{{749, 437}, 16};
+} // namespace control
+
+inline constexpr QRgb kSettingsColour = qRgb(191, 190, 165);
+inline constexpr QRgb kSelectedColour = qRgb(0x2a, 0x66, 0xb0);
+
+// Where programs put their icons. Ready when the constructor returns.
+struct Tray {
+    explicit Tray(const Desktop &desktop);
+    ChildProcess process;
+};
+
+// A desktop with a tray, the program in it, and a user at the program's menu and its settings window.
+class SettingsDesk {
+public:
+    enum class Entry { Version, Setting, Quit };
+
+    explicit SettingsDesk(const CompanionProcess::Options &program = {},
+                          const DesktopOptions &options = {.size = {1024, 768}});
+    explicit SettingsDesk(const Settings &settings);
+
+    // A right click on the tray icon and a click on an entry of the menu.
+    void choose(Entry entry);
+
+    // Chooses "Setting", and waits until a further window has the keyboard and shows its controls.
+    xcb_window_t open();
+
+    // The program's windows that have a frame: settings windows and colour dialogs.
+    std::vector<xcb_window_t> windows() const;
+    // Waits for a colour dialog with the keyboard; for the window that was opened last to have it back.
+    xcb_window_t awaitDialog() const;
+    void awaitNoDialog() const;
+
+    // The children of the root that are shown, from the bottom up, and the one of them that this window lies
+    // in.
+    std::vector<xcb_window_t> stack() const;
+    xcb_window_t frameOf(xcb_window_t window) const;
+    // The overlay's two, from the bottom up.
+    std::vector<xcb_window_t> overlay() const;
+    // Waits until the overlay lies below the window's frame and above all windows that are below that.
+    void expectOverlayBelow(xcb_window_t window) const;
+    xcb_window_t activeWindow() const;
+    // What a window covers on the screen, without its frame.
+    QRect areaOf(xcb_window_t window) const;
+    void moveTo(xcb_window_t window, QPoint frame) const;
+
+    // In the settings window that was opened last.
+    QPoint placeOf(const Control &control) const;
+    QRgb pixelAt(const Control &control) const { return screen.pixel(placeOf(control)); }
+    void click(const Control &control) { hand.clickAt(placeOf(control)); }
+    // A click into a number, and waits until it has the keyboard: a window manager may hold a click back for
+    // a moment, but no keys.
+    void clickInto(const Control &number);
+    void drag(const Control &control, int byPoints);
+    void expectMode(std::size_t type) const; // Waits until this mode's button alone is pressed.
+    // Into the control that has the keyboard, instead of what it holds.
+    void retype(const std::string &text);
+    void tab(int times);
+
+    // Waits until the file holds this; read by this process from the disk.
+    void expectStored(const std::string &key, const std::string &value) const;
+    std::string stored(const std::string &key) const { return companion.storedSettings()[key]; }
+
+    Desktop desktop;
+    Screen screen;
+    InputDevices hand;
+    Tray tray;
+    CompanionProcess companion;
+
+private:
+    std::vector<xcb_window_t> childrenOf(xcb_window_t window, xcb_window_t *parent = nullptr) const;
+    std::string className(xcb_window_t window) const;
+    bool isShown(xcb_window_t window) const;
+    void collect(xcb_window_t window, std::vector<xcb_window_t> &found) const;
+    xcb_window_t trayIcon() const;
+    xcb_window_t menu() const;
+
+    int m_scale;
+    xcb_window_t m_opened = XCB_WINDOW_NONE;
+};
+
+} // namespace companion::rig

@@ -1,0 +1,438 @@
+// The tray's menu and the settings window, as somebody with a mouse and a keyboard meets them.
+#include "e2e/SettingsDesk.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+
+namespace companion::rig {
+namespace {
+
+using enum SettingsDesk::Entry;
+
+const Settings kEnglish{{"SYSTEM_LANGUAGEINDEX", "1"}};
+const QRect kHint(1024 - 180, 28, 160, 52);
+
+Settings english(Settings more) {
+    more.insert(kEnglish.begin(), kEnglish.end());
+    return more;
+}
+
+TEST(TrayMenu, VersionDoesNothingAndQuitEndsTheProgramAndLeavesNothingOnTheScreen) {
+    SettingsDesk desk(kEnglish);
+    const QImage before = desk.screen.grab(kHint);
+    desk.choose(Version);
+    letTimePass(300ms);
+    desk.hand.tapKey(kKeyEscape); // The menu stays open: the entry cannot be chosen.
+    EXPECT_TRUE(desk.windows().empty());
+    EXPECT_TRUE(desk.companion.process().running());
+
+    desk.companion.pressOnce("01");
+    desk.screen.waitFor("the hint", kHint, [&](const QImage &image) { return image != before; });
+    desk.open();
+    desk.choose(Quit);
+    EXPECT_EQ(desk.companion.process().waitForExit(), 0);
+    desk.screen.waitFor("no hint", kHint, [&](const QImage &image) { return image == before; });
+    EXPECT_TRUE(desk.windows().empty());
+}
+
+TEST(SettingsWindow, OpensInTheMiddleWithTheKeyboardAndFreshEachTime) {
+    SettingsDesk desk(kEnglish);
+    const auto window = desk.open();
+    const QPoint off = desk.areaOf(desk.frameOf(window)).center() - desk.desktop.centre();
+    EXPECT_LE(std::max(std::abs(off.x()), std::abs(off.y())), 16);
+    desk.tab(2);
+    desk.hand.tapKey(kKeySpace);
+    desk.expectStored("LOCAL_MOUSETYPE", "1");
+    desk.expectMode(1);
+
+    // The effect key closes it, with another one and a colour dialog, too.
+    desk.click(control::kBackColor);
+    desk.awaitDialog();
+    desk.open();
+    EXPECT_EQ(desk.windows().size(), 3U);
+    desk.companion.effectOn();
+    waitUntil("no window", [&] { return desk.windows().empty(); });
+    desk.companion.effectOff();
+
+    desk.open();
+    desk.expectMode(1);
+    desk.tab(1); // From the first control again.
+    desk.hand.tapKey(kKeySpace);
+    desk.expectStored("LOCAL_MOUSETYPE", "0");
+    desk.hand.tapKey(kKeyEscape);
+    waitUntil("no window", [&] { return desk.windows().empty(); });
+}
+
+TEST(SettingsWindow, StaysAboveTheOverlayWhateverTheWindowManagerDoes) {
+    SettingsDesk desk(kEnglish);
+    TestWindow other(desk.desktop, TestWindow::Kind::Managed, qRgb(255, 255, 255), {100, 400, 320, 300});
+    const QImage bare = desk.screen.settled().copy(kHint);
+    const auto window = desk.open();
+    desk.expectOverlayBelow(window);
+    desk.moveTo(window, {200, 0}); // To where the hint comes.
+    const QImage unhinted = desk.screen.settled().copy(kHint);
+    desk.companion.pressOnce("02"); // The size alone: nothing in the window changes.
+    desk.expectOverlayBelow(window);
+    letTimePass(200ms);
+    EXPECT_EQ(desk.screen.grab(kHint), unhinted);
+
+    other.raise();
+    desk.expectOverlayBelow(window);
+    const auto all = desk.stack();
+    const auto at = [&](xcb_window_t w) { return std::find(all.begin(), all.end(), desk.frameOf(w)); };
+    EXPECT_LT(at(other.id()), at(desk.overlay().front())) << "a raised window, too, is below the overlay";
+    const auto second = desk.open();
+    desk.expectOverlayBelow(window);
+    desk.hand.tapKey(kKeyEscape);
+    waitUntil("one window", [&] { return desk.windows().size() == 1; });
+    EXPECT_NE(desk.windows().front(), second);
+    desk.expectOverlayBelow(window);
+
+    desk.companion.pressOnce("02");
+    desk.hand.clickAt(desk.areaOf(window).center() + QPoint(0, 20));
+    desk.hand.tapKey(kKeyEscape);
+    desk.screen.waitFor("the hint above all", kHint, [&](const QImage &image) {
+        return image.pixel(10, 26) != bare.pixel(10, 26) && image.pixel(10, 26) != unhinted.pixel(10, 26);
+    });
+    waitUntil("the overlay on top of all", [&] {
+        const auto shown = desk.stack();
+        return std::vector(shown.end() - 2, shown.end()) == desk.overlay();
+    });
+}
+
+TEST(SettingsWindow, UnderAFullScreenShowDoesNotKeepTheHintFromIt) {
+    SettingsDesk desk(kEnglish);
+    const auto window = desk.open();
+    const QRgb blue = qRgb(0x33, 0x66, 0x99);
+    {
+        const TestWindow slide(desk.desktop, TestWindow::Kind::FullScreen, blue);
+        desk.screen.waitForPixel(kHint.center(), blue);
+        desk.companion.pressOnce("02");
+        desk.screen.waitFor("the hint on the slide", kHint,
+                            [&](const QImage &image) { return image.pixel(10, 26) != blue; });
+    }
+    desk.expectOverlayBelow(window); // Which is to be seen again.
+}
+
+TEST(SettingsControls, ChangeTheFileAtOnceWhenUsedWithTheMouse) {
+    SettingsDesk desk( // All sliders in the middle.
+        english({{"LOCAL_MOUSESIZEVALUE", "150"}, {"LOCAL_BACKALPHA", "0.5"}, {"LOCAL_FRONTALPHA", "0.5"}}));
+    desk.open();
+    for (const std::size_t type : {3U, 1U, 2U, 2U, 0U}) {
+        desk.click(control::kModes[type]);
+        desk.expectStored("LOCAL_MOUSETYPE", std::to_string(type));
+        desk.expectMode(type);
+    }
+    struct Case {
+        const char *key;
+        Control slider, number;
+        const char *highest, *typed, *expected, *wheeled;
+    };
+    const Case cases[] = {
+        {"LOCAL_MOUSESIZEVALUE", control::kSizeSlider, control::kSizeNumber, "250", "137", "137", "138"},
+        {"LOCAL_MOUSEROOMVALUE", control::kZoomSlider, control::kZoomNumber, "100", "25", "25", "26"},
+        {"LOCAL_BACKALPHA", control::kBackAlphaSlider, control::kBackAlphaNumber, "1", "35",
+         "0.3499999940395355", "0.36000001430511475"},
+        {"LOCAL_FRONTALPHA", control::kFrontAlphaSlider, control::kFrontAlphaNumber, "1", "29",
+         "0.28999999165534973", "0.30000001192092896"}};
+    for (const Case &c : cases) {
+        desk.drag(c.slider, 250);
+        desk.expectStored(c.key, c.highest);
+        desk.clickInto(c.number);
+        desk.retype(c.typed);
+        desk.expectStored(c.key, c.expected);
+        desk.hand.click(4); // The wheel, upwards.
+        desk.expectStored(c.key, c.wheeled);
+    }
+}
+
+TEST(SettingsControls, ChangeTheFileAtOnceWhenUsedWithTheKeyboardAlone) {
+    SettingsDesk desk(kEnglish);
+    desk.open();
+    int at = 0;
+    const auto go = [&](const Control &control) {
+        desk.tab(control.tabs - at);
+        at = control.tabs;
+    };
+    for (const std::size_t type : {0U, 1U, 2U, 3U}) {
+        go(control::kModes[type]);
+        desk.hand.tapKey(kKeySpace);
+        desk.expectStored("LOCAL_MOUSETYPE", std::to_string(type));
+    }
+    const auto useSlider = [&](const Control &control, const char *key, const char *lowest,
+                               const char *second, const char *highest) {
+        go(control);
+        desk.hand.tapKey(kKeyEnd);
+        desk.expectStored(key, highest);
+        desk.hand.tapKey(kKeyHome);
+        desk.expectStored(key, lowest);
+        desk.hand.tapKey(kKeyRight);
+        desk.expectStored(key, second);
+    };
+    const auto useNumber = [&](const Control &control, const char *key, const char *typed,
+                               const char *expected, const char *above) {
+        go(control);
+        desk.hand.type(typed); // Instead of the old number.
+        desk.expectStored(key, expected);
+        desk.hand.tapKey(kKeyUp);
+        desk.expectStored(key, above);
+    };
+    useSlider(control::kSizeSlider, "LOCAL_MOUSESIZEVALUE", "50", "51", "250");
+    useNumber(control::kSizeNumber, "LOCAL_MOUSESIZEVALUE", "199", "199", "200");
+    useSlider(control::kZoomSlider, "LOCAL_MOUSEROOMVALUE", "0", "10", "100"); // Whole magnifications.
+    useNumber(control::kZoomNumber, "LOCAL_MOUSEROOMVALUE", "33", "33", "34");
+    go(control::kBackColor);
+    desk.hand.tapKey(kKeySpace);
+    desk.awaitDialog();
+    desk.hand.tapKey(kKeyH, kKeyAlt);
+    desk.retype("#3366ff");
+    desk.hand.tapKey(kKeyReturn);
+    desk.expectStored("LOCAL_BACKCOLOR", "srgb 0.2 0.4 1 1");
+    desk.awaitNoDialog();
+    useSlider(control::kBackAlphaSlider, "LOCAL_BACKALPHA", "0", "0.009999999776482582", "1");
+    useNumber(control::kBackAlphaNumber, "LOCAL_BACKALPHA", "57", "0.5699999928474426", "0.5799999833106995");
+    useSlider(control::kFrontAlphaSlider, "LOCAL_FRONTALPHA", "0", "0.009999999776482582", "1");
+    useNumber(control::kFrontAlphaNumber, "LOCAL_FRONTALPHA", "96", "0.9599999785423279",
+              "0.9700000286102295");
+    EXPECT_EQ(desk.stored("LOCAL_MOUSESPEEDVALUE"), "50") << "no key leads to it";
+}
+
+TEST(SettingsControls, ColourDialogBlocksNothingAndItsCancelChangesNothing) {
+    SettingsDesk desk(kEnglish);
+    const auto window = desk.open();
+    desk.moveTo(window, {0, 30});
+    desk.click(control::kFrontColor);
+    const auto dialog = desk.awaitDialog();
+    desk.moveTo(dialog, {490, 300});
+    desk.hand.tapKey(kKeyH, kKeyAlt);
+    desk.retype("#00cc33");
+    // Other controls, the presenter's keys and the tray go on while it is open.
+    desk.click(control::kModes[2]);
+    desk.expectStored("LOCAL_MOUSETYPE", "2");
+    desk.companion.pressOnce("01");
+    desk.expectStored("LOCAL_MOUSETYPE", "3");
+    desk.expectMode(3);
+    EXPECT_EQ(desk.stored("LOCAL_FRONTCOLOR"), "srgb 1 0 0 1");
+    desk.hand.clickAt(desk.areaOf(dialog).topLeft() + QPoint(150, 8)); // Its own keyboard again.
+    waitUntil("its keyboard", [&] { return desk.activeWindow() == dialog; });
+    desk.hand.tapKey(kKeyEscape);
+    desk.awaitNoDialog();
+    desk.click(control::kModes[1]);
+    desk.expectStored("LOCAL_MOUSETYPE", "1");
+    EXPECT_EQ(desk.stored("LOCAL_FRONTCOLOR"), "srgb 1 0 0 1");
+}
+
+TEST(SettingsControls, SendTheTimerOnceForEachPressAndNotTwiceWithinHalfASecond) {
+    SettingsDesk desk(kEnglish);
+    desk.open();
+    std::string expected;
+    const auto report = [](const char *minutes) {
+        return "12" + std::string(minutes) + std::string(62 * 2, '0');
+    };
+    const auto sets = [&] {
+        std::string all = desk.companion.receiver("sets");
+        std::erase(all, ' ');
+        return all;
+    };
+    const auto restsUntilEnabled = [&] {
+        const QRgb disabled = qRgb(0xcf, 0xce, 0xb9);
+        const QPoint beside = desk.placeOf(control::kSetTime) - QPoint(40, 0);
+        desk.screen.waitForPixel(beside, disabled);
+        waitUntil("the button", [&] { return !sameColour(desk.screen.pixel(beside), disabled); });
+    };
+    desk.tab(control::kMoreTime.tabs);
+    for (const auto &[minutes, low] :
+         {std::pair{"0", "00"}, {"1", "01"}, {"45", "2d"}, {"255", "ff"}, {"256", "00"}, {"300", "2c"}}) {
+        desk.retype(minutes);
+        desk.click(control::kSetTime);
+        desk.click(control::kSetTime);
+        expected += report(low);
+        waitUntil("a timer report", [&] { return sets() == expected; });
+        restsUntilEnabled();
+        EXPECT_EQ(sets(), expected);
+        desk.hand.tapKey(kKeyTab, kKeyShift); // Back to the number.
+    }
+    desk.click(control::kLessTime);
+    desk.click(control::kLessTime);
+    desk.click(control::kMoreTime);
+    desk.click(control::kSetTime);
+    expected += report("2b");
+    waitUntil("a timer report", [&] { return sets() == expected; });
+    EXPECT_EQ(desk.stored("LOCAL_TIMEVALUE"), "1") << "never stored";
+}
+
+TEST(SettingsLanguage, FirstChoiceOfAFreshStoreIsGermanAndTheHintFollowsTheSecond) {
+    const auto hint = [](SettingsDesk &desk) {
+        for (int i = 0; i < 2; ++i)
+            desk.companion.pressOnce("01"); // To the laser dot.
+        return desk.screen.settled().copy(kHint);
+    };
+    SettingsDesk spanish(Settings{{"SYSTEM_LANGUAGEINDEX", "10"}});
+    SettingsDesk english(kEnglish);
+    const QImage inSpanish = hint(spanish);
+    const QImage inEnglish = hint(english);
+    ASSERT_NE(inSpanish, inEnglish);
+
+    SettingsDesk desk;
+    const auto window = desk.open();
+    EXPECT_EQ(desk.stored("SYSTEM_LANGUAGEINDEX"), "");
+    const auto chooseByMouse = [&](int index) {
+        desk.click(control::kLanguage);
+        QRect list;
+        waitUntil("the list of languages", [&] {
+            list = desk.areaOf(desk.stack().back());
+            return list.height() > 200 && list.height() < 500;
+        });
+        const QPoint item(list.center().x(), list.top() + list.height() * (2 * index + 1) / 24);
+        desk.hand.move(item);
+        desk.screen.waitForPixel({list.right() - 20, item.y()}, kSelectedColour);
+        desk.hand.click();
+    };
+    chooseByMouse(10);
+    desk.expectStored("SYSTEM_LANGUAGEINDEX", "0");
+    const QImage german = desk.screen.settled().copy(desk.areaOf(window));
+    chooseByMouse(10);
+    desk.expectStored("SYSTEM_LANGUAGEINDEX", "10");
+    EXPECT_NE(desk.screen.settled().copy(desk.areaOf(window)), german);
+    EXPECT_EQ(desk.companion.logCount("选中语言:10"), 2);
+    desk.moveTo(window, {0, 200});
+    EXPECT_EQ(hint(desk), inSpanish);
+
+    desk.hand.clickAt(desk.areaOf(window).topLeft() + QPoint(300, -8));
+    desk.hand.tapKey(kKeyTab, kKeyShift);
+    desk.hand.tapKey(kKeyTab); // Wherever the keyboard was, it is on the languages now or was all the time.
+    desk.hand.tapKey(kKeyDown);
+    desk.expectStored("SYSTEM_LANGUAGEINDEX", "11");
+}
+
+TEST(SettingsPresence, PanelComesWithThePullAndGoesWithThePlugAndNothingElseChanges) {
+    SettingsDesk desk(kEnglish);
+    const auto window = desk.open();
+    const QRect area = desk.areaOf(window);
+    const QImage there = desk.screen.settled().copy(area);
+    for (int i = 0; i < 2; ++i) {
+        desk.companion.receiver("unplug");
+        desk.screen.waitFor("the panel", area, [](const QImage &image) {
+            return sameColour(image.pixel(control::kModes[0].at), kSettingsColour) &&
+                   sameColour(image.pixel(control::kSetTime.at), kSettingsColour);
+        });
+        const QImage absent = desk.screen.settled().copy(area);
+        letTimePass(1200ms); // More than two attempts to open it.
+        EXPECT_EQ(desk.screen.grab(area), absent);
+        desk.companion.receiver("plug");
+        desk.companion.receiver("wait-get 5 10000");
+        desk.screen.waitFor("the controls", area, [&](const QImage &image) { return image == there; });
+    }
+}
+
+TEST(SettingsPresence, PresentersModeKeyMovesButtonAndPictureAndLeavesTheShownSize) {
+    SettingsDesk desk(english({{"LOCAL_MOUSESIZEVALUE", "77"}, {"LOCAL_MOUSETYPE", "0"}}));
+    const auto window = desk.open();
+    desk.hand.move(desk.areaOf(window).topLeft() + QPoint(400, 12));
+    const QRect picture(desk.placeOf(control::kPicture) - QPoint(150, 80), QSize(300, 160));
+    const QRect sizeRow(desk.placeOf(control::kSizeSlider) - QPoint(80, 20), QSize(220, 40));
+    QImage before = desk.screen.settled();
+    const QImage row = before.copy(sizeRow);
+    for (const std::size_t type : {1U, 2U, 3U, 0U}) {
+        desk.companion.pressOnce("01");
+        desk.expectMode(type);
+        desk.expectStored("LOCAL_MOUSETYPE", std::to_string(type));
+        desk.expectStored("LOCAL_MOUSESIZEVALUE", "150");
+        const QImage now = desk.screen.settled();
+        EXPECT_NE(now.copy(picture), before.copy(picture));
+        EXPECT_EQ(now.copy(sizeRow), row);
+        before = now;
+    }
+    desk.hand.tapKey(kKeyEscape);
+    desk.open();
+    EXPECT_NE(desk.screen.settled().copy(sizeRow), row);
+}
+
+long privateKilobytes(pid_t pid) {
+    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.starts_with("RssAnon:"))
+            return std::stol(line.substr(8));
+    throw std::runtime_error("no memory figure");
+}
+
+TEST(SettingsWindow, FiftyQuickOpeningsLeaveTheProgramAliveAndSmall) {
+    SettingsDesk desk(kEnglish);
+    long warm = 0;
+    for (int i = 0; i < 50; ++i) {
+        desk.choose(Setting);
+        waitUntil("a window", [&] { return !desk.windows().empty(); });
+        if (i % 2 == 0) { // At once, or after it has come up fully.
+            waitUntil("its keyboard", [&] { return desk.activeWindow() == desk.windows().front(); });
+            desk.hand.tapKey(kKeyEscape);
+        } else {
+            desk.companion.pressOnce("10");
+        }
+        waitUntil("no window", [&] { return desk.windows().empty(); });
+        if (i == 9)
+            warm = privateKilobytes(desk.companion.process().pid());
+    }
+    EXPECT_TRUE(desk.companion.process().running());
+#ifndef __SANITIZE_ADDRESS__ // It keeps what was freed.
+    EXPECT_LE(privateKilobytes(desk.companion.process().pid()) - warm, 2048);
+#endif
+    desk.open();
+    desk.click(control::kModes[3]);
+    desk.expectStored("LOCAL_MOUSETYPE", "3");
+}
+
+TEST(HostileSettings, OpenTheWindowAndStayAsTheyAreUntilTheirControlIsUsed) {
+    const Settings hostile = english({{"LOCAL_MOUSETYPE", "7"},
+                                      {"LOCAL_MOUSESIZEVALUE", "0"},
+                                      {"LOCAL_MOUSEROOMVALUE", "100000"},
+                                      {"LOCAL_BACKALPHA", "nan"},
+                                      {"LOCAL_FRONTALPHA", "-1"},
+                                      {"LOCAL_BACKCOLOR", "garbage"},
+                                      {"LOCAL_FRONTCOLOR", "srgb 2 -1 0.5 9"}});
+    SettingsDesk desk(hostile);
+    desk.open();
+    desk.expectMode(7);                               // None of the four.
+    desk.tab(17);                                     // Through all controls once.
+    desk.expectStored("LOCAL_MOUSESPEEDVALUE", "50"); // The opening saves.
+    for (const auto &[key, value] : hostile)
+        EXPECT_EQ(desk.stored(key), key == "LOCAL_BACKCOLOR" ? "" : value) << key;
+
+    desk.click(control::kBackColor); // Of no colour.
+    desk.awaitDialog();
+    desk.hand.tapKey(kKeyEscape);
+    desk.awaitNoDialog();
+    EXPECT_EQ(desk.stored("LOCAL_BACKCOLOR"), "");
+    desk.clickInto(control::kFrontAlphaNumber);
+    desk.hand.tapKey(kKeyUp);
+    desk.expectStored("LOCAL_FRONTALPHA", "0.009999999776482582");
+    EXPECT_EQ(desk.stored("LOCAL_BACKALPHA"), "nan");
+    desk.companion.pressOnce("01");
+    desk.expectStored("LOCAL_MOUSETYPE", "0");
+    desk.expectMode(0);
+}
+
+TEST(HostileSettings, LanguageThatIsNoneIsOneLogLineForEachAttemptAndNoWindow) {
+    SettingsDesk desk(Settings{{"SYSTEM_LANGUAGEINDEX", "99"}});
+    const auto complaints = [&] {
+        const auto log = desk.companion.log();
+        return std::count_if(log.begin(), log.end(), [](const CompanionProcess::LogLine &line) {
+            return line.text.find("99") != std::string::npos;
+        });
+    };
+    for (int i = 1; i <= 2; ++i) {
+        desk.choose(Setting);
+        waitUntil("a log line", [&] { return complaints() == i; });
+        letTimePass(200ms);
+        EXPECT_EQ(complaints(), i);
+        EXPECT_TRUE(desk.windows().empty());
+    }
+    desk.companion.pressOnce("01"); // Works on, though without a name for the mode.
+    desk.expectStored("LOCAL_MOUSETYPE", "1");
+    EXPECT_EQ(desk.stored("SYSTEM_LANGUAGEINDEX"), "99");
+    EXPECT_TRUE(desk.companion.process().running());
+}
+
+} // namespace
+} // namespace companion::rig
