@@ -1,6 +1,7 @@
 #include "app/Application.h"
 
 #include "app/PresentedSettings.h"
+#include "core/Log.h"
 #include "platform/hidapi/HidApiPort.h"
 #include "platform/null/NullPlatform.h"
 #include "platform/ports/Platform.h"
@@ -113,6 +114,7 @@ void Application::start() {
 void Application::quit() {
     m_feed.reset(); // Its socket has a name in the file system.
     std::fflush(nullptr);
+    Log::flush();
     _exit(EXIT_SUCCESS);
 }
 

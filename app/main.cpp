@@ -25,6 +25,7 @@ constexpr int kCannotRun = 1;
 constexpr int kWrongUsage = 2;
 
 int fail(const std::string &error, int status) {
+    Log::flush(); // The error comes last.
     std::fprintf(stderr, "presenter-companion: %s\n", singleLine(error).c_str());
     return status;
 }

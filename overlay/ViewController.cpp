@@ -110,10 +110,6 @@ void ViewController::observe(std::string_view name, Step step) {
     m_needs.center.addObserver(m_lifetime, name, [this, step](const Notification &) { (this->*step)(); });
 }
 
-void ViewController::after(std::chrono::milliseconds delay, Task task) {
-    m_needs.queue.post(delay, m_lifetime.guard(std::move(task)));
-}
-
 void ViewController::screenChanged() {
     const PointRect content = m_canvas.root()->frame();
     if (!m_effectSwitchHintTextField || content == m_content)

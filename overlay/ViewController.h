@@ -150,7 +150,11 @@ private:
     using Step = void (ViewController::*)();
 
     void observe(std::string_view name, Step step);
-    void after(std::chrono::milliseconds delay, Task task); // Fixed delay; dropped if the controller is gone.
+    // Fixed delay; dropped if the controller is gone.
+    template <class F>
+    void after(std::chrono::milliseconds delay, F task) {
+        m_needs.queue.post(delay, m_lifetime.guard(std::move(task)));
+    }
     void screenChanged();
     void handle(const InputEvent &event);
     void watchedKeyDown(int keyCode);

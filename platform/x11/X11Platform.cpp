@@ -56,7 +56,7 @@ private:
 } // namespace
 
 std::unique_ptr<Platform> makeX11Platform(const X11Needs &needs, std::string &error) {
-    auto connection = X11Connection::open(needs.displayName, error);
+    auto connection = X11Connection::open(needs.queue, needs.displayName, error);
     if (!connection)
         return nullptr;
     auto platform = std::make_unique<X11Platform>(std::move(connection), needs, error);

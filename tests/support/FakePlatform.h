@@ -40,11 +40,11 @@ public:
             }
         }
         for (const QRect &area : frame.patches) {
-            std::vector<Pixel> pixels(static_cast<std::size_t>(area.width()) *
-                                      static_cast<std::size_t>(area.height()));
-            paint({area, pixels.data(), area.width()});
+            m_pixels.assign(static_cast<std::size_t>(area.width()) * static_cast<std::size_t>(area.height()),
+                            0);
+            paint({area, m_pixels.data(), area.width()});
             for (int y = 0; y < area.height(); ++y)
-                std::copy_n(pixels.data() + y * area.width(), area.width(),
+                std::copy_n(m_pixels.data() + y * area.width(), area.width(),
                             reinterpret_cast<Pixel *>(image.scanLine(area.top() + y)) + area.left());
             paintedPixels += area.width() * area.height();
         }
@@ -76,6 +76,7 @@ private:
     double m_scale = 1;
     bool m_translucent = true;
     std::function<void()> m_changed;
+    std::vector<Pixel> m_pixels; // Scratch: tests count allocations.
 };
 
 class FakeInputMonitor final : public InputMonitor {
