@@ -105,8 +105,9 @@ TEST_F(HidApiPortTest, AThousandPlugsAndPullsAtRandomMomentsLeaveFilesMemoryAndP
     const long memory = residentKilobytes();
     cycle(1000);
     EXPECT_EQ(openFiles(), files);
-    if (kMemoryTells)
+    if (kMemoryTells) {
         EXPECT_LT(residentKilobytes() - memory, 2048);
+    }
     EXPECT_EQ(queue.pending(), 1U);
     connects = 0;
     queue.advance(1000ms);

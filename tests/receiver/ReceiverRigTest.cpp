@@ -135,8 +135,9 @@ TEST_P(ReceiverRigTest, PlugsAndPullsAtRandomMomentsLeakNothingAndEndWithTheLink
     const long memory = rig->residentKilobytes();
     cycle(25);
     EXPECT_EQ(rig->openFiles(), files);
-    if (kMemoryTells)
+    if (kMemoryTells) {
         EXPECT_LT(rig->residentKilobytes() - memory, 512);
+    }
     const std::size_t before = countOf(*rig, kPolled);
     rig->setEvent({0x20});
     expectNear(medianGap(rig->timesOf(kPolled, 7, before)), 100ms); // One chain of polls, not several.
