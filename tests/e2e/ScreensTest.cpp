@@ -65,5 +65,48 @@ TEST(TwoPixelsToThePoint, EffectsAreTwiceAsLargeAndTheLensEnlargesPixels) {
     talk.expectLook("a lens of 300 pixels", lensLook({401, 302}, 300, 50, picture, picture, 4));
 }
 
+class Scale : public ::testing::TestWithParam<const char *> {};
+
+TEST_P(Scale, HintDotAndLensAreMeasuredInPoints) {
+    const double scale = std::stod(GetParam());
+    const auto pixels = [scale](int points) { return static_cast<int>(points * scale); };
+    const CompanionProcess::Options options{.settings = {{"LOCAL_MOUSETYPE", "1"}},
+                                            .environment = {{"QT_SCALE_FACTOR", GetParam()}}};
+    Talk talk(options, {.size = {1200, 900}});
+    const QRect hint(1200 - pixels(180), pixels(28), pixels(160), pixels(52));
+    talk.companion.pressOnce("01"); // To the laser dot, of 150 points.
+    talk.companion.pressOnce("02");
+    talk.screen.waitFor("the hint", QRect(QPoint(0, 0), talk.desktop.size()), [&](const QImage &image) {
+        QRect changed;
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x)
+                if (image.pixel(x, y) != kSlideColour)
+                    changed |= QRect(x, y, 1, 1);
+        return changed == hint;
+    });
+
+    const int size = pixels(160);
+    talk.companion.effectOn();
+    talk.hand.move({401, 502});
+    const Look dot =
+        discLook(Disc({401, 502}, size), blend(kSlideColour, qRgb(0xFF, 0, 0), 0.8), kSlideColour);
+    talk.expectLook("the dot",
+                    [&](int x, int y, QRgb seen) { return hint.contains(x, y) || dot(x, y, seen); });
+    talk.companion.effectOff();
+
+    talk.companion.pressOnce("01"); // To the lens.
+    talk.companion.pressOnce("02");
+    const QImage picture = noise(talk.desktop.size(), 5);
+    talk.slide.setPicture(picture);
+    talk.expectLook("the test picture without the hint", pictureLook(picture));
+    talk.companion.effectOn();
+    talk.hand.move({501, 402});
+    talk.expectLook("the lens", lensLook({501, 402}, size, 50, picture, picture, pixels(2)));
+}
+
+INSTANTIATE_TEST_SUITE_P(Factors, Scale, ::testing::Values("1.5", "2"), [](const auto &factor) {
+    return std::string(factor.param == std::string("2") ? "Two" : "OneAndAHalf");
+});
+
 } // namespace
 } // namespace companion::rig

@@ -199,6 +199,20 @@ TEST(SettingsControls, ChangeTheFileAtOnceWhenUsedWithTheKeyboardAlone) {
     EXPECT_EQ(desk.stored("LOCAL_MOUSESPEEDVALUE"), "50") << "no key leads to it";
 }
 
+TEST(SettingsControls, AreTwiceAsLargeWithTwoPixelsToThePoint) {
+    SettingsDesk desk(
+        CompanionProcess::Options{.settings = kEnglish, .environment = {{"QT_SCALE_FACTOR", "2"}}},
+        {.size = {1920, 1080}});
+    const auto window = desk.open();
+    EXPECT_TRUE(QRect(0, 0, 1920, 1080).contains(desk.areaOf(desk.frameOf(window))));
+    desk.click(control::kModes[3]);
+    desk.expectStored("LOCAL_MOUSETYPE", "3");
+    desk.expectMode(3);
+    desk.clickInto(control::kFrontAlphaNumber);
+    desk.retype("35");
+    desk.expectStored("LOCAL_FRONTALPHA", "0.3499999940395355");
+}
+
 TEST(SettingsControls, ColourDialogBlocksNothingAndItsCancelChangesNothing) {
     SettingsDesk desk(kEnglish);
     const auto window = desk.open();
@@ -249,7 +263,7 @@ TEST(SettingsControls, SendTheTimerOnceForEachPressAndNotTwiceWithinHalfASecond)
         desk.click(control::kSetTime);
         desk.click(control::kSetTime);
         expected += report(low);
-        waitUntil("a timer report", [&] { return sets() == expected; });
+        waitUntil("a timer report", [&] { return sets().size() >= expected.size(); });
         restsUntilEnabled();
         EXPECT_EQ(sets(), expected);
         desk.hand.tapKey(kKeyTab, kKeyShift); // Back to the number.
@@ -259,7 +273,8 @@ TEST(SettingsControls, SendTheTimerOnceForEachPressAndNotTwiceWithinHalfASecond)
     desk.click(control::kMoreTime);
     desk.click(control::kSetTime);
     expected += report("2b");
-    waitUntil("a timer report", [&] { return sets() == expected; });
+    waitUntil("a timer report", [&] { return sets().size() >= expected.size(); });
+    EXPECT_EQ(sets(), expected);
     EXPECT_EQ(desk.stored("LOCAL_TIMEVALUE"), "1") << "never stored";
 }
 
