@@ -44,6 +44,8 @@ protected:
         });
         overlay->setLevel(1002);
         overlay->setTakesMouse(takesMouse);
+        monitor->followMotion(true);
+        connection->waitUntilProcessed();
         for (const int x : {400, 410}) // Warm: the outline, the graphics context.
             moveTo(x, 500);
     }
