@@ -79,7 +79,23 @@ bool Application::makePlatform(std::string &error) {
         m_platform = makeX11Platform({m_queue, mainScreenScale}, error);
     else
         m_platform = makeNullPlatform();
-    return m_platform != nullptr;
+    if (!m_platform)
+        return false;
+    followScale();
+    QObject::connect(qGuiApp, &QGuiApplication::primaryScreenChanged, &m_context, [this] {
+        m_platform->scaleMayHaveChanged();
+        followScale();
+    });
+    return true;
+}
+
+void Application::followScale() {
+    const QScreen *screen = QGuiApplication::primaryScreen();
+    if (screen == nullptr)
+        return;
+    const auto changed = [this] { m_platform->scaleMayHaveChanged(); };
+    QObject::connect(screen, &QScreen::geometryChanged, &m_context, changed);
+    QObject::connect(screen, &QScreen::logicalDotsPerInchChanged, &m_context, changed);
 }
 
 void Application::start() {

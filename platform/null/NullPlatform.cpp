@@ -61,6 +61,7 @@ public:
     NullPlatform() { Log::line("no display: nothing is drawn and the mouse and keyboard are not followed"); }
 
     std::string_view name() const override { return "null"; }
+    void scaleMayHaveChanged() override {}
     OverlaySurface &surface() override { return m_surface; }
     InputMonitor &inputMonitor() override { return m_inputMonitor; }
     SyntheticMouse &syntheticMouse() override { return m_syntheticMouse; }

@@ -19,6 +19,9 @@ public:
 
     virtual std::string_view name() const = 0; // "x11", "null".
 
+    // The toolkit, which knows the scale, may hear of a changed screen later than the backend.
+    virtual void scaleMayHaveChanged() = 0;
+
     virtual OverlaySurface &surface() = 0;
     virtual InputMonitor &inputMonitor() = 0;
     virtual SyntheticMouse &syntheticMouse() = 0;

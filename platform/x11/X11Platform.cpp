@@ -35,6 +35,7 @@ public:
     bool complete() const { return m_surface != nullptr; }
 
     std::string_view name() const override { return "x11"; }
+    void scaleMayHaveChanged() override { m_screens.refreshSoon(); }
     OverlaySurface &surface() override { return *m_surface; }
     InputMonitor &inputMonitor() override { return m_inputMonitor; }
     SyntheticMouse &syntheticMouse() override { return m_syntheticMouse; }

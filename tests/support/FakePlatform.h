@@ -149,6 +149,7 @@ public:
 class FakePlatform final : public Platform {
 public:
     std::string_view name() const override { return "fake"; }
+    void scaleMayHaveChanged() override {}
     FakeSurface &surface() override { return fakeSurface; }
     FakeInputMonitor &inputMonitor() override { return monitor; }
     FakeMouse &syntheticMouse() override { return mouse; }
