@@ -23,18 +23,18 @@ class EventCostTest : public X11Fixture {
 protected:
     void start(bool takesMouse) {
         startServer();
-        client->pretendCompositor(true);
+        overlay->pretendCompositor();
         std::string error;
-        connection = X11Connection::open(queue, server->displayName(), error);
+        connection = X11Connection::open(queue, desktop->display(), error);
         ASSERT_NE(connection, nullptr) << error;
         screens.emplace(*connection, queue, [] { return 1.0; });
         compositor.emplace(*connection);
-        overlay = X11Surface::make(*connection, *screens, *compositor, error);
-        ASSERT_NE(overlay, nullptr) << error;
+        drawn = X11Surface::make(*connection, *screens, *compositor, error);
+        ASSERT_NE(drawn, nullptr) << error;
         monitor.emplace(*connection, *screens);
         config.setFrontColor(Color{1, 0, 0, 1});
         config.setFrontAlpha(0.8);
-        canvas.emplace(*overlay, queue);
+        canvas.emplace(*drawn, queue);
         dot = std::make_shared<LaserView>(PointRect{0, 0, 1920, 1080}, config);
         canvas->root()->addSubview(dot);
         monitor->addGlobalMonitor(1u << 5, [this](const InputEvent &event) {
@@ -42,8 +42,8 @@ protected:
             dot->setNeedsDisplay();
             ++events;
         });
-        overlay->setLevel(1002);
-        overlay->setTakesMouse(takesMouse);
+        drawn->setLevel(1002);
+        drawn->setTakesMouse(takesMouse);
         monitor->followMotion(true);
         connection->waitUntilProcessed();
         for (const int x : {400, 410}) // Warm: the outline, the graphics context.
@@ -54,8 +54,7 @@ protected:
     std::uint64_t moveTo(int x, int y) {
         const std::uint64_t before = xcb_total_written(connection->xcb());
         const int seen = events;
-        client->move(x, y);
-        client->sync();
+        hand->move({x, y});
         EXPECT_TRUE(eventually([&] { return events > seen; }));
         return xcb_total_written(connection->xcb()) - before;
     }
@@ -63,7 +62,7 @@ protected:
     std::unique_ptr<X11Connection> connection;
     std::optional<X11Screens> screens;
     std::optional<X11CompositorWatch> compositor;
-    std::unique_ptr<X11Surface> overlay;
+    std::unique_ptr<X11Surface> drawn;
     std::optional<X11InputMonitor> monitor;
     SettingsStore store;
     ConfigManager config{store};
