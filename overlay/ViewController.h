@@ -9,6 +9,7 @@
 #include "overlay/StillCapture.h"
 #include "overlay/TextField.h"
 #include "platform/ports/InputMonitor.h"
+#include "receiver/DeviceManagerDelegate.h"
 
 #include <QString>
 
@@ -41,7 +42,7 @@ class SettingView;
 //
 // Fixed 100, 200 and 500 ms steps are queue tasks that nothing takes back; the 0.3 s and 3.0 s time-outs are
 // cancellable and start anew with each request.
-class ViewController {
+class ViewController : public DeviceManagerDelegate {
 public:
     // All of it must outlive the controller.
     struct Needs {
@@ -60,7 +61,7 @@ public:
     };
 
     explicit ViewController(const Needs &needs);
-    ~ViewController();
+    ~ViewController() override;
 
     // Run by the platform, in this order: once when the overlay is loaded, when it appears, when it
     // disappears.

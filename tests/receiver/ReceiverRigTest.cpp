@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <ostream>
 #include <random>
 
 namespace companion::rig {
@@ -38,6 +39,10 @@ struct Kind {
     const char *name;
     RigMaker make;
 };
+
+[[maybe_unused]] void PrintTo(const Kind &kind, std::ostream *out) {
+    *out << kind.name;
+}
 
 class ReceiverRigTest : public ::testing::TestWithParam<Kind> {
 protected:
