@@ -76,7 +76,12 @@ public:
     // In the settings window that was opened last.
     QPoint placeOf(const Control &control) const;
     QRgb pixelAt(const Control &control) const { return screen.pixel(placeOf(control)); }
-    void click(const Control &control) { hand.clickAt(placeOf(control)); }
+    // As fast as a hand is: a window manager holds each press back until it has looked at it, and mixes up
+    // what comes meanwhile.
+    void click(const Control &control) {
+        hand.clickAt(placeOf(control));
+        letTimePass(50ms);
+    }
     // A click into a number, and waits until it has the keyboard: a window manager may hold a click back for
     // a moment, but no keys.
     void clickInto(const Control &number);
