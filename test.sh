@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds, and runs all tests; the unit tests once more under the sanitizers.
+# Installs what is missing, builds, and runs all tests; the unit and receiver tests once more under the sanitizers.
 # Arguments go to ctest: ./test.sh -R Spotlight
 set -euo pipefail
 cd "$(dirname "$0")"
@@ -13,5 +13,5 @@ cmake --build build/dev
 ctest --preset dev --parallel 2 "$@"
 
 cmake --preset asan
-cmake --build build/asan --target unit_tests
-ctest --preset asan --parallel 2 --label-regex '^unit$' --no-tests=ignore "$@"
+cmake --build build/asan --target unit_tests receiver_suites
+ctest --preset asan --parallel 2 --label-regex '^(unit|receiver)$' --no-tests=ignore "$@"

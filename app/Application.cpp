@@ -1,6 +1,7 @@
 #include "app/Application.h"
 
 #include "app/PresentedSettings.h"
+#include "core/Log.h"
 #include "platform/hidapi/HidApiPort.h"
 #include "platform/null/NullPlatform.h"
 #include "platform/ports/Platform.h"
@@ -78,7 +79,23 @@ bool Application::makePlatform(std::string &error) {
         m_platform = makeX11Platform({m_queue, mainScreenScale}, error);
     else
         m_platform = makeNullPlatform();
-    return m_platform != nullptr;
+    if (!m_platform)
+        return false;
+    followScale();
+    QObject::connect(qGuiApp, &QGuiApplication::primaryScreenChanged, &m_context, [this] {
+        m_platform->scaleMayHaveChanged();
+        followScale();
+    });
+    return true;
+}
+
+void Application::followScale() {
+    const QScreen *screen = QGuiApplication::primaryScreen();
+    if (screen == nullptr)
+        return;
+    const auto changed = [this] { m_platform->scaleMayHaveChanged(); };
+    QObject::connect(screen, &QScreen::geometryChanged, &m_context, changed);
+    QObject::connect(screen, &QScreen::logicalDotsPerInchChanged, &m_context, changed);
 }
 
 void Application::start() {
@@ -113,6 +130,7 @@ void Application::start() {
 void Application::quit() {
     m_feed.reset(); // Its socket has a name in the file system.
     std::fflush(nullptr);
+    Log::flush();
     _exit(EXIT_SUCCESS);
 }
 

@@ -16,6 +16,8 @@
 #include "settings/SettingsStore.h"
 #include "settings_ui/languages/LanguageSetting.h"
 
+#include <QObject>
+
 #include <memory>
 #include <optional>
 #include <string>
@@ -42,6 +44,7 @@ private:
 
     bool makeReceiver(std::string &error);
     bool makePlatform(std::string &error);
+    void followScale();
     [[noreturn]] void quit();
 
     CommandLine m_line;
@@ -51,6 +54,7 @@ private:
     LanguageSetting::UseStore m_language;
     Shared<ConfigManager>::Scope m_config;
     std::unique_ptr<Platform> m_platform;
+    QObject m_context; // The toolkit's news about screens end with it.
     VirtualReceiver m_virtualReceiver;
     std::unique_ptr<ReceiverFeed> m_feed;
     std::unique_ptr<HidPort> m_hid;

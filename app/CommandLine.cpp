@@ -37,6 +37,11 @@ bool applyVirtualReceiver(CommandLine &line, std::string_view value, std::string
 constexpr Option kOptions[] = {
     {"--demo", Value::None, "", "show each effect in turn with a receiver that needs no hardware, then end",
      [](CommandLine &line, std::string_view, std::string &) { return line.demo = true; }},
+    {"--doctor", Value::None, "", "tell what the program finds on this machine and what it lacks, and end",
+     [](CommandLine &line, std::string_view, std::string &) {
+         line.action = CommandLine::Action::Doctor;
+         return true;
+     }},
     {"--receiver", Value::Required, "VVVV:PPPP", "use the receiver with these USB identifiers (hexadecimal)",
      applyReceiver},
     {"--virtual-receiver", Value::Optional, "PATH",

@@ -9,7 +9,7 @@ namespace companion {
 
 // What one run was asked for.
 struct CommandLine {
-    enum class Action { Run, Help, Version };
+    enum class Action { Run, Doctor, Help, Version };
 
     Action action = Action::Run;
     bool demo = false;

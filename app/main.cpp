@@ -1,5 +1,6 @@
 #include "app/Application.h"
 #include "app/CommandLine.h"
+#include "app/Doctor.h"
 #include "app/SignalWatch.h"
 #include "core/Log.h"
 #include "platform/x11/X11Platform.h"
@@ -7,8 +8,12 @@
 
 #include <QApplication>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <span>
 #include <string>
 
@@ -20,6 +25,7 @@ constexpr int kCannotRun = 1;
 constexpr int kWrongUsage = 2;
 
 int fail(const std::string &error, int status) {
+    Log::flush(); // The error comes last.
     std::fprintf(stderr, "presenter-companion: %s\n", singleLine(error).c_str());
     return status;
 }
@@ -28,17 +34,39 @@ void toLog(QtMsgType, const QMessageLogContext &, const QString &message) {
     Log::line(message.toStdString());
 }
 
-// Without a display Qt would abort the process; without one chosen, it may pick another than ours.
+// Otherwise the first files we open would take these numbers, and the log would be written into one of them.
+void occupyStandardDescriptors() {
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(descriptor, F_GETFD) < 0)
+            open("/dev/null", O_RDWR); // Takes the lowest free number: this one.
+    }
+}
+
+// Without a display Qt would abort the process. Whatever else is asked for, the overlay needs X11; the two
+// platforms without a display are for machines that have none.
 bool chooseDisplay(std::string &error) {
-    if (qEnvironmentVariableIsSet("QT_QPA_PLATFORM") && qgetenv("QT_QPA_PLATFORM") != "xcb")
+    const QByteArray asked = qgetenv("QT_QPA_PLATFORM");
+    if (asked == "offscreen" || asked == "minimal")
         return true;
     qputenv("QT_QPA_PLATFORM", "xcb");
     return x11ServerAnswers(error);
 }
 
+// Qt is asked about screens and tray where there is a display; the rest needs none.
+int runDoctor(const CommandLine &line, int argumentCount, char **arguments) {
+    std::string error;
+    std::unique_ptr<QApplication> application;
+    if (chooseDisplay(error))
+        application = std::make_unique<QApplication>(argumentCount, arguments);
+    const auto findings = examine(gatherDoctorFacts({line.vendorId, line.productId}));
+    std::fputs(doctorReport(findings).c_str(), stdout);
+    return doctorStatus(findings);
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
+    occupyStandardDescriptors();
     std::string error;
     const auto line = parseCommandLine(
         std::span<const char *const>(argv + 1, static_cast<std::size_t>(argc > 0 ? argc - 1 : 0)), error);
@@ -52,12 +80,14 @@ int main(int argc, char **argv) {
         std::puts("presenter-companion " COMPANION_VERSION);
         return EXIT_SUCCESS;
     }
+    int qtArgumentCount = 1; // Our options are not Qt's.
+    if (line->action == CommandLine::Action::Doctor)
+        return runDoctor(*line, qtArgumentCount, argv);
     if (!chooseDisplay(error))
         return fail(error, kCannotRun);
 
     SignalWatch::blockSignals();
     qInstallMessageHandler(toLog);
-    int qtArgumentCount = 1; // Our options are not Qt's.
     QApplication application(qtArgumentCount, argv);
     QApplication::setApplicationName(QStringLiteral("presenter-companion"));
     QApplication::setDesktopFileName(QStringLiteral("presenter-companion"));

@@ -13,7 +13,10 @@ target_compile_options(companion_warnings INTERFACE
   -Wall -Wextra -Wshadow -Wconversion -Wold-style-cast $<$<BOOL:${COMPANION_WERROR}>:-Werror>)
 target_compile_definitions(companion_warnings INTERFACE QT_NO_KEYWORDS) # `signals` is also a word of POSIX.
 
-if(COMPANION_SANITIZE)
+if(COMPANION_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+elseif(COMPANION_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   # The compiler sees uninitialised members in the standard library's own code once it is instrumented.
   target_compile_options(companion_warnings INTERFACE -Wno-maybe-uninitialized)

@@ -2,6 +2,10 @@
 set(COMPANION_RECEIVER_VENDOR_ID "0x1209" CACHE STRING "USB vendor identifier of the receiver, 0x0001 to 0xFFFF")
 set(COMPANION_RECEIVER_PRODUCT_ID "0x0001" CACHE STRING "USB product identifier of the receiver, 0x0000 to 0xFFFF")
 
+# Of the device that the presence monitor watches for, which is another one.
+set(COMPANION_MONITORED_VENDOR_ID "0xF055" CACHE STRING "USB vendor identifier of the monitored device, 0x0001 to 0xFFFF")
+set(COMPANION_MONITORED_PRODUCT_ID "0x0002" CACHE STRING "USB product identifier of the monitored device, 0x0000 to 0xFFFF")
+
 # Fails unless the cache variable holds 0x and one to four hex digits, at least `minimum`.
 function(companion_check_usb_identifier variable minimum)
   if(NOT "${${variable}}" MATCHES "^0[xX][0-9a-fA-F]+$")
@@ -15,3 +19,12 @@ endfunction()
 
 companion_check_usb_identifier(COMPANION_RECEIVER_VENDOR_ID 1)
 companion_check_usb_identifier(COMPANION_RECEIVER_PRODUCT_ID 0)
+companion_check_usb_identifier(COMPANION_MONITORED_VENDOR_ID 1)
+companion_check_usb_identifier(COMPANION_MONITORED_PRODUCT_ID 0)
+
+math(EXPR companion_receiver "(${COMPANION_RECEIVER_VENDOR_ID} << 16) | ${COMPANION_RECEIVER_PRODUCT_ID}")
+math(EXPR companion_monitored "(${COMPANION_MONITORED_VENDOR_ID} << 16) | ${COMPANION_MONITORED_PRODUCT_ID}")
+if(companion_receiver EQUAL companion_monitored)
+  message(FATAL_ERROR "the receiver and the monitored device have the same identifiers, "
+    "${COMPANION_RECEIVER_VENDOR_ID}:${COMPANION_RECEIVER_PRODUCT_ID}; they are two devices")
+endif()

@@ -9,7 +9,7 @@ DelayedCalls::DelayedCalls(MainQueue &queue)
 void DelayedCalls::request(std::string_view operation, std::chrono::milliseconds delay, Task call) {
     const std::uint64_t generation = m_generations->try_emplace(std::string(operation)).first->second;
     m_queue.post(delay, [generations = std::weak_ptr(m_generations), operation = std::string(operation),
-                         generation, call = std::move(call)] {
+                         generation, call = std::move(call)]() mutable {
         const auto alive = generations.lock();
         if (alive && alive->at(operation) == generation)
             call();

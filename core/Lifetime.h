@@ -16,7 +16,7 @@ public:
     // Wraps a task so that it does nothing once the holder is gone.
     template <class F>
     auto guard(F task) const {
-        return [alive = watch(), task = std::move(task)](auto &&...arguments) {
+        return [alive = watch(), task = std::move(task)](auto &&...arguments) mutable {
             if (!alive.expired())
                 task(std::forward<decltype(arguments)>(arguments)...);
         };

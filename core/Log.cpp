@@ -1,9 +1,10 @@
 #include "core/Log.h"
 
+#include "core/LineWriter.h"
+
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -25,7 +26,7 @@ bool standardErrorIsJournal() {
            status.st_dev == device && status.st_ino == inode;
 }
 
-std::string timeStamp() {
+void appendTimeStamp(std::string &line) {
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
     tm local{};
@@ -33,24 +34,57 @@ std::string timeStamp() {
     char text[40];
     const std::size_t length = std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &local);
     std::snprintf(text + length, sizeof text - length, ".%03ld ", now.tv_nsec / 1'000'000);
-    return text;
+    line += text;
+}
+
+void appendSingleLine(std::string &line, std::string_view text) {
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (c == '\n') {
+            line += "\\n";
+        } else if (byte < 0x20 || byte == 0x7F) {
+            char escaped[5];
+            std::snprintf(escaped, sizeof escaped, "\\x%02x", byte);
+            line += escaped;
+        } else {
+            line += c;
+        }
+    }
+}
+
+void compose(std::string &line, std::string_view text) {
+    static const bool journal = standardErrorIsJournal();
+    line.clear();
+    if (!journal)
+        appendTimeStamp(line);
+    appendSingleLine(line, text);
+    line += '\n';
+}
+
+std::string dropNotice(std::uint64_t dropped) {
+    std::string line;
+    compose(line, std::to_string(dropped) + " log lines were dropped: nobody read them in time");
+    return line;
+}
+
+constexpr std::size_t kWaitingRoom = 64 * 1024;
+
+struct StandardError {
+    LineWriter writer{STDERR_FILENO, kWaitingRoom, dropNotice};
+    ~StandardError() { writer.flush(kPatience); }
+    // For a reader that is only slow; one that has stopped must not keep the program from ending.
+    static constexpr std::chrono::milliseconds kPatience{300};
+};
+
+StandardError &standardError() {
+    static StandardError only;
+    return only;
 }
 
 void writeToStandardError(std::string_view text) {
-    static const bool journal = standardErrorIsJournal();
-    std::string line = journal ? std::string() : timeStamp();
-    line += singleLine(text);
-    line += '\n';
-    // One write per line keeps lines whole; a reader that has gone away must not end the program.
-    std::string_view rest = line;
-    while (!rest.empty()) {
-        const ssize_t written = ::write(STDERR_FILENO, rest.data(), rest.size());
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0)
-            return;
-        rest.remove_prefix(static_cast<std::size_t>(written));
-    }
+    thread_local std::string line; // Kept for its memory.
+    compose(line, text);
+    standardError().writer.write(line);
 }
 
 Log::Sink &sink() {
@@ -67,15 +101,23 @@ void Log::line(std::string_view text) {
 void Log::format(const char *format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    va_list measured;
-    va_copy(measured, arguments);
-    const int length = std::vsnprintf(nullptr, 0, format, measured);
-    va_end(measured);
-    std::string text(length > 0 ? static_cast<std::size_t>(length) : 0, '\0');
-    if (length > 0)
-        std::vsnprintf(text.data(), text.size() + 1, format, arguments);
+    va_list again;
+    va_copy(again, arguments);
+    char usual[256]; // Of lines that are written for every pointer event.
+    const int length = std::vsnprintf(usual, sizeof usual, format, arguments);
     va_end(arguments);
-    line(text);
+    if (length >= 0 && static_cast<std::size_t>(length) < sizeof usual) {
+        line({usual, static_cast<std::size_t>(length)});
+    } else if (length > 0) {
+        std::string text(static_cast<std::size_t>(length), '\0');
+        std::vsnprintf(text.data(), text.size() + 1, format, again);
+        line(text);
+    }
+    va_end(again);
+}
+
+void Log::flush() {
+    standardError().writer.flush(StandardError::kPatience);
 }
 
 Log::Sink Log::setSink(Sink replacement) {
@@ -85,18 +127,7 @@ Log::Sink Log::setSink(Sink replacement) {
 std::string singleLine(std::string_view text) {
     std::string line;
     line.reserve(text.size());
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (c == '\n') {
-            line += "\\n";
-        } else if (byte < 0x20 || byte == 0x7F) {
-            char escaped[5];
-            std::snprintf(escaped, sizeof escaped, "\\x%02x", byte);
-            line += escaped;
-        } else {
-            line += c;
-        }
-    }
+    appendSingleLine(line, text);
     return line;
 }
 

@@ -18,8 +18,12 @@ public:
     [[gnu::format(printf, 1, 2)]] static void format(const char *format, ...);
 
     // Replaces the sink and returns the one before. The default writes to standard error, prefixed with a
-    // time stamp unless standard error is the journal, which adds its own.
+    // time stamp unless standard error is the journal, which adds its own. It never waits for a reader; what
+    // one cannot take yet is kept, and beyond some 1,000 lines it is counted instead.
     static Sink setSink(Sink sink);
+
+    // To be called before the process is ended by other means than exit(): gives a slow reader a moment.
+    static void flush();
 };
 
 // A line of UTF-8 text with its control characters escaped (a line feed becomes \n), so that no text from

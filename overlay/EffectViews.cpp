@@ -22,7 +22,7 @@ Look SpotlightView::drawRect(const PixelSpace &space, const PointRect &frameInRo
     if (dim == 0)
         return {};
     const QRectF hole = space.toPixels(inRoot(m_spotlightRect, frameInRoot));
-    m_hole = Disc(hole);
+    m_hole.moveTo(hole);
     return {dim, space.touched(hole)};
 }
 
@@ -33,14 +33,12 @@ void SpotlightView::paint(const PixelPatch &patch) const {
         Pixel *row = rowOf(patch, y);
         const int end = area.right() + 1;
         const Disc::Row hole = m_hole.row(y, area.left(), end);
-        for (int x = area.left(); x < hole.rimLeft; ++x)
-            row[x] = over(dim, row[x]);
+        fillOver(patch, row, area.left(), hole.rimLeft, dim);
         for (int x = hole.rimLeft; x < hole.inside; ++x)
             row[x] = over(scaled(dim, 255 - m_hole.coverage(x, y)), row[x]);
         for (int x = hole.rimRight; x < hole.end; ++x)
             row[x] = over(scaled(dim, 255 - m_hole.coverage(x, y)), row[x]);
-        for (int x = hole.end; x < end; ++x)
-            row[x] = over(dim, row[x]);
+        fillOver(patch, row, hole.end, end, dim);
     }
 }
 
@@ -51,7 +49,7 @@ Look LaserView::drawRect(const PixelSpace &space, const PointRect &frameInRoot) 
     if (m_pixel == 0)
         return {};
     const QRectF dot = space.toPixels(inRoot(m_laserRect, frameInRoot));
-    m_dot = Disc(dot);
+    m_dot.moveTo(dot);
     return {0, space.touched(dot)};
 }
 
@@ -62,8 +60,7 @@ void LaserView::paint(const PixelPatch &patch) const {
         const Disc::Row dot = m_dot.row(y, area.left(), area.right() + 1);
         for (int x = dot.rimLeft; x < dot.inside; ++x)
             row[x] = over(scaled(m_pixel, m_dot.coverage(x, y)), row[x]);
-        for (int x = dot.inside; x < dot.rimRight; ++x)
-            row[x] = over(m_pixel, row[x]);
+        fillOver(patch, row, dot.inside, dot.rimRight, m_pixel);
         for (int x = dot.rimRight; x < dot.end; ++x)
             row[x] = over(scaled(m_pixel, m_dot.coverage(x, y)), row[x]);
     }

@@ -30,7 +30,7 @@ protected:
 private:
     const ConfigManager &m_config;
     PointRect m_spotlightRect;
-    Disc m_hole{QRectF()};
+    Disc m_hole;
 };
 
 // The digital pointer: a filled disc. Reads colour and alpha from the settings at each drawing.
@@ -41,6 +41,10 @@ public:
     // Effect rect, points of the view. The zero rect, until the mouse has moved: nothing to see.
     const PointRect &laserRect() const { return m_laserRect; }
     void setLaserRect(const PointRect &rect) { m_laserRect = rect; }
+
+    // Never assigned; the overlay sees the mouse through the input monitor.
+    const std::shared_ptr<void> &trackingArea() const { return m_trackingArea; }
+    void setTrackingArea(std::shared_ptr<void> area) { m_trackingArea = std::move(area); }
 
     // Called once after creation; has nothing to do.
     void setViewData() {}
@@ -53,7 +57,8 @@ protected:
 private:
     const ConfigManager &m_config;
     PointRect m_laserRect;
-    Disc m_dot{QRectF()};
+    std::shared_ptr<void> m_trackingArea;
+    Disc m_dot;
     Pixel m_pixel = 0;
 };
 

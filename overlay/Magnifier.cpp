@@ -4,19 +4,10 @@
 #include "overlay/Pixels.h"
 #include "settings/ConfigManager.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace companion {
-namespace {
-
-// Column or row of the picture that shows at overlay column or row `pixel`; -1 outside of the picture.
-int sourceIndex(int pixel, double centre, double cursor, double zoom, int count) {
-    const double source = std::floor(cursor + (pixel + 0.5 - centre) / zoom);
-    return source >= 0 && source < count ? static_cast<int>(source) : -1;
-}
-
-} // namespace
-
 ZoomView::ZoomView(const PointRect &frame, const ConfigManager &config) : View(frame), m_config(config) {}
 
 void ZoomView::setRenderPoint(Point point) {
@@ -30,9 +21,9 @@ Look ZoomView::drawRect(const PixelSpace &space, const PointRect &frameInRoot) {
     m_cursor = space.toPixels(Point{m_renderPoint.x + half, m_renderPoint.y + half});
     const QRectF lens = space.toPixels(frameInRoot);
     m_centre = lens.center();
-    m_disc = Disc(lens);
+    m_disc.moveTo(lens);
     const double border = layer().borderWidth * space.scale;
-    m_inside = Disc(lens.adjusted(border, border, -border, -border));
+    m_inside.moveTo(lens.adjusted(border, border, -border, -border));
     m_ring = pixelOf(layer().borderColor, layer().borderColor.alpha);
     Log::format("%f,%f", m_renderPoint.x, m_renderPoint.y);
     return {0, space.touched(lens)};
@@ -47,32 +38,56 @@ const QImage &ZoomView::picture() const {
     return none;
 }
 
-void ZoomView::paint(const PixelPatch &patch) const {
-    const QRect area = patch.area & look().detail;
-    for (int y = area.top(); y <= area.bottom(); ++y) {
-        Pixel *row = rowOf(patch, y);
-        paintPicture(row, y, area);
-        paintRing(row, y, area);
+// What lies outside of the picture is left out; the rest is one run.
+void ZoomView::Axis::map(int from, int count, double centre, double cursor, double zoom, int limit) {
+    source.clear();
+    for (int place = from; place < from + count; ++place) {
+        const double index = std::floor(cursor + (place + 0.5 - centre) / zoom);
+        if (!(index >= 0 && index < limit))
+            continue;
+        if (source.empty())
+            first = place;
+        source.push_back(static_cast<int>(index));
     }
 }
 
-void ZoomView::paintPicture(Pixel *row, int y, const QRect &area) const {
+void ZoomView::drawLayerInContext(const PixelPatch &context) const {
+    const QRect area = context.area & look().detail;
+    paintPicture(context, area);
+    for (int y = area.top(); y <= area.bottom(); ++y)
+        paintRing(rowOf(context, y), y, area);
+}
+
+// A row of the picture shows in several rows of the lens: it is enlarged once and copied.
+void ZoomView::paintPicture(const PixelPatch &patch, const QRect &area) const {
     const QImage &image = picture();
     if (m_zoom == 0 || image.isNull())
         return;
     const auto zoom = static_cast<double>(m_zoom);
-    const int sourceY = sourceIndex(y, m_centre.y(), m_cursor.y(), zoom, image.height());
-    if (sourceY < 0)
+    m_columns.map(area.left(), area.width(), m_centre.x(), m_cursor.x(), zoom, image.width());
+    m_rows.map(area.top(), area.height(), m_centre.y(), m_cursor.y(), zoom, image.height());
+    if (m_columns.source.empty())
         return;
-    const auto *source = reinterpret_cast<const Pixel *>(image.constScanLine(sourceY));
-    const Disc::Row disc = m_disc.row(y, area.left(), area.right() + 1);
-    for (int x = disc.rimLeft; x < disc.end; ++x) {
-        const int sourceX = sourceIndex(x, m_centre.x(), m_cursor.x(), zoom, image.width());
-        if (sourceX < 0)
-            continue;
-        const Pixel pixel = source[sourceX] | 0xff000000;
-        const bool rim = x < disc.inside || x >= disc.rimRight;
-        row[x] = rim ? over(scaled(pixel, m_disc.coverage(x, y)), row[x]) : pixel;
+    m_line.resize(m_columns.source.size());
+    const auto pixelAt = [this](int x) { return m_line[static_cast<std::size_t>(x - m_columns.first)]; };
+    int enlarged = -1; // Row of the picture that is in m_line.
+    for (int y = m_rows.first; y < m_rows.end(); ++y) {
+        if (m_rows.at(y) != enlarged) {
+            enlarged = m_rows.at(y);
+            const auto *source = reinterpret_cast<const Pixel *>(image.constScanLine(enlarged));
+            std::transform(m_columns.source.begin(), m_columns.source.end(), m_line.begin(),
+                           [source](int column) { return source[column] | 0xff000000; });
+        }
+        Pixel *row = rowOf(patch, y);
+        const Disc::Row disc = m_disc.row(y, m_columns.first, m_columns.end());
+        const auto paintRim = [&](int from, int to) {
+            for (int x = from; x < to; ++x)
+                row[x] = over(scaled(pixelAt(x), m_disc.coverage(x, y)), row[x]);
+        };
+        paintRim(disc.rimLeft, disc.inside);
+        std::copy_n(m_line.begin() + (disc.inside - m_columns.first), disc.rimRight - disc.inside,
+                    row + disc.inside);
+        paintRim(disc.rimRight, disc.end);
     }
 }
 

@@ -40,14 +40,26 @@ public:
     Point renderPoint() const { return m_renderPoint; }
     void setRenderPoint(Point point);
 
-    void paint(const PixelPatch &patch) const override;
+    // Draws the enlarged picture, and the ring over it.
+    void drawLayerInContext(const PixelPatch &context) const;
+    void paint(const PixelPatch &patch) const override { drawLayerInContext(patch); }
 
 protected:
     Look drawRect(const PixelSpace &space, const PointRect &frameInRoot) override;
 
 private:
+    // Which columns or rows of the picture show where, along one axis of the lens.
+    struct Axis {
+        int first = 0;           // Column or row of the overlay.
+        std::vector<int> source; // Of the picture, from `first` on.
+
+        void map(int first, int count, double centre, double cursor, double zoom, int limit);
+        int end() const { return first + static_cast<int>(source.size()); }
+        int at(int place) const { return source[static_cast<std::size_t>(place - first)]; }
+    };
+
     const QImage &picture() const;
-    void paintPicture(Pixel *row, int y, const QRect &area) const;
+    void paintPicture(const PixelPatch &patch, const QRect &area) const;
     void paintRing(Pixel *row, int y, const QRect &area) const;
 
     const ConfigManager &m_config;
@@ -56,8 +68,13 @@ private:
     std::int64_t m_zoom = 0; // Whole factor; 0 shows nothing inside the ring.
     QPointF m_cursor;        // Device pixels.
     QPointF m_centre;        // Of the lens, device pixels.
-    Disc m_disc{QRectF()};
-    Disc m_inside{QRectF()}; // Within the ring.
+    Disc m_disc;
+    Disc m_inside; // Within the ring.
+
+    // Kept between paintings for their memory.
+    mutable Axis m_columns;
+    mutable Axis m_rows;
+    mutable std::vector<Pixel> m_line;
     Pixel m_ring = 0;
 };
 

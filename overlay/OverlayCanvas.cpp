@@ -143,9 +143,12 @@ void OverlayCanvas::addFills(const QRect &damage) {
 }
 
 void OverlayCanvas::paint(const PixelPatch &patch) const {
+    PixelPatch target = patch;
     for (const Layer &layer : m_shown) {
-        if (layer.extent().intersects(patch.area))
-            layer.view->paint(patch);
+        if (!layer.extent().intersects(patch.area))
+            continue;
+        layer.view->paint(target);
+        target.blank = false;
     }
 }
 

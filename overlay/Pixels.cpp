@@ -25,11 +25,8 @@ Pixel pixelOf(const std::optional<Color> &color, double alpha) {
 
 void fillOver(const PixelPatch &patch, const QRect &area, Pixel pixel) {
     const QRect inside = area & patch.area;
-    for (int y = inside.top(); y <= inside.bottom(); ++y) {
-        Pixel *row = rowOf(patch, y);
-        for (int x = inside.left(); x <= inside.right(); ++x)
-            row[x] = over(pixel, row[x]);
-    }
+    for (int y = inside.top(); y <= inside.bottom(); ++y)
+        fillOver(patch, rowOf(patch, y), inside.left(), inside.right() + 1, pixel);
 }
 
 } // namespace companion

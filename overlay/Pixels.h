@@ -3,6 +3,7 @@
 #include "core/Color.h"
 #include "platform/ports/OverlaySurface.h"
 
+#include <algorithm>
 #include <optional>
 
 // Arithmetic on premultiplied pixels. Nothing here allocates.
@@ -34,6 +35,16 @@ inline Pixel over(Pixel above, Pixel below) {
 inline Pixel *rowOf(const PixelPatch &patch, int y) {
     return patch.pixels + static_cast<std::ptrdiff_t>(y - patch.area.top()) * patch.stride -
            patch.area.left();
+}
+
+// Lays the pixel over the columns from `from` to before `to` of a row of the patch.
+inline void fillOver(const PixelPatch &patch, Pixel *row, int from, int to, Pixel pixel) {
+    if (patch.blank) {
+        std::fill(row + from, row + std::max(from, to), pixel);
+        return;
+    }
+    for (int x = from; x < to; ++x)
+        row[x] = over(pixel, row[x]);
 }
 
 // Lays the pixel over every pixel of the area inside the patch.

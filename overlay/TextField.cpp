@@ -45,6 +45,9 @@ void TextField::setText(const QString &text) {
 
 Look TextField::drawRect(const PixelSpace &space, const PointRect &frameInRoot) {
     m_scale = space.scale;
+    m_room = QRectF(space.snapped(frameInRoot)).adjusted(kPadding * m_scale, 0, -kPadding * m_scale, 0);
+    if (!m_text.isEmpty())
+        m_font = fittingFont(m_text, m_fontSize * m_scale, m_room);
     return {0, space.snapped(frameInRoot)};
 }
 
@@ -61,11 +64,10 @@ void TextField::paint(const PixelPatch &patch) const {
     painter.fillPath(shape, toQColor(layer().backgroundColor));
     if (m_text.isEmpty())
         return;
-    const QRectF room = frame.adjusted(kPadding * m_scale, 0, -kPadding * m_scale, 0);
     painter.setClipPath(shape);
-    painter.setFont(fittingFont(m_text, m_fontSize * m_scale, room));
+    painter.setFont(m_font);
     painter.setPen(Qt::black);
-    painter.drawText(room, kFlags, m_text);
+    painter.drawText(m_room, kFlags, m_text);
 }
 
 } // namespace companion

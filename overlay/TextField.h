@@ -2,6 +2,7 @@
 
 #include "overlay/View.h"
 
+#include <QFont>
 #include <QString>
 
 namespace companion {
@@ -25,6 +26,8 @@ private:
     double m_fontSize;
     QString m_text;
     double m_scale = 1;
+    QRectF m_room; // For the text, device pixels.
+    QFont m_font;  // In which the text fits.
 };
 
 } // namespace companion

@@ -59,6 +59,8 @@ std::shared_ptr<TextField> makeField(const PointRect &frame, const Color &backgr
 ViewController::ViewController(const Needs &needs)
     : m_needs(needs),
       m_canvas(needs.platform.surface(), needs.queue),
+      m_still(needs.queue, m_canvas, needs.platform.screenCapture(),
+              [this](const QImage &picture) { pictureTaken(picture); }),
       m_calls(needs.queue) {
     m_canvas.onScreenChanged([this] { screenChanged(); });
 }
@@ -108,10 +110,6 @@ void ViewController::viewDidAppear() {
 
 void ViewController::observe(std::string_view name, Step step) {
     m_needs.center.addObserver(m_lifetime, name, [this, step](const Notification &) { (this->*step)(); });
-}
-
-void ViewController::after(std::chrono::milliseconds delay, Task task) {
-    m_needs.queue.post(delay, m_lifetime.guard(std::move(task)));
 }
 
 void ViewController::screenChanged() {

@@ -6,8 +6,10 @@
 #include "overlay/Magnifier.h"
 #include "overlay/OverlayCanvas.h"
 #include "overlay/PresentedController.h"
+#include "overlay/StillCapture.h"
 #include "overlay/TextField.h"
 #include "platform/ports/InputMonitor.h"
+#include "receiver/DeviceManagerDelegate.h"
 
 #include <QString>
 
@@ -40,7 +42,7 @@ class SettingView;
 //
 // Fixed 100, 200 and 500 ms steps are queue tasks that nothing takes back; the 0.3 s and 3.0 s time-outs are
 // cancellable and start anew with each request.
-class ViewController {
+class ViewController : public DeviceManagerDelegate {
 public:
     // All of it must outlive the controller.
     struct Needs {
@@ -59,7 +61,7 @@ public:
     };
 
     explicit ViewController(const Needs &needs);
-    ~ViewController();
+    ~ViewController() override;
 
     // Run by the platform, in this order: once when the overlay is loaded, when it appears, when it
     // disappears.
@@ -102,6 +104,8 @@ public:
     void keyDown(const InputEvent &) {}
     void keyUp(const InputEvent &) {}
 
+    void setRepresentedObject(const std::shared_ptr<void> &) {} // The controller stands for itself.
+
     bool mouseEffectIsOn() const { return m_mouseEffectIsOn; }
     OverlayCanvas &canvas() { return m_canvas; }
 
@@ -129,7 +133,10 @@ public:
     HidManager *hidManager() const { return m_hidManager; }
     void setHidManager(HidManager *manager) { m_hidManager = manager; }
 
-    // Kept for wiring that does not exist yet: nothing in the program assigns or uses these.
+    // Kept for wiring that does not exist yet: nothing in the program assigns or uses these. The event
+    // monitor stays for the platform's life, so its handle is not kept either.
+    const std::shared_ptr<void> &mEventMonitor() const { return m_mEventMonitor; }
+    void setMEventMonitor(std::shared_ptr<void> monitor) { m_mEventMonitor = std::move(monitor); }
     const std::shared_ptr<View> &mouseView() const { return m_mouseView; }
     void setMouseView(std::shared_ptr<View> view) { m_mouseView = std::move(view); }
     const std::shared_ptr<DeviceManager> &deviceManager() const { return m_deviceManager; }
@@ -145,7 +152,11 @@ private:
     using Step = void (ViewController::*)();
 
     void observe(std::string_view name, Step step);
-    void after(std::chrono::milliseconds delay, Task task); // Fixed delay; dropped if the controller is gone.
+    // Fixed delay; dropped if the controller is gone.
+    template <class F>
+    void after(std::chrono::milliseconds delay, F task) {
+        m_needs.queue.post(delay, m_lifetime.guard(std::move(task)));
+    }
     void screenChanged();
     void handle(const InputEvent &event);
     void watchedKeyDown(int keyCode);
@@ -153,7 +164,9 @@ private:
     void holdEffect();
     void buildMagnifier();
     void keepFewHolders();
+    void dropPicture();
     void hideEffectViews();
+    void pictureTaken(const QImage &picture);
     void showHint(const QString &text);
     void showSizeHint();
     QString modeName(std::uint64_t type) const;
@@ -161,10 +174,12 @@ private:
 
     Needs m_needs;
     OverlayCanvas m_canvas;
+    StillCapture m_still;
     DelayedCalls m_calls;
     PointRect m_content; // The content view's frame that the fields and views were made for.
 
     bool m_mouseEffectIsOn = false;
+    std::shared_ptr<void> m_mEventMonitor;
     std::shared_ptr<View> m_mouseView;
     std::shared_ptr<NormalView> m_normalView;
     std::shared_ptr<LaserView> m_laserView;

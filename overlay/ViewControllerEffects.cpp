@@ -5,7 +5,7 @@
 #include "platform/ports/CursorVisibility.h"
 #include "platform/ports/OverlaySurface.h"
 #include "platform/ports/Platform.h"
-#include "platform/ports/ScreenCapture.h"
+#include "platform/ports/Watchdog.h"
 #include "settings/ConfigManager.h"
 
 #include <algorithm>
@@ -21,7 +21,6 @@ constexpr auto kEffectOffDelay = 300ms;
 constexpr auto kHintTime = 3000ms;
 constexpr auto kClickDelay = 100ms;
 constexpr auto kFirstCaptureDelay = 100ms;
-constexpr auto kCaptureDelay = 100ms; // For the hidden lens to leave the screen.
 
 constexpr std::int64_t kSizeStep = 10;
 constexpr std::int64_t kLargestSize = 250;
@@ -53,6 +52,7 @@ std::int64_t stepped(std::int64_t size, std::int64_t step) {
 } // namespace
 
 void ViewController::refreshPen() {
+    dropPicture();
     takeOut(m_zoomScreenShotImageView);
     takeOut(m_normalView);
     takeOut(m_spotlightView);
@@ -129,6 +129,8 @@ void ViewController::mouseEffectOn() {
         });
     }
     m_mouseEffectIsOn = true;
+    m_needs.platform.inputMonitor().followMotion(true);
+    m_needs.platform.watchdog().setOn(true);
     if (m_needs.config.type() != kEffectNormal)
         m_needs.center.post(SYSTEM_SETMOUSEIGNORES, true);
     after(0ms, [this] { holdEffect(); });
@@ -149,12 +151,21 @@ void ViewController::setMouseEffectOff() {
     m_needs.center.post(SYSTEM_SETMOUSEIGNORES, false);
     after(kClickDelay, [this] {
         clickCentre();
-        if (!m_mouseEffectIsOn) // Pressed again meanwhile: these are the new effect's views.
-            hideEffectViews();
+        if (m_mouseEffectIsOn) // Pressed again meanwhile: these are the new effect's views.
+            return;
+        hideEffectViews();
+        m_needs.platform.inputMonitor().followMotion(false);
+        m_needs.platform.watchdog().setOn(false);
     });
 }
 
+void ViewController::dropPicture() {
+    if (m_zoomScreenShotImageView)
+        m_zoomScreenShotImageView->setImage({});
+}
+
 void ViewController::hideEffectViews() {
+    dropPicture(); // The next effect takes its own.
     hide(m_zoomScreenShotImageView);
     hide(m_normalView);
     hide(m_spotlightView);
@@ -206,25 +217,20 @@ void ViewController::drawZoomView(const PointRect &rect) {
 }
 
 void ViewController::screenShotMethod() {
-    if (m_zoomScreenShotImageView)
-        m_zoomScreenShotImageView->setImage({});
+    dropPicture();
     hide(m_zoomView);
-    m_canvas.setOutOfSight(true); // The hint must not be in the picture either.
-    after(kCaptureDelay, [this] {
-        const auto show = m_lifetime.guard([this](const QImage &picture) {
-            m_canvas.setOutOfSight(false);
-            if (picture.isNull())
-                Log::line("no picture of the screen: the magnifier stays empty");
-            if (m_zoomScreenShotImageView)
-                m_zoomScreenShotImageView->setImage(picture);
-            if (m_zoomView) {
-                m_zoomView->setNeedsDisplay();
-                if (m_mouseEffectIsOn)
-                    m_zoomView->setHidden(false);
-            }
-        });
-        m_needs.platform.screenCapture().captureDesktop(show);
-    });
+    m_still.take();
+}
+
+void ViewController::pictureTaken(const QImage &picture) {
+    // A picture is a screenful of memory: kept only while there may be something to see of it.
+    if (m_zoomScreenShotImageView)
+        m_zoomScreenShotImageView->setImage(m_mouseEffectIsOn ? picture : QImage());
+    if (!m_zoomView)
+        return;
+    m_zoomView->setNeedsDisplay();
+    if (m_mouseEffectIsOn)
+        m_zoomView->setHidden(false);
 }
 
 void ViewController::mouseSizeAdd() {

@@ -22,6 +22,10 @@ ReceiverIdentity builtInReceiverIdentity() {
     return {COMPANION_RECEIVER_VENDOR_ID, COMPANION_RECEIVER_PRODUCT_ID};
 }
 
+ReceiverIdentity builtInMonitoredIdentity() {
+    return {COMPANION_MONITORED_VENDOR_ID, COMPANION_MONITORED_PRODUCT_ID};
+}
+
 std::optional<ReceiverIdentity> parseReceiverIdentity(std::string_view text, std::string &error) {
     const auto fail = [&error](std::string_view offender, const char *why) {
         error = '\'' + singleLine(offender) + "' " + why;

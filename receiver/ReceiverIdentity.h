@@ -17,6 +17,9 @@ struct ReceiverIdentity {
 // What this build is for.
 ReceiverIdentity builtInReceiverIdentity();
 
+// Of the device that DeviceManager looks for; never the receiver.
+ReceiverIdentity builtInMonitoredIdentity();
+
 // "VVVV:PPPP", one to four hex digits each. Nothing, and a text that quotes the offender, when malformed.
 std::optional<ReceiverIdentity> parseReceiverIdentity(std::string_view text, std::string &error);
 

@@ -2,7 +2,6 @@
 
 #include "core/Log.h"
 
-#include <QDir>
 #include <QFileInfo>
 #include <QStandardPaths>
 #include <QStringList>
@@ -26,13 +25,6 @@ std::optional<QString> reasonAgainst(const QFileInfo &file) {
     return std::nullopt;
 }
 
-// A writer that was killed leaves its unfinished file behind (the name and a random ending).
-void removeUnfinishedFiles(const QFileInfo &file) {
-    QDir folder = file.absoluteDir();
-    for (const QString &name : folder.entryList({file.fileName() + QStringLiteral(".??????")}, QDir::Files))
-        folder.remove(name);
-}
-
 void logAbout(const QString &path, const QString &what) {
     Log::line(QStringLiteral("settings: %1: %2").arg(path, what).toStdString());
 }
@@ -47,7 +39,6 @@ SettingsStore::SettingsStore(const QString &path) {
         logAbout(path, *reason + QStringLiteral("; going on with the defaults, changes will not be kept"));
         return;
     }
-    removeUnfinishedFiles(file);
     m_file = std::make_unique<QSettings>(path, QSettings::IniFormat);
     if (m_file->status() != QSettings::NoError)
         logAbout(path, QStringLiteral("damaged; going on with what can be read of it"));

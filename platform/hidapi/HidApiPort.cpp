@@ -72,8 +72,10 @@ HidPort::Handle *HidApiPort::open(std::uint16_t vendorId, std::uint16_t productI
         return nullptr;
     const std::unique_ptr<hid_device_info, FreeEnumeration> list(hid_enumerate(vendorId, productId));
     std::vector<HidUsage> usages;
-    for (const hid_device_info *each = list.get(); each != nullptr; each = each->next)
-        usages.push_back({each->path, each->usage_page});
+    for (const hid_device_info *each = list.get(); each != nullptr; each = each->next) {
+        if (each->path != nullptr) // A node may vanish while it is looked at.
+            usages.push_back({each->path, each->usage_page});
+    }
 
     auto receiver = std::make_unique<OpenReceiver>();
     const auto answers = [&receiver](const HidInterface &each, bool mustAnswer) {

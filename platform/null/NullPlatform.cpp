@@ -6,6 +6,7 @@
 #include "platform/ports/OverlaySurface.h"
 #include "platform/ports/ScreenCapture.h"
 #include "platform/ports/SyntheticMouse.h"
+#include "platform/ports/Watchdog.h"
 
 namespace companion {
 
@@ -28,6 +29,7 @@ class NullInputMonitor final : public InputMonitor {
 public:
     bool available() const override { return false; }
     void addGlobalMonitor(unsigned, Handler) override {}
+    void followMotion(bool) override {}
 };
 
 class NullSyntheticMouse final : public SyntheticMouse {
@@ -49,16 +51,23 @@ public:
     void show() override {}
 };
 
+class NullWatchdog final : public Watchdog {
+public:
+    void setOn(bool) override {}
+};
+
 class NullPlatform final : public Platform {
 public:
     NullPlatform() { Log::line("no display: nothing is drawn and the mouse and keyboard are not followed"); }
 
     std::string_view name() const override { return "null"; }
+    void scaleMayHaveChanged() override {}
     OverlaySurface &surface() override { return m_surface; }
     InputMonitor &inputMonitor() override { return m_inputMonitor; }
     SyntheticMouse &syntheticMouse() override { return m_syntheticMouse; }
     ScreenCapture &screenCapture() override { return m_screenCapture; }
     CursorVisibility &cursor() override { return m_cursor; }
+    Watchdog &watchdog() override { return m_watchdog; }
 
 private:
     NullSurface m_surface;
@@ -66,6 +75,7 @@ private:
     NullSyntheticMouse m_syntheticMouse;
     NullScreenCapture m_screenCapture;
     NullCursor m_cursor;
+    NullWatchdog m_watchdog;
 };
 
 } // namespace

@@ -6,7 +6,7 @@
 
 namespace companion {
 
-// Numbered as the system's own event types are; the monitor's mask is a bit set of these.
+// The numbers are the bits of the monitor's mask.
 enum class InputEventType {
     LeftMouseUp = 2,
     RightMouseUp = 4,
@@ -42,6 +42,10 @@ public:
     // `mask` has the bit 1 << type set for each wanted event type. Handlers run on the main thread, and stay
     // for the monitor's life. Motions that arrive together come as one event with the last location.
     virtual void addGlobalMonitor(unsigned mask, Handler handler) = 0;
+
+    // Motions and drags may be left out while this is off, as it is at first: an idle program is not to be
+    // woken by every move of the mouse.
+    virtual void followMotion(bool follow) = 0;
 };
 
 } // namespace companion

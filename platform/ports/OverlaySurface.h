@@ -19,6 +19,7 @@ struct PixelPatch {
     QRect area;
     Pixel *pixels;
     int stride;
+    bool blank = true; // Still all zero: what is laid over it is copied.
 };
 
 // One display pass: what replaces what is on the overlay now. Everything in device pixels, origin top left.
@@ -61,8 +62,8 @@ public:
     // Above whatever has come up since; the order of the levels stays.
     virtual void raise() = 0;
 
-    // Keeps the overlay below this window (level 1003) for as long as that is on the screen. The identifier is the
-    // window system's own.
+    // Keeps the overlay below this window (level 1003) for as long as that is on the screen. The identifier
+    // is the window system's own.
     virtual void stayBelow(std::uintptr_t nativeWindow) = 0;
 
     // `paint` is called during the call: for each patch, or for bands of it if it is large. Not while

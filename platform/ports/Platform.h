@@ -9,6 +9,7 @@ class InputMonitor;
 class OverlaySurface;
 class ScreenCapture;
 class SyntheticMouse;
+class Watchdog;
 
 // One backend: everything the program needs of a display. What a backend cannot do is logged once when it is
 // made and is a no-op afterwards. The parts live as long as the platform.
@@ -18,11 +19,15 @@ public:
 
     virtual std::string_view name() const = 0; // "x11", "null".
 
+    // The toolkit, which knows the scale, may hear of a changed screen later than the backend.
+    virtual void scaleMayHaveChanged() = 0;
+
     virtual OverlaySurface &surface() = 0;
     virtual InputMonitor &inputMonitor() = 0;
     virtual SyntheticMouse &syntheticMouse() = 0;
     virtual ScreenCapture &screenCapture() = 0;
     virtual CursorVisibility &cursor() = 0;
+    virtual Watchdog &watchdog() = 0;
 };
 
 } // namespace companion

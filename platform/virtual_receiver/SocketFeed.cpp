@@ -113,7 +113,9 @@ SocketFeed::~SocketFeed() {
 
 void SocketFeed::accept() {
     FileDescriptor connection(::accept4(m_listener.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
-    FileDescriptor output = FileDescriptor::copyOf(connection.get());
+    FileDescriptor output;
+    if (connection)
+        output = FileDescriptor::copyOf(connection.get()); // Leaves the reason for a failed accept alone.
     if (!connection || !output) {
         if (errno != EMFILE && errno != ENFILE)
             return;

@@ -58,7 +58,8 @@ X11Connection::Link X11Connection::connect(const std::string &displayName, std::
     return {};
 }
 
-std::unique_ptr<X11Connection> X11Connection::open(const std::string &displayName, std::string &error) {
+std::unique_ptr<X11Connection> X11Connection::open(MainQueue &queue, const std::string &displayName,
+                                                   std::string &error) {
     // Writing to a server that has gone must end in checkAlive(), not in a signal.
     std::signal(SIGPIPE, SIG_IGN);
 
@@ -70,14 +71,15 @@ std::unique_ptr<X11Connection> X11Connection::open(const std::string &displayNam
         return nullptr;
     }
     auto connection =
-        std::unique_ptr<X11Connection>(new X11Connection(std::move(link.xcb), link.screenNumber));
+        std::unique_ptr<X11Connection>(new X11Connection(queue, std::move(link.xcb), link.screenNumber));
     if (!connection->askExtensions(error))
         return nullptr;
     return connection;
 }
 
-X11Connection::X11Connection(std::shared_ptr<xcb_connection_t> xcb, int screenNumber)
-    : m_xcb(std::move(xcb)),
+X11Connection::X11Connection(MainQueue &queue, std::shared_ptr<xcb_connection_t> xcb, int screenNumber)
+    : m_queue(queue),
+      m_xcb(std::move(xcb)),
       m_screen(screenOf(m_xcb.get(), screenNumber)),
       m_screenNumber(screenNumber),
       m_notifier(
@@ -164,6 +166,7 @@ void X11Connection::askRootFor(std::uint32_t eventMask, bool wanted) {
 // All that has come is one lot, so that a program that fell behind catches up with one painting. What a
 // server that never pauses sends beyond that wakes the notifier again.
 void X11Connection::read() {
+    const MainQueue::Turn turn(m_queue);
     constexpr int mostReads = 64; // Of the socket, each 4 KiB at most.
     for (int i = 0; i < mostReads; ++i) {
         const X11Reply<xcb_generic_event_t> event{xcb_poll_for_event(xcb())};
@@ -182,6 +185,7 @@ void X11Connection::readBeforeBlocking() {
         flush();
         return;
     }
+    const MainQueue::Turn turn(m_queue);
     dispatch(*event);
     dispatchQueued();
     endBatch();
@@ -229,6 +233,7 @@ void X11Connection::checkAlive() const {
     if (xcb_connection_has_error(xcb()) == 0)
         return;
     Log::line("the X server has gone; the program ends");
+    Log::flush();
     _exit(1); // Destructors would only talk to the dead connection.
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/MainQueue.h"
+
 #include <QObject>
 #include <QSocketNotifier>
 
@@ -49,8 +51,9 @@ public:
     static Link connect(const std::string &displayName, std::string &error);
 
     // Null, with the reason, when the server cannot be reached or lacks what the overlay stands on. An empty
-    // name means the DISPLAY of the environment.
-    static std::unique_ptr<X11Connection> open(const std::string &displayName, std::string &error);
+    // name means the DISPLAY of the environment. Each lot of events is a turn of the queue.
+    static std::unique_ptr<X11Connection> open(MainQueue &queue, const std::string &displayName,
+                                               std::string &error);
 
     X11Connection(const X11Connection &) = delete;
     X11Connection &operator=(const X11Connection &) = delete;
@@ -91,7 +94,7 @@ public:
     void waitUntilProcessed();
 
 private:
-    X11Connection(std::shared_ptr<xcb_connection_t> xcb, int screenNumber);
+    X11Connection(MainQueue &queue, std::shared_ptr<xcb_connection_t> xcb, int screenNumber);
 
     bool askExtensions(std::string &error);
     void read();
@@ -100,6 +103,7 @@ private:
     void dispatch(const xcb_generic_event_t &event);
     void logError(const xcb_generic_event_t &event);
 
+    MainQueue &m_queue;
     std::shared_ptr<xcb_connection_t> m_xcb;
     xcb_screen_t *m_screen = nullptr;
     int m_screenNumber;

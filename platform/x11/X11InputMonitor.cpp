@@ -44,19 +44,39 @@ InputEventType motionWith(std::uint16_t buttons) {
 X11InputMonitor::X11InputMonitor(X11Connection &connection, X11Screens &screens)
     : m_connection(connection),
       m_screens(screens) {
-    struct {
-        xcb_input_event_mask_t head;
-        std::uint32_t mask;
-    } const select{{XCB_INPUT_DEVICE_ALL_MASTER, 1}, // All devices would tell everything twice.
-                   XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE |
-                       XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_RELEASE | XCB_INPUT_XI_EVENT_MASK_RAW_MOTION};
-    xcb_input_xi_select_events(connection.xcb(), connection.root(), 1, &select.head);
+    select(false);
     connection.onEvent(XCB_GE_GENERIC, [this](const xcb_generic_event_t &event) { collect(event); });
     connection.onEvent(XCB_MOTION_NOTIFY, [this](const xcb_generic_event_t &event) {
         const auto &motion = reinterpret_cast<const xcb_motion_notify_event_t &>(event);
         m_pointer = {motion.root_x, motion.root_y, motion.state};
     });
     connection.onBatchEnd([this] { deliver(); });
+}
+
+void X11InputMonitor::select(bool motions) {
+    m_motionsSelected = motions;
+    struct {
+        xcb_input_event_mask_t head;
+        std::uint32_t mask;
+    } select{{XCB_INPUT_DEVICE_ALL_MASTER, 1}, // All devices would tell everything twice.
+             XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE |
+                 XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_RELEASE};
+    if (motions)
+        select.mask |= XCB_INPUT_XI_EVENT_MASK_RAW_MOTION;
+    xcb_input_xi_select_events(m_connection.xcb(), m_connection.root(), 1, &select.head);
+    m_connection.flush();
+}
+
+// Turned off with the next motion that nobody needs: the one that shows a hidden cursor may still be to come.
+void X11InputMonitor::followMotion(bool follow) {
+    m_following = follow;
+    if (follow)
+        awaitMotion();
+}
+
+void X11InputMonitor::awaitMotion() {
+    if (!m_motionsSelected)
+        select(true);
 }
 
 void X11InputMonitor::addGlobalMonitor(unsigned mask, Handler handler) {
@@ -71,9 +91,9 @@ void X11InputMonitor::collect(const xcb_generic_event_t &event) {
     switch (raw.event_type) {
     case XCB_INPUT_RAW_MOTION:
         m_pointer.reset();
-        if (m_rawMotion)
-            m_rawMotion(event.full_sequence);
-        if (m_wanted & kMotions) {
+        if (!(m_rawMotion && m_rawMotion(event.full_sequence)) && !m_following && m_motionsSelected)
+            select(false);
+        if (m_following && (m_wanted & kMotions)) {
             // Motions of one lot are one event, where the last of them stands.
             std::erase_if(m_pending, [](const auto &e) { return e.type == InputEventType::MouseMoved; });
             append(InputEventType::MouseMoved);

@@ -22,8 +22,14 @@ public:
     bool available() const override { return true; }
     void addGlobalMonitor(unsigned mask, Handler handler) override;
 
-    // Told of every motion at once, with the number of the last request that came before it.
-    void onRawMotion(std::function<void(unsigned sequence)> listener) { m_rawMotion = std::move(listener); }
+    void followMotion(bool follow) override;
+
+    // The listener below is told of the next motion, whether motions are followed or not.
+    void awaitMotion();
+
+    // Told of every motion at once, with the number of the last request that came before it. Says whether it
+    // needs to be told of further ones even when nobody follows them.
+    void onRawMotion(std::function<bool(unsigned sequence)> listener) { m_rawMotion = std::move(listener); }
 
 private:
     struct Monitor {
@@ -36,6 +42,7 @@ private:
         std::uint16_t buttons;
     };
 
+    void select(bool motions);
     void collect(const xcb_generic_event_t &event);
     void append(InputEventType type, int keyCode = 0);
     void deliver();
@@ -48,7 +55,9 @@ private:
     std::optional<Pointer> m_pointer; // Known since the last motion.
     std::vector<InputEvent> m_pending;
     std::vector<InputEvent> m_delivering;
-    std::function<void(unsigned)> m_rawMotion;
+    std::function<bool(unsigned)> m_rawMotion;
+    bool m_following = false;
+    bool m_motionsSelected = false;
 };
 
 } // namespace companion

@@ -8,6 +8,7 @@
 #include "platform/x11/X11Screens.h"
 #include "platform/x11/X11Surface.h"
 #include "platform/x11/X11SyntheticMouse.h"
+#include "platform/x11/X11Watchdog.h"
 
 namespace companion {
 
@@ -24,19 +25,23 @@ public:
           m_inputMonitor(*m_connection, m_screens),
           m_syntheticMouse(*m_connection, m_screens),
           m_capture(*m_connection, m_screens, needs.queue),
-          m_cursor(*m_connection) {
-        m_inputMonitor.onRawMotion([this](unsigned sequence) { m_cursor.mouseMoved(sequence); });
+          m_cursor(*m_connection),
+          m_watchdog(needs.queue, needs.displayName, m_surface.get(), m_cursor) {
+        m_inputMonitor.onRawMotion([this](unsigned sequence) { return m_cursor.mouseMoved(sequence); });
+        m_cursor.onHidden([this] { m_inputMonitor.awaitMotion(); });
         m_connection->waitUntilProcessed(); // From here on no event is missed.
     }
 
     bool complete() const { return m_surface != nullptr; }
 
     std::string_view name() const override { return "x11"; }
+    void scaleMayHaveChanged() override { m_screens.refreshSoon(); }
     OverlaySurface &surface() override { return *m_surface; }
     InputMonitor &inputMonitor() override { return m_inputMonitor; }
     SyntheticMouse &syntheticMouse() override { return m_syntheticMouse; }
     ScreenCapture &screenCapture() override { return m_capture; }
     CursorVisibility &cursor() override { return m_cursor; }
+    Watchdog &watchdog() override { return m_watchdog; }
 
 private:
     std::unique_ptr<X11Connection> m_connection;
@@ -47,12 +52,13 @@ private:
     X11SyntheticMouse m_syntheticMouse;
     X11Capture m_capture;
     X11Cursor m_cursor;
+    X11Watchdog m_watchdog; // Its thread ends before what it uses.
 };
 
 } // namespace
 
 std::unique_ptr<Platform> makeX11Platform(const X11Needs &needs, std::string &error) {
-    auto connection = X11Connection::open(needs.displayName, error);
+    auto connection = X11Connection::open(needs.queue, needs.displayName, error);
     if (!connection)
         return nullptr;
     auto platform = std::make_unique<X11Platform>(std::move(connection), needs, error);
@@ -63,6 +69,22 @@ std::unique_ptr<Platform> makeX11Platform(const X11Needs &needs, std::string &er
 
 bool x11ServerAnswers(std::string &error) {
     return X11Connection::connect({}, error).xcb != nullptr;
+}
+
+bool x11CompositorRuns() {
+    std::string error;
+    const auto link = X11Connection::connect({}, error);
+    if (!link.xcb)
+        return false;
+    auto *c = link.xcb.get();
+    const std::string name = "_NET_WM_CM_S" + std::to_string(link.screenNumber);
+    const X11Reply<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(
+        c, xcb_intern_atom(c, 0, static_cast<std::uint16_t>(name.size()), name.c_str()), nullptr));
+    if (!atom)
+        return false;
+    const X11Reply<xcb_get_selection_owner_reply_t> owner(
+        xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, atom->atom), nullptr));
+    return owner && owner->owner != XCB_NONE;
 }
 
 } // namespace companion

@@ -24,4 +24,7 @@ std::unique_ptr<Platform> makeX11Platform(const X11Needs &needs, std::string &er
 // object: Qt aborts the process where there is no display, so this is asked first.
 bool x11ServerAnswers(std::string &error);
 
+// Whether the desktop can be seen through windows of that server.
+bool x11CompositorRuns();
+
 } // namespace companion

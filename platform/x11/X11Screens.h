@@ -28,9 +28,11 @@ public:
 
     void onChanged(std::function<void()> listener) { m_changed = std::move(listener); }
 
+    // Looks again on a later turn of the loop.
+    void refreshSoon();
+
 private:
     bool refresh();
-    void refreshSoon();
 
     X11Connection &m_connection;
     MainQueue &m_queue;

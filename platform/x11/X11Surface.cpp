@@ -166,6 +166,11 @@ void X11Surface::follow() {
     startOver();
 }
 
+void X11Surface::putRight() {
+    shapeCatcher();
+    startOver();
+}
+
 // Nothing of the content counts any more: everything is painted again from an empty outline.
 void X11Surface::startOver() {
     m_shape.reset(translucent());

@@ -29,6 +29,12 @@ public:
     void stayBelow(std::uintptr_t nativeWindow) override {
         m_stacking.stayBelow(static_cast<xcb_window_t>(nativeWindow));
     }
+
+    // For whoever takes the overlay out of the way behind this object's back, and puts it right afterwards.
+    xcb_window_t drawn() const { return m_drawn; }
+    xcb_window_t catcher() const { return m_catcher; }
+    void putRight();
+
     void present(const SurfaceFrame &frame, const X11Painter::PaintPatch &paint) override;
 
 private:

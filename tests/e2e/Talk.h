@@ -15,6 +15,10 @@ inline constexpr QRgb kSlideColour = qRgb(0x33, 0x66, 0x99);
 // Rows at the top of the screen that no effect but the lens reaches.
 inline constexpr int kFreeRows = 8;
 
+// How long the effect may last from the key's release to the plain slide. The program hears of the release at
+// its next poll.
+inline constexpr milliseconds kReleaseLimit = 500ms + 100ms;
+
 // Whether a pixel of the screen is as it should be.
 using Look = std::function<bool(int x, int y, QRgb seen)>;
 

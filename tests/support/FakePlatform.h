@@ -7,6 +7,7 @@
 #include "platform/ports/Platform.h"
 #include "platform/ports/ScreenCapture.h"
 #include "platform/ports/SyntheticMouse.h"
+#include "platform/ports/Watchdog.h"
 
 #include <QImage>
 
@@ -39,11 +40,11 @@ public:
             }
         }
         for (const QRect &area : frame.patches) {
-            std::vector<Pixel> pixels(static_cast<std::size_t>(area.width()) *
-                                      static_cast<std::size_t>(area.height()));
-            paint({area, pixels.data(), area.width()});
+            m_pixels.assign(static_cast<std::size_t>(area.width()) * static_cast<std::size_t>(area.height()),
+                            0);
+            paint({area, m_pixels.data(), area.width()});
             for (int y = 0; y < area.height(); ++y)
-                std::copy_n(pixels.data() + y * area.width(), area.width(),
+                std::copy_n(m_pixels.data() + y * area.width(), area.width(),
                             reinterpret_cast<Pixel *>(image.scanLine(area.top() + y)) + area.left());
             paintedPixels += area.width() * area.height();
         }
@@ -75,6 +76,7 @@ private:
     double m_scale = 1;
     bool m_translucent = true;
     std::function<void()> m_changed;
+    std::vector<Pixel> m_pixels; // Scratch: tests count allocations.
 };
 
 class FakeInputMonitor final : public InputMonitor {
@@ -84,10 +86,13 @@ public:
         m_mask = mask;
         m_handler = std::move(handler);
     }
+    void followMotion(bool follow) override { following = follow; }
     void send(InputEventType type, Point location = {}, int keyCode = 0) {
         if (m_mask & (1U << static_cast<unsigned>(type)))
             m_handler({type, location, keyCode});
     }
+
+    bool following = false;
 
 private:
     unsigned m_mask = 0;
@@ -135,20 +140,29 @@ public:
     int shown = 0;
 };
 
+class FakeWatchdog final : public Watchdog {
+public:
+    void setOn(bool turnedOn) override { on = turnedOn; }
+    bool on = false;
+};
+
 class FakePlatform final : public Platform {
 public:
     std::string_view name() const override { return "fake"; }
+    void scaleMayHaveChanged() override {}
     FakeSurface &surface() override { return fakeSurface; }
     FakeInputMonitor &inputMonitor() override { return monitor; }
     FakeMouse &syntheticMouse() override { return mouse; }
     FakeCapture &screenCapture() override { return capture; }
     FakeCursor &cursor() override { return fakeCursor; }
+    FakeWatchdog &watchdog() override { return fakeWatchdog; }
 
     FakeSurface fakeSurface;
     FakeInputMonitor monitor;
     FakeMouse mouse;
     FakeCapture capture;
     FakeCursor fakeCursor;
+    FakeWatchdog fakeWatchdog;
 };
 
 } // namespace companion

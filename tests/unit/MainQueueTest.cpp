@@ -2,10 +2,13 @@
 #include "core/QtMainQueue.h"
 #include "support/VirtualMainQueue.h"
 
+#include <QCoreApplication>
 #include <QEventLoop>
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -80,11 +83,64 @@ TEST(QtMainQueueTest, ATaskThatKeepsRepostingItselfDoesNotStarveTheLoop) {
     loop.exec();
 }
 
+TEST(QtMainQueueTest, ATurnsEndRunsWhatTheTurnPostedAndWhatThatPostsButNothingForEver) {
+    QtMainQueue queue;
+    std::vector<int> ran;
+    std::function<void()> again = [&] {
+        ran.push_back(static_cast<int>(ran.size()));
+        queue.post(0ms, again);
+    };
+    {
+        const MainQueue::Turn turn(queue);
+        const MainQueue::Turn nested(queue);
+        again();
+        queue.post(1h, [&] { ran.push_back(99); });
+        EXPECT_EQ(ran.size(), 1U) << "never inside post()";
+    }
+    EXPECT_EQ(ran, (std::vector{0, 1, 2}));
+    QCoreApplication::processEvents();
+    EXPECT_GT(ran.size(), 3U) << "the rest is the loop's";
+    again = [] {};
+}
+
+TEST(QtMainQueueTest, ALoopInsideATurnSleepsOnNothing) {
+    QtMainQueue queue;
+    const MainQueue::Turn turn(queue);
+    QEventLoop loop;
+    std::vector<int> ran;
+    queue.post(5ms, [&] {
+        ran.push_back(2);
+        queue.post(0ms, [&] { loop.quit(); });
+    });
+    queue.post(0ms, [&] { ran.push_back(1); });
+    loop.exec();
+    EXPECT_EQ(ran, (std::vector{1, 2}));
+}
+
+TEST(TaskTest, CarriesWhatOnlyMovesAndLetsItGoOnceWhetherItLiesInsideOrNot) {
+    const auto watched = std::make_shared<int>(0);
+    const auto check = [&](auto filling) {
+        Task task = [watched, filling, own = std::make_unique<int>(7)] {
+            *watched += *own + int(filling[0]);
+        };
+        Task moved = std::move(task);
+        EXPECT_FALSE(task);
+        EXPECT_THROW(task(), std::bad_function_call);
+        moved();
+        EXPECT_EQ(watched.use_count(), 2);
+        moved = [] {};
+        EXPECT_EQ(watched.use_count(), 1);
+    };
+    check(std::array<char, 1>{});
+    check(std::array<char, 2 * Task::kRoom>{});
+    EXPECT_EQ(*watched, 14);
+}
+
 class DelayedCallsTest : public ::testing::Test {
 protected:
     VirtualMainQueue queue;
     int ran = 0;
-    Task count = [this] { ++ran; };
+    std::function<void()> count = [this] { ++ran; };
 };
 
 TEST_F(DelayedCallsTest, CancellingReachesEveryPendingRequestOfThatOperationOnly) {

@@ -83,10 +83,7 @@ TEST_F(SettingWindowTest, EveryNumberReachesTheFileAtOnceFromItsSliderAndFromThe
     };
     const Case cases[] = {
         {"mouseSizeNumber", "mouseSizeSwitch", "137", "LOCAL_MOUSESIZEVALUE", "137", "50", "250"},
-        {"mouseSizeNumber", "mouseSizeSwitch", "51", "LOCAL_MOUSESIZEVALUE", "51", "50", "250"},
         {"mouseZoomNumber", "mouseZoomSwitch", "25", "LOCAL_MOUSEROOMVALUE", "25", "0", "100"},
-        {"mouseZoomNumber", "mouseZoomSwitch", "19", "LOCAL_MOUSEROOMVALUE", "19", "0", "100"},
-        {"mouseZoomNumber", "mouseZoomSwitch", "5", "LOCAL_MOUSEROOMVALUE", "5", "0", "100"},
         {"backAlphaNumber", "backAlphaSwitch", "35", "LOCAL_BACKALPHA", "0.3499999940395355", "0", "1"},
         {"frontAlphaNumber", "frontAlphaSwitch", "29", "LOCAL_FRONTALPHA", "0.28999999165534973", "0", "1"},
     };
@@ -282,17 +279,6 @@ TEST_F(SettingWindowTest, TheTimerIsHandedOnAsItIsAndTheButtonRestsForHalfASecon
     EXPECT_TRUE(button.hasFocus()) << "the keyboard stays where it was";
 }
 
-TEST_F(SettingWindowTest, AWindowClosedWhileTheTimerButtonRestsIsGoneAfterTheHalfSecond) {
-    open();
-    const auto observers = center.observerCount();
-    click("timeSetBtn");
-    controller->dismiss();
-    settle();
-    EXPECT_EQ(center.observerCount(), observers) << "kept alive by the button's task";
-    queue.advance(std::chrono::milliseconds(500));
-    EXPECT_EQ(center.observerCount(), observers - 4);
-}
-
 TEST_F(SettingWindowTest, ALanguageRelabelsAllEighteenCaptionsAtOnceAndTheFirstChoiceIsGerman) {
     const std::pair<const char *, const char *> captions[] = {{"mainTitleTextField", "翻页笔设置"},
                                                               {"noneDeciveTitleTextField", "请插入设备"},
@@ -441,9 +427,15 @@ TEST_F(SettingWindowTest, FiveHundredOpeningsLeaveNothingBehind) {
     for (int i = 0; i < 500; ++i) {
         config.setType(static_cast<std::uint64_t>(i % 4));
         open();
-        EXPECT_LE(center.observerCount(), 4U);
+        EXPECT_EQ(center.observerCount(), 4U);
+        const bool resting = i % 2 == 1;
+        if (resting)
+            click("timeSetBtn");
         controller->dismiss();
         settle();
+        EXPECT_EQ(center.observerCount(), resting ? 4U : 0U)
+            << "kept by the task that ends the button's rest";
+        queue.advance(std::chrono::milliseconds(500));
         log.lines.clear();
         if (i == 5)
             warm = privateKilobytes();

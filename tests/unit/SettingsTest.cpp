@@ -161,15 +161,5 @@ TEST_F(SettingsTest, AFileThatCannotBeWrittenIsOneLogLineAndTheProgramGoesOn) {
     EXPECT_TRUE(fileContent().contains("LOCAL_MOUSETYPE=3")) << "and nothing was lost once it can be";
 }
 
-TEST_F(SettingsTest, UnfinishedFilesOfAKilledWriterAreRemoved) {
-    writeFile("[General]\n");
-    const QString unfinished = path + QStringLiteral(".Ab12Cd");
-    ASSERT_TRUE(QFile::copy(path, unfinished));
-    ASSERT_TRUE(QFile::copy(path, path + QStringLiteral(".backup-of-mine")));
-    const SettingsStore store(path);
-    EXPECT_FALSE(QFile::exists(unfinished));
-    EXPECT_TRUE(QFile::exists(path + QStringLiteral(".backup-of-mine")));
-}
-
 } // namespace
 } // namespace companion

@@ -1,11 +1,7 @@
 #include "platform/virtual_receiver/VirtualReceiver.h"
 
-#include "core/NotificationCenter.h"
-#include "core/NotificationNames.h"
 #include "platform/virtual_receiver/ReceiverCommands.h"
 #include "platform/virtual_receiver/VirtualHidPort.h"
-#include "receiver/HidManager.h"
-#include "support/LogRecorder.h"
 #include "support/VirtualMainQueue.h"
 
 #include <gtest/gtest.h>
@@ -54,22 +50,15 @@ TEST_F(VirtualReceiverTest, TheOpenIsExclusiveAndFailsWhileUnplugged) {
     receiver.plug();
     open();
     EXPECT_NE(handle, nullptr);
-    EXPECT_EQ(receiver.counts().opens, 2U);
-    EXPECT_EQ(receiver.counts().refused, 3U);
-    EXPECT_EQ(receiver.counts().closes, 1U);
-}
-
-TEST_F(VirtualReceiverTest, CodesForOnePollComeBeforeTheStandingEvent) {
+    port.close(handle);
+    receiver.replug(300ms);
+    receiver.unplug();
+    queue.advance(1'000ms);
     open();
-    receiver.setEvent(Bytes{0x10, 0x22});
-    receiver.once(Bytes{0x01, 0x02});
-    EXPECT_EQ(read(), (Bytes{0x12, 0x01, 0, 0}));
-    EXPECT_EQ(read(), (Bytes{0x12, 0x02, 0, 0}));
-    EXPECT_EQ(read(), (Bytes{0x12, 0x10, 0x22, 0}));
-    EXPECT_EQ(read(), (Bytes{0x12, 0x10, 0x22, 0}));
-    EXPECT_EQ(answered, 64);
-    receiver.setEvent(Bytes(200, 0xEE));
-    EXPECT_EQ(read(64).back(), 0xEE);
+    EXPECT_EQ(handle, nullptr) << "a later unplug cancels a pending replug";
+    EXPECT_EQ(receiver.counts().opens, 2U);
+    EXPECT_EQ(receiver.counts().refused, 4U);
+    EXPECT_EQ(receiver.counts().closes, 2U);
 }
 
 TEST_F(VirtualReceiverTest, AnUnplugKillsWhatIsOpenForGoodAndLosesNoCodes) {
@@ -88,14 +77,6 @@ TEST_F(VirtualReceiverTest, AnUnplugKillsWhatIsOpenForGoodAndLosesNoCodes) {
     EXPECT_FALSE(port.isDisconnected(handle));
 }
 
-TEST_F(VirtualReceiverTest, ALaterUnplugSupersedesAPendingReplug) {
-    receiver.replug(300ms);
-    receiver.unplug();
-    queue.advance(1'000ms);
-    open();
-    EXPECT_EQ(handle, nullptr);
-}
-
 TEST_F(VirtualReceiverTest, AStallFailsReadsAndWritesWithoutARemoval) {
     open();
     receiver.setMode(Mode::Stall);
@@ -109,6 +90,9 @@ TEST_F(VirtualReceiverTest, AStallFailsReadsAndWritesWithoutARemoval) {
     receiver.setEvent(Bytes{0x10, 0x22});
     EXPECT_EQ(read(), (Bytes{0x12, 0x10, 0, 0}));
     EXPECT_EQ(answered, 2);
+    receiver.setMode(Mode::Ok);
+    receiver.setEvent(Bytes(200, 0xEE));
+    EXPECT_EQ(read(64).back(), 0xEE) << "an event longer than a report is cut";
 }
 
 TEST_F(VirtualReceiverTest, ASlowReadFindsTheReceiverPulledMeanwhile) {
@@ -119,25 +103,6 @@ TEST_F(VirtualReceiverTest, ASlowReadFindsTheReceiverPulledMeanwhile) {
     EXPECT_EQ(read(), Bytes{});
     EXPECT_TRUE(port.isDisconnected(handle));
     EXPECT_EQ(blocked, 80ms);
-}
-
-TEST_F(VirtualReceiverTest, TheReceiverLinkRunsOverIt) {
-    NotificationCenter center;
-    LogRecorder log;
-    Lifetime life;
-    std::vector<std::string_view> posts;
-    for (const auto name : {LOCAL_DEVICECONNECT, LOCAL_DEVICEDISCONNECT, LOCAL_MOUSEEFFECTON})
-        center.addObserver(life, name, [&posts](const Notification &n) { posts.push_back(n.name); });
-    HidManager link({queue, center, port, 1, 2});
-    link.initManager();
-    receiver.once(Bytes{0x10});
-    queue.advance(600ms);
-    receiver.replug(0ms);
-    queue.advance(600ms);
-    EXPECT_EQ(posts, (std::vector{LOCAL_DEVICECONNECT, LOCAL_MOUSEEFFECTON, LOCAL_DEVICECONNECT,
-                                  LOCAL_DEVICECONNECT, LOCAL_DEVICEDISCONNECT}));
-    link.sendTimerWithTimeInt(45);
-    EXPECT_EQ(receiver.written().back().size(), 64U);
 }
 
 class ReceiverCommandsTest : public VirtualReceiverTest {
@@ -158,12 +123,15 @@ TEST_F(ReceiverCommandsTest, EachCommandDoesItsWorkAndGetsOneReply) {
     EXPECT_EQ(say("# a comment\n\n \t\r\nevent 10 2 0xAb\r\n once 1 02\n"), (Lines{"ok", "ok"}));
     EXPECT_EQ(read(), (Bytes{0x12, 0x01, 0, 0}));
     EXPECT_EQ(read(), (Bytes{0x12, 0x02, 0, 0}));
-    EXPECT_EQ(read(), (Bytes{0x12, 0x10, 0x02, 0xAB}));
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(read(), (Bytes{0x12, 0x10, 0x02, 0xAB})) << "stands";
+        EXPECT_EQ(answered, 64);
+    }
     EXPECT_EQ(say("sets\n"), Lines{"ok"});
     port.sendFeatureReport(handle, Bytes{0x12, 0x2D, 0});
     port.sendFeatureReport(handle, Bytes{0x12, 0xFF});
     EXPECT_EQ(say("sets\ncounts\n"),
-              (Lines{"ok 122d00 12ff", "ok opens=1 refused=0 closes=0 reads=3 writes=2"}));
+              (Lines{"ok 122d00 12ff", "ok opens=1 refused=0 closes=0 reads=4 writes=2"}));
     EXPECT_EQ(say("mode stall\n"), Lines{"ok"});
     EXPECT_EQ(read(), Bytes{});
     EXPECT_EQ(say("mode ok\ndelay 25\nreplug 50\n"), (Lines{"ok", "ok", "ok"}));

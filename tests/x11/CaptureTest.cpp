@@ -19,11 +19,10 @@ class CaptureWithAndWithoutSharedMemoryTest : public CaptureTest,
                                               public ::testing::WithParamInterface<bool> {};
 
 TEST_P(CaptureWithAndWithoutSharedMemoryTest, ThePictureIsTheMainScreenPixelForPixel) {
-    startServer(GetParam() ? std::vector<std::string>{} : std::vector<std::string>{"-extension", "MIT-SHM"});
-    client->window(QRect(0, 0, 1920, 1080), 0x102030);
-    client->window(QRect(900, 200, 3, 5), 0xfedcba);
-    ASSERT_TRUE(server->run({"xrandr", "--setmonitor", "left", "800/210x1080/280+0+0", "screen"}));
-    ASSERT_TRUE(server->run({"xrandr", "--setmonitor", "*right", "1120/300x1000/280+800+80", "none"}));
+    startServer(GetParam() ? std::vector<std::string>{} : kWithoutSharedMemory);
+    const auto slide = window(kScreen, 0x102030);
+    const auto spot = window(QRect(900, 200, 3, 5), 0xfedcba);
+    desktop->setMonitors({{800, 80, 1120, 1000}, {0, 0, 800, 1080}});
     startPlatform();
     const QImage image = capture(*platform);
     ASSERT_EQ(image.size(), QSize(1120, 1000));
@@ -40,10 +39,10 @@ INSTANTIATE_TEST_SUITE_P(Memory, CaptureWithAndWithoutSharedMemoryTest, ::testin
 
 TEST_F(CaptureTest, APictureStaysAsItWasAndOutlivesThePlatform) {
     startServer();
-    client->window(QRect(0, 0, 1920, 1080), 0x102030);
+    const auto slide = window(kScreen, 0x102030);
     startPlatform();
     const QImage before = capture(*platform);
-    client->window(QRect(0, 0, 1920, 1080), 0xfedcba);
+    slide->setColour(0xfedcba);
     const QImage after = capture(*platform);
     EXPECT_EQ(before.pixel(5, 5), 0xff102030);
     EXPECT_EQ(after.pixel(5, 5), 0xfffedcba);
@@ -64,7 +63,7 @@ TEST_F(CaptureTest, ScreenSizedMemoryIsReusedForAWhileAndThenGivenBack) {
     startServer();
     VirtualMainQueue time;
     std::string error;
-    const auto timed = makeX11Platform({time, nullptr, server->displayName()}, error);
+    const auto timed = makeX11Platform({time, nullptr, desktop->display()}, error);
     ASSERT_NE(timed, nullptr) << error;
     const long idle = sharedMemoryInUse();
     const long screen = 1920 * 1080 * 4 / 1024;

@@ -1,9 +1,18 @@
 #include "x11/X11Fixture.h"
 
+#include <QDir>
+
 namespace companion {
 namespace {
 
-class ConnectionTest : public X11Fixture {};
+class ConnectionTest : public X11Fixture {
+protected:
+    // The process is about to exit: nothing removes the desktop's folder then.
+    void loseServer() {
+        QDir(QString::fromStdString(desktop->file("."))).removeRecursively();
+        desktop->stopServer();
+    }
+};
 
 TEST_F(ConnectionTest, AServerThatCannotBeReachedOrLacksAnExtensionIsNamed) {
     std::string error;
@@ -11,18 +20,18 @@ TEST_F(ConnectionTest, AServerThatCannotBeReachedOrLacksAnExtensionIsNamed) {
     EXPECT_EQ(error, "cannot reach the X server ':4711'");
 
     startServer({"-extension", "XFIXES"});
-    EXPECT_EQ(makeX11Platform({queue, nullptr, server->displayName()}, error), nullptr);
+    EXPECT_EQ(makeX11Platform({queue, nullptr, desktop->display()}, error), nullptr);
     EXPECT_EQ(error, "the X server lacks the extension XFIXES");
 }
 
 TEST_F(ConnectionTest, WithoutXTestEverythingElseWorksAndOneLineSaysSo) {
     startServer({"-extension", "XTEST"});
-    client->pretendCompositor(true);
+    overlay->pretendCompositor();
     startPlatform();
     EXPECT_FALSE(platform->syntheticMouse().available());
     platform->syntheticMouse().post(SyntheticMouseEvent::MouseMoved, {5, 5});
     surface->setLevel(1002);
-    EXPECT_TRUE(eventually([&] { return client->isMapped(client->drawn()); }));
+    EXPECT_TRUE(eventually([&] { return overlay->isMapped(overlay->drawn()); }));
     EXPECT_EQ(log.lines, std::vector<std::string>{
                              "the X server has no XTEST extension: no clicks at the screen's centre"});
 }
@@ -36,19 +45,19 @@ TEST_F(ConnectionTest, TheProgramEndsPlainlyWhenTheServerGoesAway) {
         startServer();
         startPlatform();
         Log::setSink(tell);
-        server->kill();
+        loseServer();
         eventually([] { return false; });
     };
     EXPECT_EXIT(idle(), ::testing::ExitedWithCode(1), "the X server has gone; the program ends");
     const auto drawing = [&] {
         startServer();
-        client->pretendCompositor(true);
+        overlay->pretendCompositor();
         startPlatform();
         surface->setLevel(1002);
         Log::setSink(tell);
-        server->kill();
+        loseServer();
         for (int i = 0; i < 1000; ++i)
-            present({{}, {QRect(0, 0, 1920, 1080)}, {QRect(0, 0, 1920, 1080)}}, 0x80000000);
+            present({{}, {kScreen}, {kScreen}}, 0x80000000);
     };
     EXPECT_EXIT(drawing(), ::testing::ExitedWithCode(1), "the X server has gone; the program ends");
 }

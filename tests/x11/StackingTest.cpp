@@ -8,44 +8,43 @@ namespace {
 // The test is the window manager, too: it moves windows up and down as one does.
 class StackingTest : public X11Fixture {
 protected:
-    static constexpr std::uint32_t kWhite = 0xffffff;
+    static constexpr QRgb kWhite = 0xffffff;
     const QRect kSomewhere{100, 100, 200, 150};
-    const QRect kScreen{0, 0, 1920, 1080};
 
     void SetUp() override {
         startOverlay();
-        drawn = client->drawn();
-        catcher = client->catcher();
+        drawn = overlay->drawn();
+        catcher = overlay->catcher();
     }
 
-    xcb_window_t settingsWindow() {
-        const auto window = client->window(kSomewhere, kWhite);
-        surface->stayBelow(window);
-        return window;
+    std::unique_ptr<rig::TestWindow> settingsWindow() {
+        auto settings = window(kSomewhere, kWhite);
+        surface->stayBelow(settings->id());
+        return settings;
     }
 
-    void stack(xcb_window_t window, std::uint32_t mode, xcb_window_t sibling = XCB_NONE) {
+    void stack(const rig::TestWindow &moved, std::uint32_t mode, xcb_window_t sibling = XCB_NONE) {
         const std::uint32_t values[] = {sibling, mode};
         const bool alone = sibling == XCB_NONE;
-        xcb_configure_window(client->xcb(), window,
+        xcb_configure_window(overlay->connection(), moved.id(),
                              static_cast<std::uint16_t>(XCB_CONFIG_WINDOW_STACK_MODE |
                                                         (alone ? 0 : XCB_CONFIG_WINDOW_SIBLING)),
                              alone ? values + 1 : values);
-        client->sync();
+        overlay->connection().sync();
     }
 
     // Right below that window, one over the other.
-    bool overlayBelow(xcb_window_t window) {
+    bool overlayBelow(const rig::TestWindow &upper) {
         return eventually([&] {
-            const auto all = client->stack();
-            const auto at = std::find(all.begin(), all.end(), window) - all.begin();
+            const auto all = overlay->stack();
+            const auto at = std::find(all.begin(), all.end(), upper.id()) - all.begin();
             return at >= 2 && at < std::ssize(all) && all[std::size_t(at) - 1] == catcher &&
                    all[std::size_t(at) - 2] == drawn;
         });
     }
     bool overlayOnTop() {
         return eventually([&] {
-            const auto all = client->stack();
+            const auto all = overlay->stack();
             return all.back() == catcher && all[all.size() - 2] == drawn;
         });
     }
@@ -55,59 +54,58 @@ protected:
 };
 
 TEST_F(StackingTest, EveryOpenSettingsWindowStaysAboveAndTheOverlayIsOnTopAfterTheLast) {
-    const auto first = settingsWindow();
-    const auto second = settingsWindow();
-    EXPECT_TRUE(overlayBelow(first));
+    auto first = settingsWindow();
+    auto second = settingsWindow();
+    EXPECT_TRUE(overlayBelow(*first));
     surface->raise();
-    EXPECT_TRUE(overlayBelow(first)) << "the lower of the two counts";
-    stack(first, XCB_STACK_MODE_ABOVE);
-    EXPECT_TRUE(overlayBelow(second));
+    EXPECT_TRUE(overlayBelow(*first)) << "the lower of the two counts";
+    stack(*first, XCB_STACK_MODE_ABOVE);
+    EXPECT_TRUE(overlayBelow(*second));
 
-    xcb_destroy_window(client->xcb(), second);
-    client->sync();
-    EXPECT_TRUE(overlayBelow(first));
-    xcb_unmap_window(client->xcb(), first); // Minimised: still to stay above when it comes back.
-    client->sync();
+    second.reset();
+    EXPECT_TRUE(overlayBelow(*first));
+    xcb_unmap_window(overlay->connection(),
+                     first->id()); // Minimised: still to stay above when it comes back.
+    overlay->connection().sync();
     EXPECT_TRUE(overlayOnTop());
-    xcb_map_window(client->xcb(), first);
-    client->sync();
-    EXPECT_TRUE(overlayBelow(first));
-    xcb_destroy_window(client->xcb(), first);
-    client->sync();
+    xcb_map_window(overlay->connection(), first->id());
+    overlay->connection().sync();
+    EXPECT_TRUE(overlayBelow(*first));
+    first.reset();
     EXPECT_TRUE(overlayOnTop());
     EXPECT_TRUE(log.lines.empty()) << log.lines.front();
 }
 
 TEST_F(StackingTest, AFrameIsFollowedWhereverTheWindowManagerPutsIt) {
-    const auto window = client->window(kSomewhere, kWhite);
-    const auto frame = client->window(kSomewhere, kWhite);
-    surface->stayBelow(window); // Not in its frame yet.
-    xcb_reparent_window(client->xcb(), window, frame, 0, 0);
-    client->sync();
-    EXPECT_TRUE(overlayBelow(frame));
+    const auto inner = window(kSomewhere, kWhite);
+    const auto frame = window(kSomewhere, kWhite);
+    surface->stayBelow(inner->id()); // Not in its frame yet.
+    xcb_reparent_window(overlay->connection(), inner->id(), frame->id(), 0, 0);
+    overlay->connection().sync();
+    EXPECT_TRUE(overlayBelow(*frame));
 
-    const auto other = client->window(kSomewhere, kWhite);
-    stack(other, XCB_STACK_MODE_ABOVE);
-    stack(frame, XCB_STACK_MODE_ABOVE);
-    EXPECT_TRUE(overlayBelow(frame)) << "above the window that was raised";
-    stack(other, XCB_STACK_MODE_BELOW, frame);
-    EXPECT_TRUE(overlayBelow(frame)) << "above a window that was put right below the frame";
-    stack(frame, XCB_STACK_MODE_BELOW, other);
-    EXPECT_TRUE(overlayBelow(frame));
+    const auto other = window(kSomewhere, kWhite);
+    stack(*other, XCB_STACK_MODE_ABOVE);
+    stack(*frame, XCB_STACK_MODE_ABOVE);
+    EXPECT_TRUE(overlayBelow(*frame)) << "above the window that was raised";
+    stack(*other, XCB_STACK_MODE_BELOW, frame->id());
+    EXPECT_TRUE(overlayBelow(*frame)) << "above a window that was put right below the frame";
+    stack(*frame, XCB_STACK_MODE_BELOW, other->id());
+    EXPECT_TRUE(overlayBelow(*frame));
 }
 
 TEST_F(StackingTest, AFullScreenWindowOverTheSettingsGetsTheOverlayAboveItAtTheNextRaise) {
     const auto settings = settingsWindow();
-    const auto slide = client->window(kScreen, kWhite);
-    ASSERT_TRUE(overlayBelow(settings));
+    const auto slide = window(kScreen, kWhite);
+    ASSERT_TRUE(overlayBelow(*settings));
     surface->raise();
     EXPECT_TRUE(overlayOnTop());
-    stack(slide, XCB_STACK_MODE_BELOW, settings);
-    EXPECT_TRUE(overlayBelow(settings)) << "which can be seen again";
-    const auto popup = client->window(kSomewhere, kWhite); // Hides nothing.
+    stack(*slide, XCB_STACK_MODE_BELOW, settings->id());
+    EXPECT_TRUE(overlayBelow(*settings)) << "which can be seen again";
+    const auto popup = window(kSomewhere, kWhite); // Hides nothing.
     surface->raise();
-    EXPECT_TRUE(overlayBelow(settings));
-    EXPECT_EQ(client->stack().back(), popup);
+    EXPECT_TRUE(overlayBelow(*settings));
+    EXPECT_EQ(overlay->stack().back(), popup->id());
 }
 
 } // namespace

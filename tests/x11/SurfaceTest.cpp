@@ -1,35 +1,33 @@
+#include "support/rig/Screen.h"
 #include "x11/X11Fixture.h"
 
 #include <xcb/shape.h>
-
-#include <set>
 
 namespace companion {
 namespace {
 
 constexpr Pixel kHalfRed = 0x80800000;
-const QRect kScreen(0, 0, 1920, 1080);
 
 class SurfaceTest : public X11Fixture {};
 
 TEST_F(SurfaceTest, AnOverlayOnWhichNothingShowsHasNoOutline) {
     startOverlay();
-    EXPECT_TRUE(client->isMapped(client->drawn()));
-    EXPECT_TRUE(outline().empty());
+    EXPECT_TRUE(overlay->isMapped(overlay->drawn()));
+    EXPECT_TRUE(overlay->outline().empty());
 
     present({{{QRect(10, 20, 30, 40), kHalfRed}}, {}, {QRect(10, 20, 30, 40), QRect(100, 100, 5, 5)}});
-    EXPECT_TRUE(eventually([&] { return outline() == std::vector{QRect(10, 20, 95, 85)}; }));
+    EXPECT_TRUE(eventually([&] { return overlay->outline() == std::vector{QRect(10, 20, 95, 85)}; }));
 
     present({{{QRect(10, 20, 30, 40), 0}}, {}, {}});
-    EXPECT_TRUE(eventually([&] { return outline().empty(); }));
+    EXPECT_TRUE(eventually([&] { return overlay->outline().empty(); }));
 }
 
 // Each change of the outline makes a compositor work.
 TEST_F(SurfaceTest, AnEffectThatFollowsTheMouseChangesTheOutlineOnce) {
     startOverlay();
     surface->setTakesMouse(true);
-    xcb_shape_select_input(client->xcb(), client->drawn(), 1);
-    client->sync();
+    xcb_shape_select_input(overlay->connection(), overlay->drawn(), 1);
+    overlay->connection().sync();
     QRect before;
     for (int i = 0; i < 50; ++i) {
         const QRect now(i * 20, i * 10, 50, 50);
@@ -39,8 +37,8 @@ TEST_F(SurfaceTest, AnEffectThatFollowsTheMouseChangesTheOutlineOnce) {
     present({{}, {before}, {}});
     int changes = 0;
     EXPECT_TRUE(eventually([&] {
-        const bool gone = outline().empty();
-        while (const X11Reply<xcb_generic_event_t> event{xcb_poll_for_event(client->xcb())})
+        const bool gone = overlay->outline().empty();
+        while (const rig::XcbPtr<xcb_generic_event_t> event{xcb_poll_for_event(overlay->connection())})
             ++changes;
         return gone && changes > 0;
     }));
@@ -52,9 +50,9 @@ TEST_F(SurfaceTest, AnOutlineFarTooLargeShrinks) {
     startOverlay();
     present({{}, {}, {kScreen}});
     present({{}, {}, {QRect(0, 0, 1900, 1000)}});
-    ASSERT_TRUE(eventually([&] { return outline() == std::vector{kScreen}; }));
+    ASSERT_TRUE(eventually([&] { return overlay->outline() == std::vector{kScreen}; }));
     present({{}, {}, {QRect(0, 0, 100, 100)}});
-    EXPECT_TRUE(eventually([&] { return outline() == std::vector{QRect(0, 0, 100, 100)}; }));
+    EXPECT_TRUE(eventually([&] { return overlay->outline() == std::vector{QRect(0, 0, 100, 100)}; }));
 }
 
 Pixel pattern(int x, int y) {
@@ -67,13 +65,7 @@ Pixel pattern(int x, int y) {
 // With memory shared with the server, and without, as on a remote display.
 class PixelTest : public X11Fixture, public ::testing::WithParamInterface<bool> {
 protected:
-    void startHere() {
-        startServer(GetParam() ? std::vector<std::string>{}
-                               : std::vector<std::string>{"-extension", "MIT-SHM"});
-        client->pretendCompositor(true);
-        startPlatform();
-        surface->setLevel(1002);
-    }
+    void startHere() { startOverlay(GetParam() ? std::vector<std::string>{} : kWithoutSharedMemory); }
     static void paintPattern(const PixelPatch &patch) {
         for (int y = 0; y < patch.area.height(); ++y)
             for (int x = 0; x < patch.area.width(); ++x) {
@@ -82,9 +74,8 @@ protected:
                 pixel = pattern(patch.area.x() + x, patch.area.y() + y);
             }
     }
-    QImage content() { return client->picture(client->drawn(), kScreen); }
     int wrongPixels(const std::function<Pixel(int, int)> &expected) {
-        const QImage image = content();
+        const QImage image = overlay->content();
         int wrong = 0;
         for (int y = 0; y < kScreen.height(); ++y) {
             const auto *row = reinterpret_cast<const Pixel *>(image.constScanLine(y));
@@ -141,45 +132,39 @@ INSTANTIATE_TEST_SUITE_P(Memory, PixelTest, ::testing::Bool(),
 
 TEST_F(SurfaceTest, TheMouseIsTakenEverywhereOrNowhere) {
     startOverlay();
-    client->noteClicksOn(client->root());
-    const auto below = client->window(QRect(100, 100, 400, 300), 0xffffff);
+    const auto below = window(kScreen, 0xffffff);
     surface->raise();
-    const auto taken = [&] { return client->shape(client->catcher(), XCB_SHAPE_SK_INPUT); };
-    const std::vector passed{XClient::Click{below, XCB_BUTTON_PRESS, 1},
-                             XClient::Click{below, XCB_BUTTON_RELEASE, 1}};
-    const auto focus = client->focus();
+    const auto presses = [&] {
+        std::vector<int> numbers;
+        for (const auto &button : below->buttons())
+            if (button.press)
+                numbers.push_back(button.number);
+        below->forget();
+        return numbers;
+    };
 
-    client->move(200, 200);
-    client->click();
-    EXPECT_EQ(client->clicks(), passed);
-
-    // Even where the overlay shows something, and that covers all.
+    // Nowhere, even where the overlay shows something.
     present({{{kScreen, kHalfRed}}, {}, {kScreen}});
-    ASSERT_TRUE(eventually([&] { return !outline().empty(); }));
-    client->click();
-    EXPECT_EQ(client->clicks(), passed);
+    ASSERT_TRUE(eventually([&] { return !overlay->outline().empty(); }));
+    hand->clickAt({200, 200});
+    EXPECT_TRUE(eventually([&] { return presses() == std::vector{1}; }));
 
-    // And everywhere while it is taken, whether anything shows or not: left, right, wheel, over the root too.
+    // Everywhere, even where nothing shows, with every button and the wheel.
     present({{{kScreen, 0}}, {}, {}});
     surface->setTakesMouse(true);
-    ASSERT_TRUE(eventually([&] { return taken() == std::vector{kScreen}; }));
-    for (const int button : {1, 3, 4, 5})
-        client->click(button);
-    client->move(1800, 1000);
-    client->click();
-    EXPECT_EQ(client->clicks(), std::vector<XClient::Click>{});
+    ASSERT_TRUE(eventually([&] { return overlay->mouseTaken() == std::vector{kScreen}; }));
+    for (const int button : {1, 2, 3, 4, 5})
+        hand->click(button);
 
     // A drag that began on the overlay ends there.
-    client->move(200, 200);
-    client->press(1);
+    hand->press();
     surface->setTakesMouse(false);
-    ASSERT_TRUE(eventually([&] { return taken().empty(); }));
-    client->press(1, false);
-    client->click(3);
-    const auto after = client->clicks();
-    ASSERT_EQ(after.size(), 2u);
-    EXPECT_EQ(after.front(), (XClient::Click{below, XCB_BUTTON_PRESS, 3}));
-    EXPECT_EQ(client->focus(), focus) << "the overlay never has the keyboard";
+    ASSERT_TRUE(eventually([&] { return overlay->mouseTaken().empty(); }));
+    hand->release();
+    hand->click(3);
+    rig::waitUntil("the click that is let through", [&] { return below->buttons().size() >= 2; });
+    EXPECT_EQ(below->buttons().size(), 2U);
+    EXPECT_EQ(presses(), std::vector{3});
 }
 
 TEST_F(SurfaceTest, TheBackLevelIsOutOfSightAndEveryFrontLevelStartsAfresh) {
@@ -188,31 +173,18 @@ TEST_F(SurfaceTest, TheBackLevelIsOutOfSightAndEveryFrontLevelStartsAfresh) {
     surface->onChanged([&] { ++askedAgain; });
     surface->setTakesMouse(true);
     present({{{kScreen, kHalfRed}}, {}, {kScreen}});
-    const auto drawn = client->drawn(), catcher = client->catcher();
+    const auto drawn = overlay->drawn(), catcher = overlay->catcher();
 
     surface->setLevel(-2147483643);
-    EXPECT_TRUE(eventually([&] { return !client->isMapped(drawn) && !client->isMapped(catcher); }));
+    EXPECT_TRUE(eventually([&] { return !overlay->isMapped(drawn) && !overlay->isMapped(catcher); }));
     surface->present({{}, {kScreen}, {kScreen}}, [](const PixelPatch &) { ADD_FAILURE() << "out of sight"; });
     EXPECT_EQ(askedAgain, 0);
 
     surface->setLevel(1000);
     EXPECT_EQ(askedAgain, 1);
-    EXPECT_TRUE(eventually([&] { return client->isMapped(drawn) && client->isMapped(catcher); }));
-    EXPECT_TRUE(outline().empty());
-    EXPECT_EQ(client->shape(catcher, XCB_SHAPE_SK_INPUT), std::vector{kScreen})
-        << "the mouse is still wanted";
-}
-
-TEST_F(SurfaceTest, RaisingBringsItAboveWhatCameUpSince) {
-    startOverlay();
-    const auto later = client->window(QRect(0, 0, 100, 100), 0xffffff);
-    ASSERT_EQ(client->stack().back(), later);
-    surface->raise();
-    EXPECT_TRUE(eventually([&] {
-        const auto stack = client->stack();
-        const std::set<xcb_window_t> top(stack.end() - 2, stack.end());
-        return top == std::set<xcb_window_t>{client->drawn(), client->catcher()};
-    }));
+    EXPECT_TRUE(eventually([&] { return overlay->isMapped(drawn) && overlay->isMapped(catcher); }));
+    EXPECT_TRUE(overlay->outline().empty());
+    EXPECT_EQ(overlay->mouseTaken(), std::vector{kScreen}) << "the mouse is still wanted";
 }
 
 TEST_F(SurfaceTest, TheMainScreenIsFollowedWhileItChanges) {
@@ -221,40 +193,53 @@ TEST_F(SurfaceTest, TheMainScreenIsFollowedWhileItChanges) {
     surface->onChanged([&] { ++changes; });
     const auto everywhere = [&](const QRect &area) {
         return eventually([&] {
-            return client->geometry(client->drawn()) == area && client->geometry(client->catcher()) == area;
+            return overlay->geometry(overlay->drawn()) == area &&
+                   overlay->geometry(overlay->catcher()) == area;
         });
     };
     surface->setTakesMouse(true);
     present({{{kScreen, kHalfRed}}, {}, {kScreen}});
 
     // Two monitors side by side, the right one the main one.
-    ASSERT_TRUE(server->run({"xrandr", "--setmonitor", "left", "800/210x1080/280+0+0", "screen"}));
-    ASSERT_TRUE(server->run({"xrandr", "--setmonitor", "*right", "1120/300x1000/280+800+80", "none"}));
+    desktop->setMonitors({{800, 80, 1120, 1000}, {0, 0, 800, 1080}});
     EXPECT_TRUE(everywhere(QRect(800, 80, 1120, 1000)));
     EXPECT_EQ(surface->size(), (Size{1120, 1000}));
-    EXPECT_TRUE(outline().empty()) << "old content is gone until it is painted again";
-    EXPECT_EQ(client->shape(client->catcher(), XCB_SHAPE_SK_INPUT), std::vector{QRect(0, 0, 1120, 1000)});
+    EXPECT_TRUE(overlay->outline().empty()) << "old content is gone until it is painted again";
+    EXPECT_EQ(overlay->mouseTaken(), std::vector{QRect(0, 0, 1120, 1000)});
     EXPECT_GE(changes, 1);
 
-    // Back to one, then to a smaller picture, then to a desktop with no monitor at all.
-    ASSERT_TRUE(server->run({"xrandr", "--delmonitor", "right"}));
-    ASSERT_TRUE(server->run({"xrandr", "--delmonitor", "left"}));
+    // Back to one, then to a desktop with no monitor at all.
+    desktop->run({"xrandr", "--delmonitor", "part1"});
+    desktop->run({"xrandr", "--delmonitor", "part0"});
     EXPECT_TRUE(everywhere(kScreen));
-    ASSERT_TRUE(server->run({"xrandr", "--newmode", "small", "74.5", "1280", "1344", "1472", "1664", "720",
-                             "723", "728", "746"}));
-    ASSERT_TRUE(server->run({"xrandr", "--addmode", "screen", "small"}));
-    ASSERT_TRUE(server->run({"xrandr", "--output", "screen", "--mode", "small"}));
-    EXPECT_TRUE(everywhere(QRect(0, 0, 1280, 720)));
-    server->run({"xrandr", "--output", "screen", "--off"}); // Fails, after having done it.
-    ASSERT_TRUE(server->run({"xrandr", "--fb", "1600x900"}));
+    // Fails, after having done it.
+    rig::ChildProcess({"xrandr", "--output", "screen", "--off"}, desktop->environment()).waitForExit();
+    desktop->run({"xrandr", "--fb", "1600x900"});
     EXPECT_TRUE(everywhere(QRect(0, 0, 1600, 900)));
 }
 
-TEST_F(SurfaceTest, PointsAreScaledOnDenseScreens) {
+// The whole outline is cut anew for a part that changes.
+TEST_F(SurfaceTest, WithoutACompositorWhatDoesNotChangeStaysWhileTheDotMoves) {
     startServer();
-    startPlatform(2);
-    EXPECT_EQ(surface->size(), (Size{960, 540}));
-    EXPECT_EQ(surface->scale(), 2);
+    const QRgb desktopColour = qRgb(0x33, 0x66, 0x99);
+    const auto slide = window(kScreen, desktopColour);
+    startPlatform();
+    surface->setLevel(1002);
+    const rig::Screen screen(*desktop);
+    const QRect hint(1740, 20, 160, 52), dot(100, 100, 50, 50);
+    present({{{hint, 0xffffffff}}, {}, {hint}});
+    for (int i = 0; i < 5; ++i) {
+        const QRect now = dot.translated(i * 10, 0), before = dot.translated((i - 1) * 10, 0);
+        surface->present({{}, {now.united(before)}, {hint, now}}, [&](const PixelPatch &patch) {
+            for (int y = now.top(); y <= now.bottom(); ++y)
+                std::fill_n(patch.pixels + std::ptrdiff_t{y - patch.area.y()} * patch.stride + now.x() -
+                                patch.area.x(),
+                            now.width(), 0xffff0000);
+        });
+    }
+    EXPECT_TRUE(eventually([&] { return screen.pixel({165, 125}) == qRgb(255, 0, 0); }));
+    EXPECT_EQ(screen.pixel({1750, 40}), qRgb(255, 255, 255));
+    EXPECT_EQ(screen.pixel({105, 125}), desktopColour);
 }
 
 } // namespace

@@ -80,9 +80,9 @@ void CompanionProcess::waitForCentreClicks(int count) {
               [&] { return m_input.clicks() >= count; });
 }
 
-std::vector<CompanionProcess::LogLine> CompanionProcess::log() const {
+std::vector<CompanionProcess::LogLine> CompanionProcess::linesOf(const std::string &standardError) {
     std::vector<LogLine> lines;
-    std::istringstream all(m_process->err());
+    std::istringstream all(standardError);
     for (std::string line; std::getline(all, line);) {
         int hours = 0;
         int minutes = 0;

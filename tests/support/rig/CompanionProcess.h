@@ -46,7 +46,8 @@ public:
         milliseconds time; // Since midnight.
         std::string text;
     };
-    std::vector<LogLine> log() const;
+    static std::vector<LogLine> linesOf(const std::string &standardError);
+    std::vector<LogLine> log() const { return linesOf(m_process->err()); }
     int logCount(const std::string &text) const; // Lines with exactly this text.
     void waitForLog(const std::string &text, int count = 1, milliseconds limit = kPatience);
 

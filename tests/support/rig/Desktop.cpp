@@ -46,10 +46,11 @@ Desktop::Desktop(const DesktopOptions &options) : m_environment(inheritedEnviron
     m_environment["DBUS_SESSION_BUS_ADDRESS"] = "unix:path=" + file("no-bus"); // Refused at once.
 
     // The server picks a free number itself and tells it; -noreset keeps it after its last client left.
-    m_server = std::make_unique<ChildProcess>(
-        std::vector<std::string>{"Xvfb", "-displayfd", "1", "-noreset", "-screen", "0",
-                                 dimensions(options.size) + "x24", "-fbdir", file(".")},
-        m_environment);
+    std::vector<std::string> server{
+        "Xvfb",   "-displayfd", "1", "-noreset", "-screen", "0", dimensions(options.size) + "x24",
+        "-fbdir", file(".")};
+    server.insert(server.end(), options.serverOptions.begin(), options.serverOptions.end());
+    m_server = std::make_unique<ChildProcess>(server, m_environment);
     waitUntil("the number of a new X server", [this] {
         if (!m_server->running())
             throw std::runtime_error("Xvfb ended: " + m_server->err());
@@ -90,6 +91,11 @@ void Desktop::stopCompositor() {
     m_compositor.reset();
     waitUntil("the compositor's end",
               [this] { return m_connection->selectionOwner(kCompositorSelection) == XCB_WINDOW_NONE; });
+}
+
+void Desktop::stopServer() {
+    m_server->signal(SIGKILL);
+    m_server->waitForExit();
 }
 
 void Desktop::setSize(const QSize &size) {

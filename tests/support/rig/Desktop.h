@@ -16,6 +16,7 @@ struct DesktopOptions {
     QSize size{1024, 768};
     bool windowManager = true;
     bool compositor = true;
+    std::vector<std::string> serverOptions{};
     std::vector<QRect> monitors{}; // Parts of the screen, the main one first; none: one monitor is all of it.
 };
 
@@ -37,17 +38,24 @@ public:
     QSize size() const { return m_connection->screenSize(); }
     QPoint centre() const { return {size().width() / 2, size().height() / 2}; }
 
+    // For what they cost.
+    pid_t serverPid() const { return m_server->pid(); }
+    pid_t compositorPid() const { return m_compositor->pid(); }
+
     void startWindowManager();
     void startCompositor();
     void stopCompositor(); // With SIGKILL, as a crash would.
 
+    void stopServer(); // With SIGKILL, too.
+
     // Not larger than the size that it started with.
     void setSize(const QSize &size);
-
-private:
+    // Named part0, part1 and so on.
     void setMonitors(const std::vector<QRect> &monitors);
+    // A program on this desktop, to its end; throws if it fails.
     void run(std::vector<std::string> command);
 
+private:
     QTemporaryDir m_folder;
     Environment m_environment;
     std::string m_display;

@@ -1,0 +1,159 @@
+#include "app/Doctor.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <iterator>
+#include <optional>
+
+namespace companion {
+namespace {
+
+using Kind = DoctorFinding::Kind;
+
+std::string text(const ReceiverIdentity &identity) {
+    char digits[16];
+    std::snprintf(digits, sizeof digits, "%04X:%04X", identity.vendorId, identity.productId);
+    return digits;
+}
+
+std::string joined(const std::vector<std::string> &texts) {
+    std::string all;
+    for (const std::string &each : texts)
+        all += (all.empty() ? "" : "; ") + each;
+    return all;
+}
+
+DoctorFinding version(const DoctorFacts &facts) {
+    return {Kind::Fine,
+            "program",
+            "presenter-companion " + facts.version + ", Qt " + facts.qtVersion + ", for receivers " +
+                text(facts.receiver),
+            {}};
+}
+
+DoctorFinding session(const DoctorFacts &facts) {
+    if (facts.sessionType == "wayland")
+        return {Kind::Flaw, "session", "Wayland: the effects may not cover programs that are native to it",
+                "log in to an X11 session (often \"Xorg\" in the login screen's menu)"};
+    return {Kind::Fine, "session", facts.sessionType.empty() ? "of no known type" : facts.sessionType, {}};
+}
+
+DoctorFinding server(const DoctorFacts &facts) {
+    if (facts.serverError.empty())
+        return {Kind::Fine, "X server", facts.display + " lets us in", {}};
+    return {Kind::Fatal, "X server", facts.serverError,
+            "start the program from a terminal inside your desktop session"};
+}
+
+DoctorFinding screens(const DoctorFacts &facts) {
+    if (facts.screens.empty())
+        return {Kind::Fatal, "screens", "none", "connect a screen or turn one on"};
+    return {Kind::Fine, "screens", joined(facts.screens), {}};
+}
+
+DoctorFinding compositor(const DoctorFacts &facts) {
+    if (facts.compositor)
+        return {Kind::Fine, "compositor", "runs", {}};
+    return {Kind::Flaw, "compositor", "none: no spotlight and nothing translucent; laser and magnifier work",
+            "turn compositing on in your desktop's settings, or start one, such as picom"};
+}
+
+DoctorFinding tray(const DoctorFacts &facts) {
+    if (facts.tray)
+        return {Kind::Fine, "tray", "shows status icons", {}};
+    return {Kind::Flaw, "tray", "none: the program's menu cannot be reached; the effects work",
+            "add a tray (\"notification area\") to your panel; on GNOME install an AppIndicator extension"};
+}
+
+DoctorFinding receiver(const DoctorFacts &facts) {
+    if (facts.nodes.empty())
+        return {Kind::Fatal, "receiver", text(facts.receiver) + " is not plugged in",
+                "plug it in; if it is, look for its numbers with lsusb and pass them with --receiver"};
+    std::vector<std::string> paths;
+    for (const ReceiverNode &node : facts.nodes)
+        paths.push_back(node.path);
+    return {Kind::Fine, "receiver", text(facts.receiver) + " is at " + joined(paths), {}};
+}
+
+DoctorFinding permission(const DoctorFacts &facts) {
+    const auto open = std::find_if(facts.nodes.begin(), facts.nodes.end(),
+                                   [](const ReceiverNode &node) { return node.error.empty(); });
+    if (open != facts.nodes.end())
+        return {Kind::Fine, "permission", "we may open " + open->path, {}};
+    const std::string refused = facts.nodes.front().path + ": " + facts.nodes.front().error;
+    if (!facts.ruleFile.empty())
+        return {
+            Kind::Fatal, "permission", refused + ", though " + facts.ruleFile + " names the receiver",
+            "unplug the receiver and plug it in again; only the user who sits at this machine may open it"};
+    return {
+        Kind::Fatal, "permission", refused + ", and no rule names the receiver",
+        "put this line into /etc/udev/rules.d/70-presenter-companion.rules, then unplug the receiver and\n"
+        "plug it in again:\n" +
+            udevRuleFor(facts.receiver)};
+}
+
+DoctorFinding settings(const DoctorFacts &facts) {
+    if (facts.settingsWritable)
+        return {Kind::Fine, "settings", facts.settingsFile, {}};
+    return {Kind::Flaw, "settings",
+            facts.settingsFile + " cannot be written: changes last until the end only",
+            "give yourself the right to write that file and its folder"};
+}
+
+struct Check {
+    bool needsServer;
+    bool needsReceiver;
+    DoctorFinding (*examine)(const DoctorFacts &facts);
+};
+
+constexpr Check kChecks[] = {
+    {false, false, version},  {false, false, session},   {false, false, server},
+    {true, false, screens},   {true, false, compositor}, {true, false, tray},
+    {false, false, receiver}, {false, true, permission}, {false, false, settings},
+};
+
+} // namespace
+
+std::vector<DoctorFinding> examine(const DoctorFacts &facts) {
+    std::vector<DoctorFinding> findings;
+    for (const Check &check : kChecks)
+        if ((facts.serverError.empty() || !check.needsServer) &&
+            (!facts.nodes.empty() || !check.needsReceiver))
+            findings.push_back(check.examine(facts));
+    return findings;
+}
+
+std::string doctorReport(const std::vector<DoctorFinding> &findings) {
+    constexpr std::size_t kColumn = 20;
+    std::string report;
+    for (const DoctorFinding &finding : findings) {
+        const char *mark =
+            finding.kind == Kind::Fine ? "ok" : (finding.kind == Kind::Flaw ? "note" : "FAULT");
+        std::string line = mark;
+        line.resize(7, ' ');
+        line += finding.subject;
+        line.resize(kColumn, ' ');
+        report += line + finding.text + "\n";
+        std::string rest = finding.remedy;
+        for (bool first = true; !rest.empty(); first = false) {
+            const std::size_t end = std::min(rest.find('\n'), rest.size());
+            report += std::string(kColumn, ' ') + (first ? "-> " : "   ") + rest.substr(0, end) + "\n";
+            rest.erase(0, std::min(end + 1, rest.size()));
+        }
+    }
+    report += doctorStatus(findings) == 0 ? "\nThe effects can work on this machine.\n"
+                                          : "\nThe effects cannot work before each FAULT is put right.\n";
+    return report;
+}
+
+int doctorStatus(const std::vector<DoctorFinding> &findings) {
+    return std::any_of(findings.begin(), findings.end(),
+                       [](const DoctorFinding &finding) { return finding.kind == Kind::Fatal; });
+}
+
+std::string udevRuleFor(const ReceiverIdentity &receiver) {
+    return "ACTION!=\"remove\", SUBSYSTEM==\"hidraw\", KERNELS==\"0003:" + text(receiver) +
+           ".*\", TAG+=\"uaccess\"";
+}
+
+} // namespace companion

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "platform/hidapi/ReceiverNodes.h"
+#include "receiver/ReceiverIdentity.h"
+
+#include <string>
+#include <vector>
+
+namespace companion {
+
+// What the program needs of the machine, as it is. Gathered in one place, judged in another, so that every
+// state of a machine can be judged in a test.
+struct DoctorFacts {
+    std::string version;
+    std::string qtVersion;
+    ReceiverIdentity receiver;
+    std::vector<ReceiverNode> nodes;
+    std::string ruleFile; // That names the receiver; empty: none.
+
+    std::string sessionType; // "x11", "wayland", "tty"; empty: unknown.
+    std::string display;
+    std::string serverError; // Empty: the X server lets us in. What follows is only known then.
+    bool compositor = false;
+    bool tray = false;
+    std::vector<std::string> screens;
+
+    std::string settingsFile;
+    bool settingsWritable = false;
+};
+
+struct DoctorFinding {
+    enum class Kind {
+        Fine,
+        Flaw,  // Something is missing, but the effects work.
+        Fatal, // Holding the effect key shows nothing.
+    };
+    Kind kind;
+    std::string subject;
+    std::string text;
+    std::string remedy; // Of anything that is not fine.
+};
+
+// Works without a display. `receiver` is what the command line asks for.
+DoctorFacts gatherDoctorFacts(const ReceiverIdentity &receiver);
+
+std::vector<DoctorFinding> examine(const DoctorFacts &facts);
+
+// One screen of plain text.
+std::string doctorReport(const std::vector<DoctorFinding> &findings);
+
+// 0 when the effects can work, else 1.
+int doctorStatus(const std::vector<DoctorFinding> &findings);
+
+// The line that lets the user at the seat open the receiver.
+std::string udevRuleFor(const ReceiverIdentity &receiver);
+
+} // namespace companion

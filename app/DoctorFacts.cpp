@@ -1,0 +1,89 @@
+#include "app/Doctor.h"
+#include "platform/qt/QtTray.h"
+#include "platform/x11/X11Platform.h"
+#include "settings/SettingsStore.h"
+
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QScreen>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+// Looks at the machine; needs a QApplication only where there is a display.
+namespace companion {
+namespace {
+
+// In the order in which udev prefers them.
+constexpr const char *kRuleFolders[] = {"/etc/udev/rules.d", "/run/udev/rules.d",
+                                        "/usr/local/lib/udev/rules.d", "/usr/lib/udev/rules.d",
+                                        "/lib/udev/rules.d"};
+
+bool names(const std::filesystem::path &rules, const std::string &device) {
+    std::ifstream file(rules);
+    for (std::string line; std::getline(file, line);)
+        if (!line.starts_with('#') && line.find(device) != std::string::npos)
+            return true;
+    return false;
+}
+
+std::string ruleFileFor(const ReceiverIdentity &receiver) {
+    char device[32];
+    std::snprintf(device, sizeof device, "0003:%04X:%04X.", receiver.vendorId, receiver.productId);
+    for (const char *folder : kRuleFolders) {
+        std::error_code none;
+        for (const auto &file : std::filesystem::directory_iterator(folder, none))
+            if (file.path().extension() == ".rules" && names(file.path(), device))
+                return file.path();
+    }
+    return {};
+}
+
+// The file is replaced as a whole, so its folder counts; or, before the first time, the nearest one there is.
+bool canBeWritten(const QString &path) {
+    if (QFileInfo(path).exists() && !QFileInfo(path).isWritable())
+        return false;
+    QString folder = QFileInfo(path).path();
+    while (!QFileInfo::exists(folder) && folder != QFileInfo(folder).path())
+        folder = QFileInfo(folder).path();
+    return QFileInfo(folder).isDir() && QFileInfo(folder).isWritable();
+}
+
+std::string describe(const QScreen &screen) {
+    const QRect area = screen.geometry();
+    const double scale = screen.devicePixelRatio();
+    std::ostringstream text;
+    text << screen.name().toStdString() << " " << qRound(area.width() * scale) << "x"
+         << qRound(area.height() * scale) << " at scale " << scale
+         << (&screen == QGuiApplication::primaryScreen() ? ", main" : "");
+    return text.str();
+}
+
+} // namespace
+
+DoctorFacts gatherDoctorFacts(const ReceiverIdentity &receiver) {
+    DoctorFacts facts;
+    facts.version = COMPANION_VERSION;
+    facts.qtVersion = qVersion();
+    facts.receiver = receiver;
+    facts.nodes = findReceiverNodes(receiver.vendorId, receiver.productId);
+    facts.ruleFile = ruleFileFor(receiver);
+    facts.sessionType = qgetenv("XDG_SESSION_TYPE").toStdString();
+    facts.display = qgetenv("DISPLAY").toStdString();
+    if (x11ServerAnswers(facts.serverError)) {
+        facts.compositor = x11CompositorRuns();
+        if (qGuiApp != nullptr) {
+            facts.tray = QtTray().available();
+            for (const QScreen *screen : QGuiApplication::screens())
+                facts.screens.push_back(describe(*screen));
+        }
+    }
+    const QString settings = SettingsStore::defaultPath();
+    facts.settingsFile = settings.toStdString();
+    facts.settingsWritable = canBeWritten(settings);
+    return facts;
+}
+
+} // namespace companion

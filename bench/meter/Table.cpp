@@ -1,0 +1,47 @@
+#include "meter/Table.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+namespace companion::bench {
+namespace {
+
+std::string text(const Figure &figure) {
+    if (!figure)
+        return "";
+    char buffer[40];
+    std::snprintf(buffer, sizeof buffer, *figure >= 100 ? "%.0f" : (*figure >= 10 ? "%.1f" : "%.3f"),
+                  *figure);
+    return buffer;
+}
+
+std::string ratio(const Row &row) {
+    if (!row.program || !row.floor || *row.floor <= 0)
+        return "";
+    char buffer[40];
+    std::snprintf(buffer, sizeof buffer, "%.2f", *row.program / *row.floor);
+    return buffer;
+}
+
+} // namespace
+
+void print(const std::vector<Row> &rows) {
+    std::puts("| figure | unit | target | program | floor | program / floor | full repaint |");
+    std::puts("|---|---|---|---|---|---|---|");
+    for (const Row &row : rows)
+        std::printf("| %s | %s | %s | %s | %s | %s | %s |\n", row.name.c_str(), row.unit.c_str(),
+                    row.target.c_str(), text(row.program).c_str(), text(row.floor).c_str(),
+                    ratio(row).c_str(), text(row.baseline).c_str());
+    std::fflush(stdout);
+}
+
+Figure percentile(std::vector<double> samples, double share) {
+    if (samples.empty())
+        return std::nullopt;
+    std::sort(samples.begin(), samples.end());
+    const auto last = static_cast<double>(samples.size() - 1);
+    return samples[static_cast<std::size_t>(std::lround(last * share))];
+}
+
+} // namespace companion::bench

@@ -1,0 +1,84 @@
+#include "core/MainThreadWatch.h"
+
+#include <pthread.h>
+
+#include <utility>
+
+namespace companion {
+namespace {
+
+using namespace std::chrono_literals;
+constexpr auto kBeat = 100ms;
+
+} // namespace
+
+MainThreadWatch::MainThreadWatch(MainQueue &queue, std::chrono::milliseconds limit, Steps steps)
+    : m_queue(queue),
+      m_limit(limit),
+      m_steps(std::move(steps)) {}
+
+MainThreadWatch::~MainThreadWatch() {
+    {
+        const std::lock_guard lock(m_mutex);
+        m_ending = true;
+    }
+    m_changed.notify_one();
+    if (m_thread.joinable())
+        m_thread.join();
+}
+
+void MainThreadWatch::setOn(bool on) {
+    {
+        const std::lock_guard lock(m_mutex);
+        if (on == m_on)
+            return;
+        m_on = on;
+        m_rescued = false;
+        m_lastTurn = Clock::now();
+    }
+    m_changed.notify_one();
+    if (!on)
+        return;
+    if (!m_thread.joinable())
+        m_thread = std::thread([this] { watch(); });
+    if (!std::exchange(m_beating, true))
+        beat();
+}
+
+void MainThreadWatch::beat() {
+    bool wasRescued = false;
+    {
+        const std::lock_guard lock(m_mutex);
+        m_beating = m_on;
+        m_lastTurn = Clock::now();
+        wasRescued = std::exchange(m_rescued, false);
+    }
+    if (wasRescued)
+        m_changed.notify_one();
+    if (m_beating)
+        m_queue.post(kBeat, m_life.guard([this] { beat(); }));
+}
+
+void MainThreadWatch::watch() {
+    pthread_setname_np(pthread_self(), "watchdog");
+    m_steps.prepare();
+    std::unique_lock lock(m_mutex);
+    while (true) {
+        m_changed.wait(lock, [this] { return m_ending || (m_on && !m_rescued); });
+        if (m_ending)
+            return;
+        // Woken by a change only: the time of a beat is looked at when it matters.
+        const auto seen = m_lastTurn;
+        if (m_changed.wait_until(lock, seen + m_limit, [this] { return m_ending || !m_on; }))
+            continue;
+        if (m_lastTurn != seen)
+            continue;
+        m_rescued = true;
+        lock.unlock();
+        m_steps.rescue();
+        QMetaObject::invokeMethod(&m_mainThread, m_steps.recovered, Qt::QueuedConnection);
+        lock.lock();
+    }
+}
+
+} // namespace companion

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "core/Lifetime.h"
+#include "core/MainQueue.h"
+
+#include <QImage>
+
+#include <cstdint>
+#include <functional>
+#include <set>
+
+namespace companion {
+
+class OverlayCanvas;
+class ScreenCapture;
+
+// Takes still pictures of the screen without the overlay in them: the overlay is out of sight from the
+// request until the answer, but never for longer than 300 ms, however long the platform takes.
+class StillCapture {
+public:
+    // A null picture: refused, or too late. All of it must outlive the object.
+    using Taken = std::function<void(const QImage &picture)>;
+
+    StillCapture(MainQueue &queue, OverlayCanvas &canvas, ScreenCapture &capture, Taken taken);
+
+    // The picture is asked for 100 ms from now, when the overlay has left the screen. Requests that overlap
+    // all run; an answer that comes after that to a later request no longer counts.
+    void take();
+
+private:
+    void ask(std::uint64_t number);
+    void giveUp(std::uint64_t number);
+    void finish(std::uint64_t number, const QImage &picture);
+
+    MainQueue &m_queue;
+    OverlayCanvas &m_canvas;
+    ScreenCapture &m_capture;
+    Taken m_taken;
+    std::uint64_t m_requests = 0;
+    std::uint64_t m_answered = 0; // The latest request that has been.
+    std::set<std::uint64_t> m_open;
+    Lifetime m_lifetime;
+};
+
+} // namespace companion

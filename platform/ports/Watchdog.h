@@ -1,0 +1,16 @@
+#pragma once
+
+namespace companion {
+
+// Looks after the screen while the effect is on: when the main thread is stuck for half a second, as a
+// receiver that keeps silent can make it, the mouse is free, the cursor is seen and the overlay is out of
+// sight until the main thread is back.
+class Watchdog {
+public:
+    virtual ~Watchdog() = default;
+
+    // Costs nothing while off.
+    virtual void setOn(bool on) = 0;
+};
+
+} // namespace companion

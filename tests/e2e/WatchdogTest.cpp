@@ -1,0 +1,91 @@
+// A receiver that keeps silent stops the program in the middle of a poll: the audience must not notice.
+#include "e2e/Talk.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+namespace companion::rig {
+namespace {
+
+constexpr const char *kStuck = "the program was stuck; the overlay was out of the way meanwhile";
+const Settings kSpotlight = {{"LOCAL_MOUSETYPE", "1"}, {"LOCAL_BACKALPHA", "0.6"}};
+const Settings kLaser = {{"LOCAL_MOUSETYPE", "2"}}; // All that is seen without a compositor.
+
+bool effectSeen(const Talk &talk) {
+    const QImage picture = talk.screen.grab();
+    for (int y = 0; y < picture.height(); ++y)
+        for (int x = 0; x < picture.width(); ++x)
+            if (!sameColour(picture.pixel(x, y), kSlideColour))
+                return true;
+    return false;
+}
+
+// How often the watchdog's thread has run; -1 without one.
+long watchdogTurns(pid_t program) {
+    for (const auto &task :
+         std::filesystem::directory_iterator("/proc/" + std::to_string(program) + "/task")) {
+        std::string name;
+        std::ifstream(task.path() / "comm") >> name;
+        std::ifstream status(task.path() / "status");
+        for (std::string line; name == "watchdog" && std::getline(status, line);)
+            if (line.starts_with("voluntary_ctxt_switches:"))
+                return std::stol(line.substr(line.find(':') + 1));
+    }
+    return -1;
+}
+
+TEST(Watchdog, StuckProgramLetsGoOfMouseCursorAndScreenWithinHalfASecondAndComesBack) {
+    for (const bool compositor : {true, false}) {
+        Talk talk(compositor ? kSpotlight : kLaser, {.size = {800, 600}, .compositor = compositor});
+        talk.companion.effectOn();
+        waitUntil("the effect", [&] { return effectSeen(talk); });
+        waitUntil("no cursor", [&] { return !talk.screen.cursorVisible(); });
+        talk.slide.forget();
+        talk.hand.clickAt({60, 310});
+        EXPECT_FALSE(talk.slide.pressedAt({60, 310})) << "the overlay takes the mouse";
+
+        talk.companion.receiver("delay 3000"); // From the next poll on, at most 0.1 s away.
+        const auto stuck = std::chrono::steady_clock::now();
+        waitUntil("a free mouse", [&] {
+            talk.hand.clickAt({70, 320});
+            return talk.slide.pressedAt({70, 320});
+        });
+        talk.expectPlainSlide();
+        waitUntil("the cursor", [&] { return talk.screen.cursorVisible(); });
+        EXPECT_LT(std::chrono::steady_clock::now() - stuck, 1200ms);
+        EXPECT_EQ(talk.companion.logCount(kStuck), 0) << "it is still stuck";
+
+        talk.companion.receiver("delay 0");
+        waitUntil("the effect again", [&] { return effectSeen(talk); });
+        EXPECT_EQ(talk.companion.logCount(kStuck), 1);
+        talk.companion.effectOff();
+        talk.expectPlainSlide();
+        talk.companion.effectOn();
+        waitUntil("the next effect", [&] { return effectSeen(talk); });
+        talk.slide.forget();
+        talk.hand.clickAt({80, 330});
+        EXPECT_FALSE(talk.slide.pressedAt({80, 330}));
+        for (const auto &line : talk.companion.log())
+            EXPECT_EQ(line.text.find("refused"), std::string::npos) << line.text;
+    }
+}
+
+TEST(Watchdog, HealthyProgramIsLeftAloneAndTheIdleOneIsNotWoken) {
+    Talk talk(kSpotlight);
+    EXPECT_EQ(watchdogTurns(talk.companion.process().pid()), -1) << "no thread before the first effect";
+    talk.companion.effectOn();
+    letTimePass(1500ms);
+    EXPECT_TRUE(effectSeen(talk));
+    talk.companion.effectOff();
+    talk.expectPlainSlide();
+    EXPECT_EQ(talk.companion.logCount(kStuck), 0);
+    const long turns = watchdogTurns(talk.companion.process().pid());
+    EXPECT_GT(turns, 0);
+    letTimePass(1200ms);
+    EXPECT_EQ(watchdogTurns(talk.companion.process().pid()), turns);
+}
+
+} // namespace
+} // namespace companion::rig

@@ -1,0 +1,216 @@
+// The receiver link as a whole: the real program, once over its own virtual receiver and once over the real
+// USB libraries, with the same checks for both.
+#include "support/rig/Desktop.h"
+#include "support/rig/HidrawRig.h"
+#include "support/rig/Screen.h"
+#include "support/rig/TestWindow.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <ostream>
+#include <random>
+
+namespace companion::rig {
+namespace {
+
+// A code that means nothing: it is logged at each poll and does nothing else.
+const std::string kPolled = "获得数据 12,20, 0, 0";
+
+milliseconds medianGap(const std::vector<milliseconds> &times) {
+    std::vector<milliseconds> gaps;
+    for (std::size_t i = 1; i < times.size(); ++i)
+        gaps.push_back(times[i] - times[i - 1]);
+    std::nth_element(gaps.begin(), gaps.begin() + static_cast<std::ptrdiff_t>(gaps.size() / 2), gaps.end());
+    return gaps[gaps.size() / 2];
+}
+
+void expectNear(milliseconds actual, milliseconds expected) {
+    EXPECT_LE(std::abs((actual - expected).count()), 10) << actual.count() << " ms";
+}
+
+std::size_t countOf(const ReceiverRig &rig, const std::string &text) {
+    const auto lines = rig.log();
+    return static_cast<std::size_t>(
+        std::count_if(lines.begin(), lines.end(), [&](const auto &line) { return line.text == text; }));
+}
+
+struct Kind {
+    const char *name;
+    RigMaker make;
+};
+
+[[maybe_unused]] void PrintTo(const Kind &kind, std::ostream *out) {
+    *out << kind.name;
+}
+
+class ReceiverRigTest : public ::testing::TestWithParam<Kind> {
+protected:
+    std::unique_ptr<ReceiverRig> makeRig(const Environment &environment = {}) {
+        return GetParam().make(environment);
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Rigs, ReceiverRigTest,
+                         ::testing::Values(Kind{"Virtual", makeVirtualRig}, Kind{"Hidraw", makeHidrawRig}),
+                         [](const auto &test) { return test.param.name; });
+
+TEST_P(ReceiverRigTest, AReceiverIsPolledTenTimesASecond) {
+    const auto rig = makeRig();
+    rig->setEvent({0x20});
+    expectNear(medianGap(rig->timesOf(kPolled, 21)), 100ms);
+    EXPECT_EQ(rig->opens(), 1);
+    rig->setEvent({0x00});
+    rig->waitForReads(2);
+    const std::size_t logged = rig->log().size();
+    rig->waitForReads(3);
+    EXPECT_EQ(rig->log().size(), logged) << "no key, no line";
+}
+
+TEST_P(ReceiverRigTest, AReceiverPluggedInAgainBetweenTwoPollsIsOpenedHalfASecondAfterThePollThatMissesIt) {
+    const auto rig = makeRig();
+    rig->setEvent({0x20});
+    std::vector<milliseconds> pauses;
+    for (int i = 0; i < 5; ++i) {
+        const std::size_t before = rig->timesOf(kPolled, 2).size();
+        rig->replug();
+        const auto times = rig->timesOf(kPolled, 3, before - 1);
+        milliseconds longest{0}; // One more poll may have been under way.
+        for (std::size_t j = 1; j < times.size(); ++j)
+            longest = std::max(longest, times[j] - times[j - 1]);
+        pauses.push_back(longest);
+        EXPECT_EQ(rig->opens(), i + 2);
+    }
+    std::sort(pauses.begin(), pauses.end());
+    expectNear(pauses[2], 100ms + 500ms);
+}
+
+TEST_P(ReceiverRigTest, APulledReceiverIsFoundAgainWhenItComesBack) {
+    const auto rig = makeRig();
+    rig->waitForReads(2);
+    rig->unplug();
+    letTimePass(1500ms);
+    const std::size_t quiet = rig->log().size();
+    letTimePass(600ms);
+    EXPECT_EQ(rig->log().size(), quiet) << "retrying is silent";
+    rig->setEvent({0x20});
+    rig->plug();
+    expectNear(medianGap(rig->timesOf(kPolled, 11)), 100ms);
+}
+
+TEST_P(ReceiverRigTest, AStallATimeOutAndAShortAnswerAreNoRemoval) {
+    const auto rig = makeRig();
+    rig->setEvent({0x20, 0x33});
+    rig->timesOf("获得数据 12,20,33, 0", 2);
+    rig->setMode(ReceiverRig::Mode::Stall);
+    rig->waitForReads(4);
+    rig->setDelay(700ms);
+    rig->waitForReads(2);
+    rig->setDelay(0ms);
+    rig->setMode(ReceiverRig::Mode::Short);
+    rig->timesOf(kPolled, 2); // What was left out reads as zero.
+    rig->setMode(ReceiverRig::Mode::Ok);
+    const std::size_t before = countOf(*rig, "获得数据 12,20,33, 0");
+    rig->timesOf("获得数据 12,20,33, 0", 2, before);
+    EXPECT_EQ(rig->opens(), 1);
+}
+
+TEST_P(ReceiverRigTest, AKeyPressedOnceIsActedOnOnce) {
+    const auto rig = makeRig();
+    rig->waitForReads(1);
+    rig->once({0x20, 0x00, 0x20, 0x20});
+    rig->waitForReads(8);
+    EXPECT_EQ(countOf(*rig, kPolled), 3U);
+}
+
+TEST_P(ReceiverRigTest, PlugsAndPullsAtRandomMomentsLeakNothingAndEndWithTheLinkOpen) {
+    const auto rig = makeRig();
+    std::minstd_rand random(5); // Any fixed seed.
+    const auto cycle = [&](int times) {
+        for (int i = 0; i < times; ++i) {
+            rig->unplug();
+            letTimePass(milliseconds(random() % 90));
+            rig->plug();
+            letTimePass(milliseconds(random() % 700));
+        }
+        rig->waitForReads(3);
+    };
+    cycle(5);
+    const int files = rig->openFiles();
+    const long memory = rig->residentKilobytes();
+    cycle(25);
+    EXPECT_EQ(rig->openFiles(), files);
+    if (kMemoryTells) {
+        EXPECT_LT(rig->residentKilobytes() - memory, 512);
+    }
+    const std::size_t before = countOf(*rig, kPolled);
+    rig->setEvent({0x20});
+    expectNear(medianGap(rig->timesOf(kPolled, 7, before)), 100ms); // One chain of polls, not several.
+}
+
+TEST_P(ReceiverRigTest, TheEffectFollowsTheKeyAndEndsWithAPulledReceiver) {
+    const Desktop desktop({.size = {640, 480}});
+    const Screen screen(desktop);
+    const QRgb colour = qRgb(0x33, 0x66, 0x99);
+    const TestWindow slide(desktop, TestWindow::Kind::FullScreen, colour);
+    const auto rig = makeRig(desktop.environment());
+    rig->waitForReads(2);
+    rig->once({0x01}); // From plain to the spotlight, which dims all else.
+    rig->waitForReads(2);
+    rig->setEvent({0x10});
+    const auto dimmed = [&](const QImage &picture) { return !sameColour(picture.pixel(0, 0), colour); };
+    screen.waitFor("a dimmed corner", {5, 100, 1, 1}, dimmed);
+    rig->unplug();
+    screen.waitForPixel({5, 100}, colour, 2s);
+}
+
+TEST(HidrawReceiverTest, TheInterfaceThatAnswersIsFoundBehindAKeyboard) {
+    using enum HidrawDevice::Interface;
+    for (const auto &interfaces : {std::vector{Keyboard, Vendor}, std::vector{Keyboard, Keyboard, Vendor}}) {
+        HidrawRig rig({}, interfaces);
+        rig.setEvent({0x20});
+        rig.timesOf(kPolled, 3);
+        rig.replug();
+        rig.timesOf(kPolled, 3, countOf(rig, kPolled));
+    }
+}
+
+TEST(HidrawReceiverTest, AReceiverThatComesBackUnderAnotherNodeIsFound) {
+    HidrawRig rig({});
+    rig.setEvent({0x20});
+    rig.timesOf(kPolled, 2);
+    rig.unplug();
+    HidrawDevice &device = rig.device();
+    device.plug(4);
+    rig.timesOf(kPolled, 3, countOf(rig, kPolled));
+}
+
+TEST(HidrawReceiverTest, APullInTheMiddleOfAReadEndsTheReadAndTheLinkComesBack) {
+    HidrawRig rig({});
+    rig.setEvent({0x20});
+    rig.timesOf(kPolled, 2);
+    rig.setDelay(5100ms); // As the kernel waits for a device that keeps silent.
+    rig.waitForReads(1);
+    rig.unplug();
+    rig.setDelay(0ms);
+    const auto pulled = std::chrono::steady_clock::now();
+    rig.plug();
+    rig.timesOf(kPolled, 2, countOf(rig, kPolled));
+    EXPECT_LT(std::chrono::steady_clock::now() - pulled, 3s);
+}
+
+TEST(HidrawReceiverTest, ANodeThatCannotBeOpenedYetIsTriedAgainInSilence) {
+    HidrawRig rig({}, {HidrawDevice::Interface::Vendor}, false);
+    rig.device().setReachable(false);
+    rig.plug();
+    rig.setEvent({0x20});
+    rig.timesOf("viewDidAppear", 1);
+    letTimePass(1200ms);
+    EXPECT_EQ(rig.reads(), 0);
+    EXPECT_EQ(rig.log().back().text, "viewDidAppear");
+    rig.device().setReachable(true);
+    rig.timesOf(kPolled, 2);
+}
+
+} // namespace
+} // namespace companion::rig

@@ -1,0 +1,280 @@
+#include "support/rig/HidrawDevice.h"
+
+#include "support/rig/HidrawTestbedNative.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <stdexcept>
+#include <system_error>
+
+namespace companion::rig {
+namespace {
+
+constexpr std::uint8_t kReportId = 0x12;
+constexpr std::size_t kReportLength = 64;
+constexpr std::size_t kShortLength = 2;
+
+// The smallest descriptors with these usages: all that a program looks at.
+const HidrawDevice::Bytes kKeyboardDescriptor = {0x05, 0x01, 0x09, 0x06, 0xA1, 0x01, 0xC0};
+const HidrawDevice::Bytes kVendorDescriptor = {0x06, 0x00, 0xFF, 0x09, 0x01, 0xA1, 0x01, 0xC0};
+
+std::string print(const char *format, auto... values) {
+    char text[80];
+    std::snprintf(text, sizeof text, format, values...);
+    return text;
+}
+
+// Adds a device; returns its folder in sysfs.
+std::string add(UMockdevTestbed *bed, const char *subsystem, const std::string &name,
+                const std::string &parent, std::vector<std::string> attributes,
+                std::vector<std::string> properties) {
+    const auto pointers = [](std::vector<std::string> &texts) {
+        std::vector<char *> list;
+        for (std::string &text : texts)
+            list.push_back(text.data());
+        list.push_back(nullptr);
+        return list;
+    };
+    char *path =
+        umockdev_testbed_add_devicev(bed, subsystem, name.c_str(), parent.empty() ? nullptr : parent.c_str(),
+                                     pointers(attributes).data(), pointers(properties).data());
+    if (path == nullptr)
+        throw std::runtime_error("cannot add the device " + name);
+    std::string folder = path;
+    g_free(path);
+    return folder;
+}
+
+// A raw terminal: what is written to one end is read at the other. Returns the end that is ours.
+int openTerminal(std::string &otherEnd) {
+    const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    char name[64];
+    if (terminal < 0 || grantpt(terminal) != 0 || unlockpt(terminal) != 0 ||
+        ptsname_r(terminal, name, sizeof name) != 0)
+        throw std::system_error(errno, std::generic_category(), "a terminal for a device node");
+    termios mode{};
+    tcgetattr(terminal, &mode);
+    cfmakeraw(&mode);
+    tcsetattr(terminal, TCSANOW, &mode);
+    otherEnd = name;
+    return terminal;
+}
+
+} // namespace
+
+HidrawDevice::HidrawDevice(HidrawTestbed &bed, std::uint16_t vendorId, std::uint16_t productId,
+                           std::vector<Interface> interfaces)
+    : m_bed(bed),
+      m_vendorId(vendorId),
+      m_productId(productId),
+      m_interfaces(std::move(interfaces)) {}
+
+HidrawDevice::~HidrawDevice() {
+    unplug();
+    // Clients may still have it open.
+    auto &native = *m_bed.m_native;
+    const std::lock_guard lock(native.mutex);
+    for (auto &[client, route] : native.clients)
+        if (route.device == this)
+            route = {};
+}
+
+void HidrawDevice::plug(int firstNode) {
+    if (!m_nodes.empty())
+        return;
+    {
+        const std::lock_guard lock(m_mutex);
+        m_presence = ++m_plugIns;
+    }
+    auto *bed = m_bed.m_native->bed;
+    // One port for each pair of identifiers and node, so that several devices fit in.
+    m_folders.push_back(
+        add(bed, "usb", print("1-%d", firstNode + 1), "",
+            {"idVendor", print("%04x", m_vendorId), "idProduct", print("%04x", m_productId), "bcdDevice",
+             "0100", "manufacturer", "Test", "product", "Receiver", "serial", "0001"},
+            {"DEVTYPE", "usb_device"}));
+    for (std::size_t i = 0; i < m_interfaces.size(); ++i)
+        addNode(i, firstNode + static_cast<int>(i));
+}
+
+void HidrawDevice::link(const Node &node) const {
+    const std::filesystem::path path = m_bed.m_native->folder + node.path;
+    std::filesystem::create_directories(path.parent_path());
+    std::filesystem::remove(path);
+    std::filesystem::create_symlink(m_reachable ? node.terminal : "nowhere", path);
+}
+
+void HidrawDevice::setReachable(bool reachable) {
+    m_reachable = reachable;
+    for (const Node &node : m_nodes)
+        link(node);
+}
+
+void HidrawDevice::addNode(std::size_t interface, int number) {
+    auto &native = *m_bed.m_native;
+    Node node;
+    node.path = print("/dev/hidraw%d", number);
+    node.otherEnd = openTerminal(node.terminal);
+    // Whoever asks the open node for its number gets the terminal's own.
+    struct stat status {};
+    stat(node.terminal.c_str(), &status);
+    const unsigned major = gnu_dev_major(status.st_rdev);
+    const unsigned minor = gnu_dev_minor(status.st_rdev);
+
+    native.route(node.path, {this, interface, m_presence});
+    link(node);
+
+    const std::string usbInterface =
+        add(native.bed, "usb", print("%d:1.%zu", number, interface), m_folders.front(),
+            {"bInterfaceNumber", print("%02zu", interface)}, {"DEVTYPE", "usb_interface"});
+    const std::string hid =
+        add(native.bed, "hid", print("0003:%04X:%04X.%04X", m_vendorId, m_productId, ++native.hidNumber),
+            usbInterface, {},
+            {"HID_ID", print("0003:%08X:%08X", m_vendorId, m_productId), "HID_NAME", "Test Receiver",
+             "HID_UNIQ", "0001", "HID_PHYS", "usb-test/input0"});
+    const Bytes report = descriptor(interface);
+    umockdev_testbed_set_attribute_binary(native.bed, hid.c_str(), "report_descriptor",
+                                          const_cast<guint8 *>(report.data()),
+                                          static_cast<int>(report.size()));
+    const std::string raw =
+        add(native.bed, "hidraw", print("hidraw%d", number), hid, {"dev", print("%u:%u", major, minor)},
+            {"DEVNAME", node.path, "MAJOR", std::to_string(major), "MINOR", std::to_string(minor)});
+    umockdev_testbed_set_attribute_link(native.bed, raw.c_str(), "device", "..");
+    m_folders.insert(m_folders.end(), {usbInterface, hid, raw});
+    m_nodes.push_back(std::move(node));
+}
+
+void HidrawDevice::unplug() {
+    if (m_nodes.empty())
+        return;
+    auto &native = *m_bed.m_native;
+    {
+        const std::lock_guard lock(m_mutex);
+        m_presence = 0;
+    }
+    m_pulled.notify_all();
+    for (const Node &node : m_nodes) {
+        std::filesystem::remove(native.folder + node.path);
+        native.route(node.path, {});
+        close(node.otherEnd);
+    }
+    for (auto folder = m_folders.rbegin(); folder != m_folders.rend(); ++folder) {
+        umockdev_testbed_uevent(native.bed, folder->c_str(), "remove");
+        umockdev_testbed_remove_device(native.bed, folder->c_str());
+    }
+    m_folders.clear();
+    m_nodes.clear();
+}
+
+HidrawDevice::Bytes HidrawDevice::descriptor(std::size_t interface) const {
+    return m_interfaces[interface] == Interface::Keyboard ? kKeyboardDescriptor : kVendorDescriptor;
+}
+
+bool HidrawDevice::isPresent(std::uint64_t presence) const {
+    const std::lock_guard lock(m_mutex);
+    return presence != 0 && presence == m_presence;
+}
+
+long HidrawDevice::getFeature(std::uint64_t presence, std::size_t interface, Bytes &report) {
+    if (m_interfaces[interface] == Interface::Keyboard)
+        return -EPIPE;
+    std::unique_lock lock(m_mutex);
+    m_reads.push_back(Clock::now());
+    if (m_delay > milliseconds::zero())
+        m_pulled.wait_for(lock, m_delay, [&] { return m_presence != presence; });
+    if (m_presence != presence)
+        return -ENODEV;
+    if (m_mode == Mode::Stall || report.empty() || (report[0] != kReportId && report[0] != 0))
+        return -EPIPE;
+    // Without a report ID the kernel puts a zero before the report.
+    Bytes full(report[0] == 0 ? kReportLength + 1 : kReportLength);
+    full[0] = report[0];
+    if (m_once.empty()) {
+        std::copy_n(m_event.begin(), std::min(m_event.size(), full.size() - 1), full.begin() + 1);
+    } else {
+        full[1] = m_once.front();
+        m_once.pop_front();
+    }
+    const std::size_t length = std::min(report.size(), m_mode == Mode::Short ? kShortLength : full.size());
+    std::copy_n(full.begin(), length, report.begin());
+    return static_cast<long>(length);
+}
+
+long HidrawDevice::setFeature(std::uint64_t presence, std::size_t interface, const Bytes &report) {
+    const std::lock_guard lock(m_mutex);
+    if (presence != m_presence)
+        return -ENODEV;
+    if (m_mode == Mode::Stall || m_interfaces[interface] == Interface::Keyboard)
+        return -EPIPE;
+    m_written.push_back(report);
+    return static_cast<long>(report.size());
+}
+
+long HidrawDevice::output(std::uint64_t presence, const Bytes &report) {
+    const std::lock_guard lock(m_mutex);
+    if (presence != m_presence)
+        return -ENODEV;
+    if (m_mode == Mode::Stall)
+        return -EPIPE;
+    m_outputs.push_back(report);
+    return static_cast<long>(report.size());
+}
+
+void HidrawDevice::setEvent(Bytes bytes) {
+    const std::lock_guard lock(m_mutex);
+    m_event = std::move(bytes);
+}
+
+void HidrawDevice::once(const Bytes &codes) {
+    const std::lock_guard lock(m_mutex);
+    m_once.insert(m_once.end(), codes.begin(), codes.end());
+}
+
+void HidrawDevice::setMode(Mode mode) {
+    const std::lock_guard lock(m_mutex);
+    m_mode = mode;
+}
+
+void HidrawDevice::setDelay(milliseconds delay) {
+    const std::lock_guard lock(m_mutex);
+    m_delay = delay;
+}
+
+void HidrawDevice::sendInput(const Bytes &report) {
+    if (!m_nodes.empty() && ::write(m_nodes.back().otherEnd, report.data(), report.size()) < 0)
+        throw std::system_error(errno, std::generic_category(), "an input report");
+}
+
+void HidrawDevice::countOpen() {
+    const std::lock_guard lock(m_mutex);
+    ++m_opens;
+}
+
+std::vector<HidrawDevice::Bytes> HidrawDevice::written() const {
+    const std::lock_guard lock(m_mutex);
+    return m_written;
+}
+
+std::vector<HidrawDevice::Bytes> HidrawDevice::outputs() const {
+    const std::lock_guard lock(m_mutex);
+    return m_outputs;
+}
+
+std::vector<HidrawDevice::Clock::time_point> HidrawDevice::reads() const {
+    const std::lock_guard lock(m_mutex);
+    return m_reads;
+}
+
+int HidrawDevice::opens() const {
+    const std::lock_guard lock(m_mutex);
+    return m_opens;
+}
+
+} // namespace companion::rig

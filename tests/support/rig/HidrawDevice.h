@@ -1,0 +1,90 @@
+#pragma once
+
+#include "support/rig/HidrawTestbed.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <string>
+#include <vector>
+
+namespace companion::rig {
+
+// A USB HID device in a testbed, one hidraw node for each interface. As with hardware, what is open dies with
+// the pull, in the middle of a call too, and stays dead when the device comes back. Unplugged at first.
+class HidrawDevice {
+public:
+    enum class Interface {
+        Keyboard, // Refuses feature reports.
+        Vendor,   // Answers them.
+    };
+    enum class Mode { Ok, Stall, Short };
+    using Bytes = std::vector<std::uint8_t>;
+    using Clock = std::chrono::steady_clock;
+
+    HidrawDevice(HidrawTestbed &bed, std::uint16_t vendorId, std::uint16_t productId,
+                 std::vector<Interface> interfaces = {Interface::Vendor});
+    ~HidrawDevice();
+    HidrawDevice(const HidrawDevice &) = delete;
+    HidrawDevice &operator=(const HidrawDevice &) = delete;
+
+    void plug(int firstNode = 0); // /dev/hidrawN and up.
+    void unplug();
+
+    // Whether its nodes can be opened, as when the rules have not given the rights yet.
+    void setReachable(bool reachable);
+
+    void setEvent(Bytes bytes);    // Bytes 1 and up of every answer.
+    void once(const Bytes &codes); // For one answer each, before the standing event.
+    void setMode(Mode mode);
+    void setDelay(milliseconds delay); // Every feature read lasts so long, unless a pull ends it.
+    void sendInput(const Bytes &report);
+
+    std::vector<Bytes> written() const;           // Feature reports, report ID first.
+    std::vector<Bytes> outputs() const;           // Output reports, report ID first.
+    std::vector<Clock::time_point> reads() const; // When feature reads began.
+    int opens() const;
+
+private:
+    friend class HidrawTestbed;
+    struct Node {
+        std::string path;     // "/dev/hidraw0".
+        std::string terminal; // What stands behind the path.
+        int otherEnd = -1;
+    };
+    // What programs do to the node of an interface, opened when plugging-in number `presence` was current; on
+    // the testbed's thread. A length, or minus an error number.
+    long getFeature(std::uint64_t presence, std::size_t interface, Bytes &report);
+    long setFeature(std::uint64_t presence, std::size_t interface, const Bytes &report);
+    long output(std::uint64_t presence, const Bytes &report);
+    bool isPresent(std::uint64_t presence) const;
+
+    void countOpen();
+    void link(const Node &node) const;
+    void addNode(std::size_t interface, int number);
+    Bytes descriptor(std::size_t interface) const;
+
+    HidrawTestbed &m_bed;
+    const std::uint16_t m_vendorId;
+    const std::uint16_t m_productId;
+    const std::vector<Interface> m_interfaces;
+    std::vector<std::string> m_folders; // In sysfs, parents first.
+    std::vector<Node> m_nodes;
+    bool m_reachable = true;
+
+    mutable std::mutex m_mutex;
+    std::condition_variable m_pulled;
+    std::uint64_t m_plugIns = 0;
+    std::uint64_t m_presence = 0; // Which plugging-in this is; 0 while unplugged.
+    Bytes m_event;
+    std::deque<std::uint8_t> m_once;
+    Mode m_mode = Mode::Ok;
+    milliseconds m_delay{0};
+    int m_opens = 0;
+    std::vector<Bytes> m_written;
+    std::vector<Bytes> m_outputs;
+    std::vector<Clock::time_point> m_reads;
+};
+
+} // namespace companion::rig

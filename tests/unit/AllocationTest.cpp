@@ -1,0 +1,166 @@
+// What one pointer event costs while an effect is on, counted and not timed: allocations, pixels,
+// presentations.
+#include "core/LineWriter.h"
+#include "core/NotificationCenter.h"
+#include "core/NotificationNames.h"
+#include "core/QtMainQueue.h"
+#include "overlay/ViewController.h"
+#include "platform/virtual_receiver/VirtualHidPort.h"
+#include "platform/virtual_receiver/VirtualReceiver.h"
+#include "receiver/HidManager.h"
+#include "settings/ConfigManager.h"
+#include "settings/SettingsStore.h"
+#include "support/FakePlatform.h"
+#include "support/VirtualMainQueue.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <new>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+std::size_t allocations = 0;
+
+} // namespace
+
+void *operator new(std::size_t size) {
+    ++allocations;
+    if (void *memory = std::malloc(size != 0 ? size : 1))
+        return memory;
+    throw std::bad_alloc();
+}
+
+void operator delete(void *memory) noexcept {
+    std::free(memory);
+}
+
+void operator delete(void *memory, std::size_t) noexcept {
+    std::free(memory);
+}
+
+namespace companion {
+namespace {
+
+constexpr double kWidth = 1920;
+constexpr double kHeight = 1080;
+constexpr int kSize = 150;
+
+// The real queue for what a pointer event brings about; time itself stands still.
+class SplitQueue final : public MainQueue {
+public:
+    void post(std::chrono::milliseconds delay, Task task) override {
+        if (delay > 0ms)
+            later.post(delay, std::move(task));
+        else
+            now.post(delay, std::move(task));
+    }
+    QtMainQueue now;
+    VirtualMainQueue later;
+};
+
+class PointerEventCost : public ::testing::TestWithParam<EffectType> {
+protected:
+    PointerEventCost() {
+        platform.fakeSurface.change({kWidth, kHeight}, 1, true);
+        platform.capture.picture = QImage(int(kWidth), int(kHeight), QImage::Format_RGB32);
+        platform.capture.picture.fill(0x336699);
+        config.setType(GetParam());
+        config.setMouseSizeValue(kSize);
+        receiver.unplug();
+        before = Log::setSink({});
+        Log::setSink([this](std::string_view text) { // As the program's own, but into the void.
+            line.assign(text);
+            writer.write(line);
+        });
+        controller.emplace(ViewController::Needs{queue, center, config, link, platform,
+                                                 [](std::string_view) { return std::nullopt; },
+                                                 [] { return nullptr; }});
+        controller->viewDidLoad();
+        controller->viewDidAppear();
+        controller->mouseEffectOn();
+        pass(250ms); // The click and the capture are over; the effect is on, and no time passes any more.
+    }
+    ~PointerEventCost() override {
+        controller.reset();
+        Log::setSink(before);
+        close(nowhere);
+    }
+
+    void pass(std::chrono::milliseconds time) {
+        for (auto passed = 0ms; passed < time; passed += 10ms) {
+            queue.later.advance(10ms);
+            const MainQueue::Turn turn(queue.now);
+        }
+    }
+
+    // As a backend hands on a lot of events.
+    void moveTo(Point where) {
+        const MainQueue::Turn turn(queue.now);
+        platform.monitor.send(InputEventType::MouseMoved, where);
+    }
+
+    void walk(int events) {
+        for (int i = 0; i < events; ++i)
+            moveTo(i % 10 == 0 ? Point{300.0 + i, 800.0 - i} : Point{1000.0 + 9 * (i % 30), 500});
+    }
+
+    int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    LineWriter writer{nowhere, 1000, [](std::uint64_t) { return std::string(); }};
+    std::string line;
+    Log::Sink before;
+    SplitQueue queue;
+    NotificationCenter center;
+    SettingsStore store;
+    ConfigManager config{store};
+    FakePlatform platform;
+    VirtualReceiver receiver{queue};
+    VirtualHidPort port{receiver};
+    HidManager link{{queue, center, port, 1, 1}};
+    std::optional<ViewController> controller;
+};
+
+TEST_P(PointerEventCost, IsOnePresentationAndNoAllocationOnceWarm) {
+    walk(100);
+    const int presented = platform.fakeSurface.presented;
+    const std::size_t allocated = allocations;
+    walk(200);
+    EXPECT_EQ(allocations - allocated, 0U);
+    EXPECT_EQ(platform.fakeSurface.presented - presented, 200);
+}
+
+TEST_P(PointerEventCost, IsTheNewDiscsPixelsForANearStepAndAFarOne) {
+    moveTo({500, 500});
+    for (const Point where : {Point{509, 500}, Point{1500, 300}}) {
+        moveTo(where);
+        EXPECT_LE(platform.fakeSurface.paintedPixels, kSize * kSize) << where.x;
+        EXPECT_GT(platform.fakeSurface.paintedPixels, 0);
+    }
+}
+
+TEST_P(PointerEventCost, IsTheSameForMotionsThatComeTogether) {
+    moveTo({500, 500});
+    const int presented = platform.fakeSurface.presented;
+    {
+        const MainQueue::Turn turn(queue.now);
+        for (int i = 0; i < 20; ++i)
+            platform.monitor.send(InputEventType::MouseMoved, {500.0 + i, 500});
+    }
+    EXPECT_EQ(platform.fakeSurface.presented, presented + 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(Effects, PointerEventCost,
+                         ::testing::Values(kEffectSpotlight, kEffectLaser, kEffectZoom),
+                         [](const auto &each) {
+                             return each.param == kEffectSpotlight ? "Spotlight"
+                                    : each.param == kEffectLaser   ? "Laser"
+                                                                   : "Lens";
+                         });
+
+} // namespace
+} // namespace companion

@@ -1,0 +1,88 @@
+#include "app/Doctor.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+
+namespace companion {
+namespace {
+
+using Kind = DoctorFinding::Kind;
+
+DoctorFacts healthy() {
+    return {.version = "1.0",
+            .qtVersion = "6.4",
+            .receiver = builtInReceiverIdentity(),
+            .nodes = {{"/dev/hidraw3", ""}},
+            .ruleFile = "/etc/udev/rules.d/70-presenter-companion.rules",
+            .sessionType = "x11",
+            .display = ":0",
+            .serverError = "",
+            .compositor = true,
+            .tray = true,
+            .screens = {"eDP-1 1920x1080 at scale 1, main"},
+            .settingsFile = "/home/me/.config/file",
+            .settingsWritable = true};
+}
+
+struct Fault {
+    const char *subject;
+    Kind kind;
+    void (*apply)(DoctorFacts &facts);
+};
+
+TEST(Doctor, FindsNothingWrongWithAHealthyMachine) {
+    const auto findings = examine(healthy());
+    for (const auto &finding : findings)
+        EXPECT_EQ(finding.kind, Kind::Fine) << finding.subject;
+    EXPECT_EQ(doctorStatus(findings), 0);
+    EXPECT_NE(doctorReport(findings).find("/dev/hidraw3"), std::string::npos);
+}
+
+TEST(Doctor, EachFaultIsFoundWithItsRemedyOnOneScreenAndOnlyFatalOnesCount) {
+    const Fault faults[] = {
+        {"session", Kind::Flaw, [](DoctorFacts &f) { f.sessionType = "wayland"; }},
+        {"X server", Kind::Fatal, [](DoctorFacts &f) { f.serverError = "no X server: DISPLAY is not set"; }},
+        {"screens", Kind::Fatal, [](DoctorFacts &f) { f.screens.clear(); }},
+        {"compositor", Kind::Flaw, [](DoctorFacts &f) { f.compositor = false; }},
+        {"tray", Kind::Flaw, [](DoctorFacts &f) { f.tray = false; }},
+        {"receiver", Kind::Fatal, [](DoctorFacts &f) { f.nodes.clear(); }},
+        {"permission", Kind::Fatal, [](DoctorFacts &f) { f.nodes[0].error = "Permission denied"; }},
+        {"settings", Kind::Flaw, [](DoctorFacts &f) { f.settingsWritable = false; }},
+    };
+    for (const Fault &fault : faults) {
+        DoctorFacts facts = healthy();
+        fault.apply(facts);
+        const auto findings = examine(facts);
+        for (const auto &finding : findings) {
+            EXPECT_EQ(finding.kind, finding.subject == fault.subject ? fault.kind : Kind::Fine)
+                << finding.subject << " with a fault in " << fault.subject;
+            EXPECT_EQ(finding.remedy.empty(), finding.kind == Kind::Fine) << finding.subject;
+        }
+        EXPECT_EQ(doctorStatus(findings), fault.kind == Kind::Fatal ? 1 : 0) << fault.subject;
+        const std::string report = doctorReport(findings);
+        EXPECT_NE(report.find("-> "), std::string::npos);
+        EXPECT_LE(std::count(report.begin(), report.end(), '\n'), 24);
+    }
+}
+
+TEST(Doctor, MissingRuleIsGivenAsItIsInstalledAndAnIneffectiveOneIsNamed) {
+    DoctorFacts facts = healthy();
+    facts.nodes = {{"/dev/hidraw3", "Permission denied"}, {"/dev/hidraw4", "Permission denied"}};
+    facts.ruleFile.clear();
+    EXPECT_NE(doctorReport(examine(facts)).find(udevRuleFor(facts.receiver)), std::string::npos);
+    std::ifstream installed(COMPANION_RULE);
+    std::string line;
+    while (std::getline(installed, line) && line.starts_with('#')) {
+    }
+    EXPECT_EQ(udevRuleFor(facts.receiver), line);
+
+    facts.ruleFile = "/etc/udev/rules.d/99-own.rules";
+    EXPECT_NE(doctorReport(examine(facts)).find("99-own.rules"), std::string::npos);
+    facts.nodes[1].error.clear(); // A keyboard's node before it may stay closed.
+    EXPECT_EQ(doctorStatus(examine(facts)), 0);
+}
+
+} // namespace
+} // namespace companion

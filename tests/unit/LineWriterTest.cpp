@@ -1,0 +1,145 @@
+#include "core/LineWriter.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+#include <vector>
+
+using namespace std::chrono_literals;
+
+namespace companion {
+namespace {
+
+std::string notice(std::uint64_t dropped) {
+    return std::to_string(dropped) + " dropped\n";
+}
+
+enum class Kind { Pipe, Socket, Terminal };
+
+// A terminal without the translations that one makes for people.
+int openTerminal(std::array<int, 2> &ends) {
+    ends[0] = posix_openpt(O_RDWR | O_NOCTTY);
+    if (ends[0] < 0 || grantpt(ends[0]) != 0 || unlockpt(ends[0]) != 0)
+        return -1;
+    ends[1] = open(ptsname(ends[0]), O_RDWR | O_NOCTTY);
+    termios settings{};
+    tcgetattr(ends[1], &settings);
+    cfmakeraw(&settings);
+    return tcsetattr(ends[1], TCSANOW, &settings);
+}
+
+// A pipe, a socket as the journal's is, or a terminal, that is read only when told.
+class LineWriterTest : public ::testing::TestWithParam<Kind> {
+protected:
+    LineWriterTest() {
+        const int made = GetParam() == Kind::Pipe     ? pipe(ends.data())
+                         : GetParam() == Kind::Socket ? socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data())
+                                                      : openTerminal(ends);
+        EXPECT_EQ(made, 0);
+        fcntl(ends[0], F_SETFL, O_NONBLOCK); // The reader's end only.
+        writer.emplace(ends[1], kRoom, notice);
+    }
+    ~LineWriterTest() override {
+        writer.reset();
+        closeReader();
+        close(ends[1]);
+    }
+    void closeReader() { close(std::exchange(ends[0], -1)); }
+
+    // Of many lengths: a terminal waits for room only when the last bit of it is too short.
+    std::string lineNumber(int number) const {
+        return std::to_string(number) + std::string(static_cast<std::size_t>(20 + number % 97 * 3), 'x') +
+               "\n";
+    }
+    // Writes lines until some must have been dropped. Hangs if the writer waits for the reader.
+    int writeTooMuch() {
+        int number = 0;
+        while (number < 20'000)
+            writer->write(lineNumber(number++));
+        return number;
+    }
+    std::string readAll() {
+        std::string all;
+        std::array<char, 4096> part{};
+        for (ssize_t n = 0; (n = read(ends[0], part.data(), part.size())) > 0;)
+            all.append(part.data(), static_cast<std::size_t>(n));
+        return all;
+    }
+
+    static constexpr std::size_t kRoom = 10'000;
+    std::array<int, 2> ends{};
+    std::optional<LineWriter> writer;
+};
+
+TEST_P(LineWriterTest, ALineThatTheReaderHasRoomForIsOneWriteOnItsOwn) {
+    writer->write("one\n");
+    writer->write("two\n");
+    EXPECT_EQ(readAll(), "one\ntwo\n");
+    EXPECT_TRUE(writer->flush(0ms));
+}
+
+TEST_P(LineWriterTest, AReaderThatReadsNothingHoldsNobodyUpAndLearnsHowManyLinesItMissed) {
+    const int written = writeTooMuch();
+    std::string all;
+    for (std::string part = readAll(); !part.empty(); part = readAll()) {
+        all += part;
+        writer->flush(0ms);
+    }
+    writer->write("after\n");
+    all += readAll();
+
+    int kept = 0;
+    std::size_t position = 0;
+    for (; all.compare(position, lineNumber(kept).size(), lineNumber(kept)) == 0; ++kept)
+        position += lineNumber(kept).size();
+    EXPECT_GT(position, kRoom) << "what the reader's end holds and the room";
+    EXPECT_EQ(all.substr(position), notice(static_cast<std::uint64_t>(written - kept)) + "after\n")
+        << "whole lines in order, one notice, and then every line again";
+}
+
+TEST_P(LineWriterTest, TheEventLoopDeliversWhatWaits) {
+    writeTooMuch();
+    std::string all = readAll();
+    QElapsedTimer time;
+    time.start();
+    while (!all.ends_with("dropped\n") && time.elapsed() < 5000) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        all += readAll();
+    }
+    EXPECT_TRUE(all.ends_with("dropped\n"));
+}
+
+TEST_P(LineWriterTest, AnEndWaitsForASlowReaderButNotForOneThatHasStopped) {
+    writeTooMuch();
+    EXPECT_FALSE(writer->flush(1ms));
+}
+
+TEST_P(LineWriterTest, AReaderThatHasGoneEndsNeitherTheProgramNorItsPeace) {
+    const auto before = std::signal(SIGPIPE, SIG_DFL);
+    writeTooMuch();
+    closeReader();
+    for (int i = 0; i < 10; ++i)
+        writer->write("nobody\n");
+    EXPECT_TRUE(writer->flush(1s)) << "nothing is kept for nobody";
+    std::signal(SIGPIPE, before);
+}
+
+INSTANTIATE_TEST_SUITE_P(Readers, LineWriterTest, ::testing::Values(Kind::Pipe, Kind::Socket, Kind::Terminal),
+                         [](const auto &each) {
+                             return each.param == Kind::Pipe     ? "Pipe"
+                                    : each.param == Kind::Socket ? "Socket"
+                                                                 : "Terminal";
+                         });
+
+} // namespace
+} // namespace companion

@@ -1,0 +1,75 @@
+#include "core/MainThreadWatch.h"
+
+#include "support/VirtualMainQueue.h"
+
+#include <QCoreApplication>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+
+namespace companion {
+namespace {
+
+using namespace std::chrono_literals;
+
+class MainThreadWatchTest : public ::testing::Test {
+protected:
+    // Blocks the main thread, as far as the watch can see, until the watch has helped so often.
+    void beStuckUntilRescue(int count) {
+        for (int seen = rescues; seen < count; seen = rescues)
+            rescues.wait(seen);
+    }
+    void turn() {
+        queue.advance(100ms);
+        QCoreApplication::processEvents();
+    }
+
+    VirtualMainQueue queue; // Time stands still in it: only turn() is a sign of life.
+    std::atomic<int> prepared = 0;
+    std::atomic<int> rescues = 0;
+    int recovered = 0;
+    MainThreadWatch watch{queue,
+                          20ms,
+                          {.prepare = [this] { ++prepared; },
+                           .rescue =
+                               [this] {
+                                   ++rescues;
+                                   rescues.notify_one();
+                               },
+                           .recovered = [this] { ++recovered; }}};
+};
+
+TEST_F(MainThreadWatchTest, StuckThreadIsRescuedOnceAndToldWhenItIsBackEachTime) {
+    watch.setOn(true);
+    for (int i = 1; i <= 3; ++i) {
+        beStuckUntilRescue(i);
+        EXPECT_EQ(recovered, i - 1) << "not before the main thread turns";
+        for (int wait = 0; wait < 1000 && recovered < i; ++wait)
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        EXPECT_EQ(recovered, i);
+        EXPECT_EQ(rescues, i) << "it has not turned since";
+        turn();
+    }
+    EXPECT_EQ(prepared, 1);
+}
+
+TEST_F(MainThreadWatchTest, NothingBeatsAndNobodyIsRescuedWhileItIsOff) {
+    EXPECT_EQ(queue.pending(), 0U);
+    watch.setOn(true);
+    watch.setOn(true);
+    EXPECT_EQ(queue.pending(), 1U);
+    beStuckUntilRescue(1);
+    watch.setOn(false);
+    watch.setOn(true); // Between two beats: still one heart.
+    EXPECT_EQ(queue.pending(), 1U);
+    watch.setOn(false);
+    turn();
+    EXPECT_EQ(queue.pending(), 0U);
+    const int before = rescues;
+    watch.setOn(true);
+    beStuckUntilRescue(before + 1); // And it is on again.
+}
+
+} // namespace
+} // namespace companion

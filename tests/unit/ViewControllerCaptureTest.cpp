@@ -1,0 +1,167 @@
+#include "support/ViewControllerFixture.h"
+
+#include <random>
+
+namespace companion {
+namespace {
+
+TEST_F(ViewControllerTest, WatchedKeysAreLoggedAndRecaptureOnlyInZoomMode) {
+    load();
+    const auto press = [this](int key) {
+        platform.monitor.send(InputEventType::KeyDown, {}, key);
+        platform.monitor.send(InputEventType::KeyUp, {}, key);
+    };
+    for (const int key : {kVirtualKeyPageUp, kVirtualKeyPageDown, kVirtualKeyB, kVirtualKeyF5, 12})
+        press(key);
+    queue.advance(1s);
+    EXPECT_EQ(log.lines, (std::vector<std::string>{"控制器按下了'page_up'", "控制器按下了'page_down'",
+                                                   "控制器按下了'b'", "控制器按下了'f5'"}));
+    EXPECT_EQ(platform.capture.asked, 0);
+
+    config.setType(kEffectZoom);
+    hold(400ms); // Built, first picture taken.
+    ASSERT_EQ(platform.capture.asked, 1);
+    press(kVirtualKeyPageDown);
+    const auto lensAfter = [this](std::chrono::milliseconds time) {
+        for (auto passed = 0ms; passed < time; passed += 50ms) {
+            effectKey();
+            queue.advance(std::min(50ms, time - passed));
+        }
+        return shown(controller->zoomView());
+    };
+    EXPECT_TRUE(lensAfter(199ms));
+    EXPECT_FALSE(lensAfter(1ms));
+    EXPECT_FALSE(lensAfter(99ms));
+    EXPECT_TRUE(lensAfter(1ms));
+    EXPECT_EQ(platform.capture.asked, 2);
+}
+
+TEST_F(ViewControllerTest, NothingOfTheOverlayIsOnTheScreenWhenAPictureIsTaken) {
+    config.setType(kEffectZoom);
+    load();
+    center.post(LOCAL_MOUSESIZEVALUEADD); // The hint would be in the picture.
+    hold(300ms);
+    platform.monitor.send(InputEventType::KeyDown, {}, kVirtualKeyF5);
+    queue.advance(199ms);
+    EXPECT_FALSE(platform.fakeSurface.occupied.empty());
+    effectKey();
+    queue.advance(1ms);
+    EXPECT_TRUE(platform.fakeSurface.occupied.empty());
+    queue.advance(99ms);
+    EXPECT_TRUE(platform.fakeSurface.occupied.empty());
+    queue.advance(1ms);
+    EXPECT_EQ(platform.fakeSurface.occupied.size(), 2U) << "hint and lens are back";
+}
+
+TEST_F(ViewControllerTest, EffectOffDuringACaptureLeavesTheLensHidden) {
+    config.setType(kEffectZoom);
+    load();
+    hold(300ms);
+    ASSERT_TRUE(shown(controller->zoomView()));
+    platform.monitor.send(InputEventType::KeyDown, {}, kVirtualKeyB);
+    queue.advance(200ms); // Off and hidden for the capture at the same moment.
+    EXPECT_FALSE(controller->mouseEffectIsOn());
+    queue.advance(1s);
+    EXPECT_EQ(platform.capture.asked, 2);
+    EXPECT_FALSE(shown(controller->zoomView()));
+}
+
+class LateCaptureTest : public ViewControllerTest {
+protected:
+    LateCaptureTest() {
+        config.setType(kEffectZoom);
+        load();
+        hold(300ms);
+        moveTo({200, 200});
+        EXPECT_EQ(lens(), 0xff336699U);
+    }
+    void slideKey() { platform.monitor.send(InputEventType::KeyDown, {}, kVirtualKeyB); }
+    Pixel lens() const { return at(200, 400); }
+    static QImage picture(QRgb colour) {
+        QImage image(int(kWidth), int(kHeight), QImage::Format_RGB32);
+        image.fill(colour);
+        return image;
+    }
+};
+
+TEST_F(LateCaptureTest, ALatePictureIsLeftOutAndEverythingElseIsSeenAgainAfterThreeHundredMilliseconds) {
+    platform.capture.late = true;
+    slideKey();
+    hold(400ms);
+    EXPECT_TRUE(platform.fakeSurface.occupied.empty());
+    hold(100ms);
+    EXPECT_TRUE(shown(controller->zoomView()));
+    EXPECT_EQ(lens(), 0U) << "only the ring, and no picture of before";
+    platform.capture.waiting.at(0)(picture(0xffff0000));
+    hold(100ms);
+    EXPECT_EQ(lens(), 0U) << "the lens itself may be in that picture";
+    EXPECT_EQ(log.count("the picture of the screen is late and left out: the magnifier stays empty"), 1U);
+}
+
+TEST_F(LateCaptureTest, OfOverlappingCapturesTheLatestCountsWhateverTheOrderOfTheAnswers) {
+    platform.capture.late = true;
+    slideKey();
+    hold(100ms);
+    slideKey();
+    hold(300ms);
+    ASSERT_EQ(platform.capture.waiting.size(), 2U);
+    platform.capture.waiting[1](picture(0xff00ff00));
+    platform.capture.waiting[0](picture(0xffff0000));
+    hold(100ms);
+    EXPECT_EQ(lens(), 0xff00ff00U);
+}
+
+TEST_F(LateCaptureTest, ARefusedPictureLeavesTheRing) {
+    platform.capture.picture = {};
+    slideKey();
+    hold(400ms);
+    EXPECT_TRUE(shown(controller->zoomView()));
+    EXPECT_EQ(lens(), 0U);
+    EXPECT_EQ(log.count("no picture of the screen: the magnifier stays empty"), 1U);
+}
+
+TEST_F(LateCaptureTest, AnAnswerAfterTheEndFindsNobody) {
+    platform.capture.late = true;
+    slideKey();
+    hold(300ms);
+    controller.reset();
+    platform.capture.waiting.at(0)({});
+}
+
+TEST_F(LateCaptureTest, PicturesAreGivenBackWhenTheEffectEnds) {
+    platform.capture.picture = {}; // The fake's own copy.
+    EXPECT_FALSE(controller->zoomScreenShotImageView()->image().isNull());
+    queue.advance(1s);
+    EXPECT_TRUE(controller->zoomScreenShotImageView()->image().isNull());
+    platform.capture.picture = picture(0xff00ff00);
+    slideKey(); // With the effect off there is nothing to see of it.
+    queue.advance(1s);
+    EXPECT_TRUE(controller->zoomScreenShotImageView()->image().isNull());
+}
+
+TEST_F(ViewControllerTest, HalfAnHourOfTalkLeavesViewsAndTasksBounded) {
+    load();
+    std::mt19937 random(11);
+    const std::string_view keys[] = {LOCAL_MOUSETYPESWITCH, LOCAL_MOUSESIZEVALUEADD, LOCAL_MOUSESIZEVALUESUB,
+                                     LOCAL_MOUSEEFFECTON,   NOTIFY_REFRESHPEN,       LOCAL_MOUSETYPESWITCH};
+    std::size_t mostPending = 0;
+    std::size_t mostViews = 0;
+    for (int i = 0; i < 36'000; ++i) { // Every 50 ms; 12,000 mode switches.
+        center.post(keys[random() % std::size(keys)]);
+        platform.monitor.send(InputEventType::MouseMoved, {double(random() % 800), double(random() % 600)});
+        platform.monitor.send(InputEventType::KeyDown, {}, kVirtualKeyB);
+        queue.advance(50ms);
+        mostPending = std::max(mostPending, queue.pending());
+        mostViews = std::max(mostViews, controller->canvas().root()->subviews().size());
+        log.lines.clear();
+        platform.mouse.posted.clear();
+    }
+    EXPECT_LE(mostPending, 200U); // Bounded by the longest time-out: the hint's 3 s.
+    EXPECT_LE(mostViews, 5U);     // Hint, lens, two holders, one effect.
+    queue.advance(10s);
+    EXPECT_LE(queue.pending(), 1U) << "the receiver's pass";
+    EXPECT_TRUE(platform.fakeSurface.occupied.empty());
+}
+
+} // namespace
+} // namespace companion

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "support/rig/Desktop.h"
+
+#include <QImage>
+
+#include <vector>
+
+namespace companion {
+
+// The overlay's two windows as another client of the server finds them.
+class OverlayWindows {
+public:
+    explicit OverlayWindows(const rig::Desktop &desktop) : m_connection(desktop.display()) {}
+
+    xcb_window_t drawn() const { return find(XCB_WINDOW_CLASS_INPUT_OUTPUT); }
+    xcb_window_t catcher() const { return find(XCB_WINDOW_CLASS_INPUT_ONLY); }
+    bool isMapped(xcb_window_t window) const;
+    QRect geometry(xcb_window_t window) const;
+    // Where something shows, and where the mouse is taken.
+    std::vector<QRect> outline() const;
+    std::vector<QRect> mouseTaken() const;
+    QImage content() const;
+
+    std::vector<xcb_window_t> stack() const; // All of the desktop's windows, from the bottom up.
+
+    // Makes the server believe that a compositor runs.
+    void pretendCompositor();
+
+    const rig::XConnection &connection() const { return m_connection; }
+
+private:
+    xcb_window_t find(int windowClass) const;
+    std::vector<QRect> shape(xcb_window_t window, int kind) const;
+
+    rig::XConnection m_connection;
+};
+
+} // namespace companion
