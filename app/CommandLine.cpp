@@ -74,6 +74,27 @@ std::string synopsis(const Option &option) {
     return text;
 }
 
+// Words of the text in lines of this many columns at most, each after the first indented.
+std::string wrapped(std::string_view text, std::size_t columns, std::size_t indent) {
+    std::string lines;
+    std::size_t used = 0;
+    while (!text.empty()) {
+        const std::string_view word = text.substr(0, text.find(' '));
+        text.remove_prefix(std::min(text.size(), word.size() + 1));
+        if (used != 0 && used + 1 + word.size() > columns) {
+            lines.append("\n").append(indent, ' ');
+            used = 0;
+        }
+        if (used != 0) {
+            lines += ' ';
+            ++used;
+        }
+        lines += word;
+        used += word.size();
+    }
+    return lines;
+}
+
 } // namespace
 
 std::optional<CommandLine> parseCommandLine(std::span<const char *const> arguments, std::string &error) {
@@ -118,15 +139,14 @@ std::optional<CommandLine> parseCommandLine(std::span<const char *const> argumen
 }
 
 std::string helpText() {
-    constexpr std::size_t column = 28;
-    std::string text =
-        "Usage: presenter-companion [OPTION]...\n"
-        "Shows a spotlight, a laser dot or a magnifier around the mouse while the effect key of a\n"
-        "wireless presenter is held.\n\n";
+    constexpr std::size_t column = 29;
+    std::string text = "Usage: presenter-companion [OPTION]...\n"
+                       "Shows a spotlight, a laser dot or a magnifier around the mouse while the effect key\n"
+                       "of a wireless presenter is held.\n\n";
     for (const Option &option : kOptions) {
         std::string row = std::string("  ").append(synopsis(option));
-        row.resize(std::max(column, row.size() + 2), ' ');
-        text.append(row).append(option.help).append("\n");
+        row.resize(std::max(column, row.size() + 1), ' ');
+        text.append(row).append(wrapped(option.help, 79 - column, column)).append("\n");
     }
     return text;
 }
