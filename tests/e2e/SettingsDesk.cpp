@@ -18,6 +18,11 @@ int scaleOf(const CompanionProcess::Options &program) {
 
 } // namespace
 
+Settings english(Settings more) {
+    more.insert(kEnglish.begin(), kEnglish.end());
+    return more;
+}
+
 Tray::Tray(const Desktop &desktop)
     : process({"trayer", "--edge", "top", "--align", "right", "--widthtype", "request", "--height", "24",
                "--SetDockType", "true", "--expand", "false"},

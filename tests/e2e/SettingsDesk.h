@@ -33,6 +33,12 @@ inline constexpr Control kFrontColor{{744, 401}, 14}, kFrontAlphaSlider{{619, 43
 inline constexpr QRgb kSettingsColour = qRgb(191, 190, 165);
 inline constexpr QRgb kSelectedColour = qRgb(0x2a, 0x66, 0xb0);
 
+inline const Settings kEnglish{{"SYSTEM_LANGUAGEINDEX", "1"}};
+Settings english(Settings more);
+
+// Where the overlay's hint comes on the desk's usual screen.
+inline constexpr QRect kHint(1024 - 180, 28, 160, 52);
+
 // Where programs put their icons. Ready when the constructor returns.
 struct Tray {
     explicit Tray(const Desktop &desktop);
