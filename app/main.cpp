@@ -80,6 +80,8 @@ int main(int argc, char **argv) {
         std::puts("presenter-companion " COMPANION_VERSION);
         return EXIT_SUCCESS;
     }
+    if (line->action != CommandLine::Action::Run && line->action != CommandLine::Action::Doctor)
+        return fail("not possible yet", kCannotRun);
     int qtArgumentCount = 1; // Our options are not Qt's.
     if (line->action == CommandLine::Action::Doctor)
         return runDoctor(*line, qtArgumentCount, argv);
