@@ -3,6 +3,7 @@
 #include "app/Doctor.h"
 #include "app/SignalWatch.h"
 #include "core/Log.h"
+#include "platform/instance/Instance.h"
 #include "platform/x11/X11Platform.h"
 #include "resources/Images.h"
 
@@ -11,6 +12,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -23,6 +25,7 @@ namespace {
 
 constexpr int kCannotRun = 1;
 constexpr int kWrongUsage = 2;
+constexpr auto kPatience = std::chrono::milliseconds(1500); // With a program that runs already.
 
 int fail(const std::string &error, int status) {
     Log::flush(); // The error comes last.
@@ -63,6 +66,16 @@ int runDoctor(const CommandLine &line, int argumentCount, char **arguments) {
     return doctorStatus(findings);
 }
 
+// Fine when there is nothing to end: whoever asks wants it not to run, and it does not.
+int quitRunning() {
+    const InstanceEnd end = endInstance(RuntimePlaces::ofThisSession(), kPatience);
+    if (end.outcome == InstanceEnd::Outcome::Stuck)
+        return fail(end.text, kCannotRun);
+    std::puts(end.outcome == InstanceEnd::Outcome::Ended ? "presenter-companion has ended"
+                                                         : "presenter-companion does not run");
+    return EXIT_SUCCESS;
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
@@ -80,13 +93,28 @@ int main(int argc, char **argv) {
         std::puts("presenter-companion " COMPANION_VERSION);
         return EXIT_SUCCESS;
     }
-    if (line->action != CommandLine::Action::Run && line->action != CommandLine::Action::Doctor)
+    if (line->action == CommandLine::Action::Quit)
+        return quitRunning();
+    if (line->action == CommandLine::Action::AutostartOn || line->action == CommandLine::Action::AutostartOff)
         return fail("not possible yet", kCannotRun);
     int qtArgumentCount = 1; // Our options are not Qt's.
     if (line->action == CommandLine::Action::Doctor)
         return runDoctor(*line, qtArgumentCount, argv);
+
+    // Before anything that two programs cannot share.
+    InstanceClaim claim;
+    if (!line->demo) // Which touches neither receiver nor settings.
+        claim = claimInstance(RuntimePlaces::ofThisSession(), "settings", kPatience);
+    if (claim.outcome == InstanceClaim::Outcome::Stuck)
+        return fail(claim.text, kCannotRun);
+    if (claim.outcome == InstanceClaim::Outcome::Handed) {
+        std::puts("presenter-companion runs already; it shows its settings");
+        return EXIT_SUCCESS;
+    }
     if (!chooseDisplay(error))
         return fail(error, kCannotRun);
+    if (!claim.text.empty())
+        Log::line("further starts cannot reach this one: " + claim.text);
 
     SignalWatch::blockSignals();
     qInstallMessageHandler(toLog);
@@ -97,7 +125,7 @@ int main(int argc, char **argv) {
     QApplication::setWindowIcon(image(QStringLiteral("statusBarLogo")));
 
     int status = EXIT_FAILURE;
-    const auto companion = Application::make(*line, error, status);
+    const auto companion = Application::make(*line, std::move(claim.lock), error, status);
     if (!companion)
         return fail(error, status);
     companion->start();
