@@ -5,6 +5,7 @@ function(companion_layer name)
   add_library(${name} STATIC ${LAYER_SOURCES})
   target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
   target_link_libraries(${name} PUBLIC ${LAYER_USES} PRIVATE companion_warnings ${LAYER_PRIVATE_USES})
+  set_target_properties(${name} PROPERTIES UNITY_BUILD ${COMPANION_UNITY})
 endfunction()
 
 # Compiler settings of all our own targets; never reaches installed libraries.
