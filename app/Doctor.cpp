@@ -59,10 +59,18 @@ DoctorFinding compositor(const DoctorFacts &facts) {
 }
 
 DoctorFinding tray(const DoctorFacts &facts) {
-    if (facts.tray)
-        return {Kind::Fine, "tray", "shows status icons", {}};
-    return {Kind::Flaw, "tray", "none: the program's menu cannot be reached; the effects work",
-            "add a tray (\"notification area\") to your panel; on GNOME install an AppIndicator extension"};
+    if (facts.xembedTray || facts.statusNotifierTray) {
+        std::vector<std::string> kinds;
+        if (facts.statusNotifierTray)
+            kinds.emplace_back("StatusNotifier");
+        if (facts.xembedTray)
+            kinds.emplace_back("XEmbed");
+        return {Kind::Fine, "tray", "shows status icons (" + joined(kinds) + ")", {}};
+    }
+    return {
+        Kind::Flaw, "tray", "none: the program's menu cannot be reached; the effects work",
+        "open the settings with \"presenter-companion --settings\", end the program with --quit; or add a\n"
+        "tray (\"notification area\") to your panel; on GNOME install an AppIndicator extension"};
 }
 
 DoctorFinding receiver(const DoctorFacts &facts) {

@@ -16,6 +16,8 @@
 namespace companion {
 namespace {
 
+constexpr std::chrono::milliseconds kPatienceWithTray(1000);
+
 // In the order in which udev prefers them.
 constexpr const char *kRuleFolders[] = {"/etc/udev/rules.d", "/run/udev/rules.d",
                                         "/usr/local/lib/udev/rules.d", "/usr/lib/udev/rules.d",
@@ -74,12 +76,14 @@ DoctorFacts gatherDoctorFacts(const ReceiverIdentity &receiver) {
     facts.display = qgetenv("DISPLAY").toStdString();
     if (x11ServerAnswers(facts.serverError)) {
         facts.compositor = x11CompositorRuns();
+        facts.xembedTray = x11TrayRuns();
         if (qGuiApp != nullptr) {
-            facts.tray = QtTray().available();
             for (const QScreen *screen : QGuiApplication::screens())
                 facts.screens.push_back(describe(*screen));
         }
     }
+    if (qGuiApp != nullptr)
+        facts.statusNotifierTray = statusNotifierTrayRuns(kPatienceWithTray);
     const QString settings = SettingsStore::defaultPath();
     facts.settingsFile = settings.toStdString();
     facts.settingsWritable = canBeWritten(settings);
