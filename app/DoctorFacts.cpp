@@ -1,4 +1,5 @@
 #include "app/Doctor.h"
+#include "app/WaylandSession.h"
 #include "platform/qt/QtTray.h"
 #include "platform/x11/X11Platform.h"
 #include "settings/SettingsStore.h"
@@ -72,7 +73,7 @@ DoctorFacts gatherDoctorFacts(const ReceiverIdentity &receiver) {
     facts.receiver = receiver;
     facts.nodes = findReceiverNodes(receiver.vendorId, receiver.productId);
     facts.ruleFile = ruleFileFor(receiver);
-    facts.sessionType = qgetenv("XDG_SESSION_TYPE").toStdString();
+    facts.sessionType = isWaylandSession() ? "wayland" : qgetenv("XDG_SESSION_TYPE").toStdString();
     facts.display = qgetenv("DISPLAY").toStdString();
     if (x11ServerAnswers(facts.serverError)) {
         facts.compositor = x11CompositorRuns();

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <sstream>
 
@@ -104,6 +106,19 @@ TEST(StatusNotifierTray, GetsTheIconHoweverLateItsWatcherAndThenItsHostCome) {
     panel.waitForIcon();
     EXPECT_EQ(panel.menu().size(), 3U);
     EXPECT_EQ(companion.logCount(kNoTray), 1);
+}
+
+TEST(WithoutSessionBus, NoneIsStarted) {
+    const Desktop desktop({.size = {800, 600}, .compositor = false});
+    std::filesystem::create_directory(desktop.file("bin"));
+    std::ofstream(desktop.file("bin/dbus-launch")) << "#!/bin/sh\n: > '" << desktop.file("launched") << "'\n";
+    std::filesystem::permissions(desktop.file("bin/dbus-launch"), std::filesystem::perms::owner_all);
+    Environment environment = desktop.environment();
+    environment.erase("DBUS_SESSION_BUS_ADDRESS");
+    environment["PATH"] = desktop.file("bin") + ":" + environment["PATH"];
+    ChildProcess program({companionProgram(), "--virtual-receiver"}, environment);
+    program.waitForError(kNoTray);
+    EXPECT_FALSE(std::filesystem::exists(desktop.file("launched")));
 }
 
 TEST(XEmbedTray, GetsTheIconWhenItComesLateAndWhenItComesBack) {
