@@ -66,8 +66,9 @@ AutostartResult write(const std::string &path, const std::string &text, const st
     if (error)
         return failed(path, error.message());
     QSaveFile file(name);
+    // Flushed by hand: a commit does not notice that its own last write failed.
     if (!file.open(QIODevice::WriteOnly) || file.write(text.data(), qint64(text.size())) < 0 ||
-        !file.commit())
+        !file.flush() || !file.commit())
         return failed(path, file.errorString().toStdString());
     return {true, done + ": wrote " + singleLine(path)};
 }

@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -79,6 +82,22 @@ TEST_F(AutostartTest, WhatCannotBeWrittenOrRemovedIsToldAndLeavesNothing) {
     EXPECT_FALSE(on.done);
     EXPECT_NE(on.text.find(entry), std::string::npos);
     EXPECT_FALSE(disableAutostart(places).done);
+    EXPECT_EQ(std::distance(fs::directory_iterator(places.own + "/autostart"), {}), 1);
+}
+
+// As a full disk, which takes the file but not its content.
+TEST_F(AutostartTest, AnEntryThatDoesNotFitLeavesTheOneBefore) {
+    ASSERT_TRUE(enableAutostart(places, "/before/p").done);
+    rlimit before{};
+    ::getrlimit(RLIMIT_FSIZE, &before);
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit none{8, before.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &none);
+    const auto on = enableAutostart(places, "/after/p");
+    ::setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, handler);
+    EXPECT_FALSE(on.done);
+    EXPECT_NE(content().find("/before/p"), std::string::npos);
     EXPECT_EQ(std::distance(fs::directory_iterator(places.own + "/autostart"), {}), 1);
 }
 
