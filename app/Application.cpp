@@ -109,17 +109,19 @@ void Application::start() {
     OverlaySurface &surface = m_platform->surface();
     const SettingWindowController::Needs settings{
         config, m_center, m_queue, [&link](std::int32_t minutes) { link.sendTimerWithTimeInt(minutes); }};
+    const auto presentSettings = [this, settings, &surface] {
+        auto opened = PresentedSettings::open(settings, surface);
+        m_settings = opened;
+        return opened;
+    };
     m_controller.emplace(ViewController::Needs{m_queue, m_center, config, link, *m_platform,
                                                [](std::string_view key) {
                                                    return LanguageSetting::getText(
                                                        QString::fromUtf8(key.data(), qsizetype(key.size())));
                                                },
-                                               [this, settings, &surface] {
-                                                   auto opened = PresentedSettings::open(settings, surface);
-                                                   m_settings = opened;
-                                                   return opened;
-                                               }});
-    m_delegate.emplace(m_center, std::make_unique<QtTray>(), [this] { quit(); });
+                                               presentSettings});
+    m_delegate.emplace(m_center, std::make_unique<QtTray>(m_platform->trayArea(), m_queue),
+                       [this] { quit(); });
 
     m_window->windowDidLoad();
     m_controller->viewDidLoad();

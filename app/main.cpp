@@ -1,7 +1,9 @@
 #include "app/Application.h"
+#include "app/Autostart.h"
 #include "app/CommandLine.h"
 #include "app/Doctor.h"
 #include "app/SignalWatch.h"
+#include "app/WaylandSession.h"
 #include "core/Log.h"
 #include "platform/instance/Instance.h"
 #include "platform/x11/X11Platform.h"
@@ -55,10 +57,20 @@ bool chooseDisplay(std::string &error) {
     return x11ServerAnswers(error);
 }
 
+// Without a session bus the toolkit would have one started, which takes time and outlives us.
+void startNoSessionBus() {
+    const QByteArray folder = qgetenv("XDG_RUNTIME_DIR");
+    const QByteArray usual = folder + "/bus";
+    if (!qEnvironmentVariableIsSet("DBUS_SESSION_BUS_ADDRESS") &&
+        (folder.isEmpty() || access(usual.constData(), F_OK) != 0))
+        qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
+}
+
 // Qt is asked about screens and tray where there is a display; the rest needs none.
 int runDoctor(const CommandLine &line, int argumentCount, char **arguments) {
     std::string error;
     std::unique_ptr<QApplication> application;
+    startNoSessionBus();
     if (chooseDisplay(error))
         application = std::make_unique<QApplication>(argumentCount, arguments);
     const auto findings = examine(gatherDoctorFacts({line.vendorId, line.productId}));
@@ -73,6 +85,15 @@ int quitRunning() {
         return fail(end.text, kCannotRun);
     std::puts(end.outcome == InstanceEnd::Outcome::Ended ? "presenter-companion has ended"
                                                          : "presenter-companion does not run");
+    return EXIT_SUCCESS;
+}
+
+int setAutostart(bool on) {
+    const auto places = AutostartPlaces::ofThisUser();
+    const AutostartResult result = on ? enableAutostart(places, runningProgram()) : disableAutostart(places);
+    if (!result.done)
+        return fail(result.text, kCannotRun);
+    std::puts(result.text.c_str());
     return EXIT_SUCCESS;
 }
 
@@ -96,7 +117,7 @@ int main(int argc, char **argv) {
     if (line->action == CommandLine::Action::Quit)
         return quitRunning();
     if (line->action == CommandLine::Action::AutostartOn || line->action == CommandLine::Action::AutostartOff)
-        return fail("not possible yet", kCannotRun);
+        return setAutostart(line->action == CommandLine::Action::AutostartOn);
     int qtArgumentCount = 1; // Our options are not Qt's.
     if (line->action == CommandLine::Action::Doctor)
         return runDoctor(*line, qtArgumentCount, argv);
@@ -113,9 +134,12 @@ int main(int argc, char **argv) {
     }
     if (!chooseDisplay(error))
         return fail(error, kCannotRun);
+    if (isWaylandSession())
+        Log::line(kWaylandLimits);
     if (!claim.text.empty())
         Log::line("further starts cannot reach this one: " + claim.text);
 
+    startNoSessionBus();
     SignalWatch::blockSignals();
     qInstallMessageHandler(toLog);
     QApplication application(qtArgumentCount, argv);
