@@ -122,7 +122,7 @@ std::uint64_t OverlayCanvas::pictureIn(const QRect &area) const {
     for (const Layer &layer : m_shown) {
         if (!layer.extent().intersects(area))
             continue;
-        if (picture != 0 || layer.look.detail != area || !layer.extent().contains(area))
+        if (picture != 0 || layer.look.detail != area)
             return 0;
         picture = layer.look.picture;
         if (picture == 0)
