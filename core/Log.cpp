@@ -26,14 +26,23 @@ bool standardErrorIsJournal() {
            status.st_dev == device && status.st_ino == inode;
 }
 
+// The second is worked out once: a lens logs a line for every pointer event.
 void appendTimeStamp(std::string &line) {
+    thread_local time_t second = -1;
+    thread_local char text[] = "0000-00-00 00:00:00.000 ";
+    constexpr std::size_t fraction = 20; // Where the milliseconds stand.
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
-    tm local{};
-    localtime_r(&now.tv_sec, &local);
-    char text[40];
-    const std::size_t length = std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &local);
-    std::snprintf(text + length, sizeof text - length, ".%03ld ", now.tv_nsec / 1'000'000);
+    if (now.tv_sec != second) {
+        second = now.tv_sec;
+        tm local{};
+        localtime_r(&second, &local);
+        std::strftime(text, fraction, "%Y-%m-%d %H:%M:%S", &local);
+        text[fraction - 1] = '.';
+    }
+    const auto milliseconds = static_cast<unsigned>(now.tv_nsec / 1'000'000);
+    for (std::size_t digit = 0, rest = milliseconds; digit < 3; ++digit, rest /= 10)
+        text[fraction + 2 - digit] = static_cast<char>('0' + rest % 10);
     line += text;
 }
 

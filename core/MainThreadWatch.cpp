@@ -61,8 +61,13 @@ void MainThreadWatch::beat() {
 
 void MainThreadWatch::watch() {
     pthread_setname_np(pthread_self(), "watchdog");
-    m_steps.prepare();
     std::unique_lock lock(m_mutex);
+    // Not at once: the main thread and the display server are busy with the first picture now.
+    if (m_changed.wait_for(lock, m_limit / 4, [this] { return m_ending; }))
+        return;
+    lock.unlock();
+    m_steps.prepare();
+    lock.lock();
     while (true) {
         m_changed.wait(lock, [this] { return m_ending || (m_on && !m_rescued); });
         if (m_ending)

@@ -66,14 +66,14 @@ Disc::Kept::Kept(const Circle &kept)
     }
 }
 
-void Disc::moveTo(const QRectF &square) {
+bool Disc::moveTo(const QRectF &square) {
     const QPointF centre = square.center();
     const double radius = square.width() / 2;
     if (!(radius > 0 && radius <= kMostKeptRadius)) {
         m_kept.reset();
         m_left = m_top = 0;
         m_circle = {centre.x(), centre.y(), radius};
-        return;
+        return true;
     }
     // The circle's place in a square of whole pixels, with a margin for the rim.
     const double left = std::floor(centre.x() - radius) - 1;
@@ -81,8 +81,10 @@ void Disc::moveTo(const QRectF &square) {
     m_left = static_cast<int>(left);
     m_top = static_cast<int>(top);
     m_circle = {phase(centre.x() - left), phase(centre.y() - top), radius};
-    if (!m_kept || m_kept->circle != m_circle)
-        m_kept = std::make_shared<const Kept>(m_circle);
+    if (m_kept && m_kept->circle == m_circle)
+        return false;
+    m_kept = std::make_shared<const Kept>(m_circle);
+    return true;
 }
 
 Disc::Row Disc::row(int y, int left, int right) const {

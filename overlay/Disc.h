@@ -18,7 +18,11 @@ public:
     Disc() = default;
     explicit Disc(const QRectF &square) { moveTo(square); }
 
-    void moveTo(const QRectF &square);
+    // False if it looks as before but for its place, in whole pixels.
+    bool moveTo(const QRectF &square);
+
+    // False for discs far larger than any effect: those are worked out pixel by pixel.
+    bool isKept() const { return m_kept != nullptr; }
 
     // Columns of one row: outside before rimLeft, rim up to inside, full up to rimRight, rim up to end.
     struct Row {

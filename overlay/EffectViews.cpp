@@ -3,11 +3,19 @@
 #include "overlay/Pixels.h"
 #include "settings/ConfigManager.h"
 
+#include <utility>
+
 namespace companion {
 namespace {
 
 PointRect inRoot(const PointRect &rect, const PointRect &frameInRoot) {
     return {rect.x + frameInRoot.x, rect.y + frameInRoot.y, rect.width, rect.height};
+}
+
+// A disc that the screen's edge cuts is another picture each time.
+Look lookOf(Pixel surround, const PixelSpace &space, const QRectF &disc, std::uint64_t picture) {
+    const QRect detail = space.touched(disc);
+    return {surround, detail, QRectF(detail).contains(disc) ? picture : 0};
 }
 
 } // namespace
@@ -22,8 +30,9 @@ Look SpotlightView::drawRect(const PixelSpace &space, const PointRect &frameInRo
     if (dim == 0)
         return {};
     const QRectF hole = space.toPixels(inRoot(m_spotlightRect, frameInRoot));
-    m_hole.moveTo(hole);
-    return {dim, space.touched(hole)};
+    if (m_hole.moveTo(hole) || dim != look().surround)
+        m_picture = newPicture();
+    return lookOf(dim, space, hole, m_picture);
 }
 
 void SpotlightView::paint(const PixelPatch &patch) const {
@@ -45,12 +54,13 @@ void SpotlightView::paint(const PixelPatch &patch) const {
 LaserView::LaserView(const PointRect &frame, const ConfigManager &config) : View(frame), m_config(config) {}
 
 Look LaserView::drawRect(const PixelSpace &space, const PointRect &frameInRoot) {
-    m_pixel = pixelOf(m_config.frontColor(), m_config.frontAlpha());
+    const Pixel before = std::exchange(m_pixel, pixelOf(m_config.frontColor(), m_config.frontAlpha()));
     if (m_pixel == 0)
         return {};
     const QRectF dot = space.toPixels(inRoot(m_laserRect, frameInRoot));
-    m_dot.moveTo(dot);
-    return {0, space.touched(dot)};
+    if (m_dot.moveTo(dot) || m_pixel != before)
+        m_picture = newPicture();
+    return lookOf(0, space, dot, m_picture);
 }
 
 void LaserView::paint(const PixelPatch &patch) const {

@@ -31,6 +31,7 @@ private:
     const ConfigManager &m_config;
     PointRect m_spotlightRect;
     Disc m_hole;
+    std::uint64_t m_picture = 0; // Of the disc at its colour.
 };
 
 // The digital pointer: a filled disc. Reads colour and alpha from the settings at each drawing.
@@ -60,6 +61,7 @@ private:
     std::shared_ptr<void> m_trackingArea;
     Disc m_dot;
     Pixel m_pixel = 0;
+    std::uint64_t m_picture = 0; // Of the disc at its colour.
 };
 
 } // namespace companion

@@ -21,12 +21,16 @@ Look ZoomView::drawRect(const PixelSpace &space, const PointRect &frameInRoot) {
     m_cursor = space.toPixels(Point{m_renderPoint.x + half, m_renderPoint.y + half});
     const QRectF lens = space.toPixels(frameInRoot);
     m_centre = lens.center();
-    m_disc.moveTo(lens);
     const double border = layer().borderWidth * space.scale;
-    m_inside.moveTo(lens.adjusted(border, border, -border, -border));
+    const bool otherDisc = m_disc.moveTo(lens);
+    const bool otherRing = m_inside.moveTo(lens.adjusted(border, border, -border, -border));
+    const QRect detail = space.touched(lens);
+    m_square = m_disc.isKept() ? lens.toAlignedRect() : detail;
+    if (otherDisc || otherRing)
+        m_mask.make(m_disc, m_inside, m_square);
     m_ring = pixelOf(layer().borderColor, layer().borderColor.alpha);
     Log::format("%f,%f", m_renderPoint.x, m_renderPoint.y);
-    return {0, space.touched(lens)};
+    return {0, detail};
 }
 
 const QImage &ZoomView::picture() const {
@@ -51,59 +55,47 @@ void ZoomView::Axis::map(int from, int count, double centre, double cursor, doub
     }
 }
 
+// A row of the picture shows in several rows of the lens: it is enlarged once and copied.
 void ZoomView::drawLayerInContext(const PixelPatch &context) const {
     const QRect area = context.area & look().detail;
-    paintPicture(context, area);
-    for (int y = area.top(); y <= area.bottom(); ++y)
-        paintRing(rowOf(context, y), y, area);
-}
-
-// A row of the picture shows in several rows of the lens: it is enlarged once and copied.
-void ZoomView::paintPicture(const PixelPatch &patch, const QRect &area) const {
     const QImage &image = picture();
-    if (m_zoom == 0 || image.isNull())
-        return;
-    const auto zoom = static_cast<double>(m_zoom);
-    m_columns.map(area.left(), area.width(), m_centre.x(), m_cursor.x(), zoom, image.width());
-    m_rows.map(area.top(), area.height(), m_centre.y(), m_cursor.y(), zoom, image.height());
-    if (m_columns.source.empty())
-        return;
+    const bool magnifies = m_zoom != 0 && !image.isNull();
+    const auto zoom = static_cast<double>(magnifies ? m_zoom : 1);
+    m_columns.map(area.left(), area.width(), m_centre.x(), m_cursor.x(), zoom, magnifies ? image.width() : 0);
+    m_rows.map(area.top(), area.height(), m_centre.y(), m_cursor.y(), zoom, magnifies ? image.height() : 0);
     m_line.resize(m_columns.source.size());
-    const auto pixelAt = [this](int x) { return m_line[static_cast<std::size_t>(x - m_columns.first)]; };
     int enlarged = -1; // Row of the picture that is in m_line.
-    for (int y = m_rows.first; y < m_rows.end(); ++y) {
-        if (m_rows.at(y) != enlarged) {
+    for (int y = area.top(); y <= area.bottom(); ++y) {
+        const bool shown = y >= m_rows.first && y < m_rows.end() && !m_line.empty();
+        if (shown && m_rows.at(y) != enlarged) {
             enlarged = m_rows.at(y);
             const auto *source = reinterpret_cast<const Pixel *>(image.constScanLine(enlarged));
             std::transform(m_columns.source.begin(), m_columns.source.end(), m_line.begin(),
                            [source](int column) { return source[column] | 0xff000000; });
         }
-        Pixel *row = rowOf(patch, y);
-        const Disc::Row disc = m_disc.row(y, m_columns.first, m_columns.end());
-        const auto paintRim = [&](int from, int to) {
-            for (int x = from; x < to; ++x)
-                row[x] = over(scaled(pixelAt(x), m_disc.coverage(x, y)), row[x]);
-        };
-        paintRim(disc.rimLeft, disc.inside);
-        std::copy_n(m_line.begin() + (disc.inside - m_columns.first), disc.rimRight - disc.inside,
-                    row + disc.inside);
-        paintRim(disc.rimRight, disc.end);
+        paintRow(rowOf(context, y), y, area, shown);
     }
 }
 
-// The ring lies over the picture, between the lens's edge and the disc within it.
-void ZoomView::paintRing(Pixel *row, int y, const QRect &area) const {
-    const Disc::Row outer = m_disc.row(y, area.left(), area.right() + 1);
-    const Disc::Row inner = m_inside.row(y, area.left(), area.right() + 1);
-    const auto paintRun = [&](int from, int to) {
-        for (int x = from; x < to; ++x) {
-            const unsigned coverage =
-                m_disc.coverage(x, y) - std::min(m_disc.coverage(x, y), m_inside.coverage(x, y));
-            row[x] = over(scaled(m_ring, coverage), row[x]);
-        }
-    };
-    paintRun(outer.rimLeft, std::min(inner.inside, outer.end));
-    paintRun(std::max(inner.rimRight, std::min(inner.inside, outer.end)), outer.end);
+void ZoomView::paintRow(Pixel *row, int y, const QRect &area, bool magnifies) const {
+    const LensMask::Row mask = m_mask.row(y - m_square.top());
+    const int left = m_square.left();
+    const int first = magnifies ? m_columns.first : 0;
+    const int end = magnifies ? m_columns.end() : 0;
+    const auto pixelAt = [&](int x) { return m_line[static_cast<std::size_t>(x - first)]; };
+    const int from = std::max(left + mask.from, first);
+    const int to = std::min(left + mask.to, end);
+    if (to > from)
+        std::copy_n(m_line.begin() + (from - first), to - from, row + from);
+    for (const LensMask::RimPixel &rim : mask.rim) {
+        const int x = left + rim.x;
+        if (x < area.left() || x > area.right())
+            continue;
+        Pixel pixel = row[x];
+        if (x >= first && x < end)
+            pixel = over(scaled(pixelAt(x), rim.disc), pixel);
+        row[x] = over(scaled(m_ring, rim.ring), pixel);
+    }
 }
 
 } // namespace companion

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "overlay/Disc.h"
+#include "overlay/LensMask.h"
 #include "overlay/View.h"
 
 #include <QImage>
@@ -59,8 +60,7 @@ private:
     };
 
     const QImage &picture() const;
-    void paintPicture(const PixelPatch &patch, const QRect &area) const;
-    void paintRing(Pixel *row, int y, const QRect &area) const;
+    void paintRow(Pixel *row, int y, const QRect &area, bool magnifies) const;
 
     const ConfigManager &m_config;
     std::shared_ptr<View> m_renderView;
@@ -69,7 +69,9 @@ private:
     QPointF m_cursor;        // Device pixels.
     QPointF m_centre;        // Of the lens, device pixels.
     Disc m_disc;
-    Disc m_inside; // Within the ring.
+    Disc m_inside;  // Within the ring.
+    QRect m_square; // What the mask is of, device pixels. Reaches beyond the screen if the lens does.
+    LensMask m_mask;
 
     // Kept between paintings for their memory.
     mutable Axis m_columns;

@@ -109,10 +109,26 @@ void OverlayCanvas::composeFrame() {
         for (const Layer &layer : m_shown)
             addDisjoint(m_frame.patches, layer.look.detail & damage, m_scratch);
     }
+    m_frame.picture = m_frame.patches.empty() ? 0 : pictureIn(m_frame.patches.front());
     for (const QRect &damage : m_damage)
         addFills(damage);
     for (const Layer &layer : m_shown)
         m_frame.occupied.push_back(layer.extent());
+}
+
+// The picture of the one layer that has anything to show there, if it shows the whole picture.
+std::uint64_t OverlayCanvas::pictureIn(const QRect &area) const {
+    std::uint64_t picture = 0;
+    for (const Layer &layer : m_shown) {
+        if (!layer.extent().intersects(area))
+            continue;
+        if (picture != 0 || layer.look.detail != area)
+            return 0;
+        picture = layer.look.picture;
+        if (picture == 0)
+            return 0;
+    }
+    return picture;
 }
 
 // Fills what no patch covers with the colours of the surrounds that lie there, one over the other.

@@ -52,6 +52,7 @@ private:
     void findDamage();
     void addDamage(const QRect &area);
     void composeFrame();
+    std::uint64_t pictureIn(const QRect &area) const;
     void addFills(const QRect &damage);
     void paint(const PixelPatch &patch) const;
 

@@ -77,10 +77,18 @@ const Look &View::display(const PixelSpace &space, const PointRect &frameInRoot)
         m_marked = false;
         m_pixelFrame = pixelFrame;
         m_look = drawRect(space, frameInRoot);
-        m_look.detail &= m_pixelFrame;
+        if (!m_pixelFrame.contains(m_look.detail)) {
+            m_look.detail &= m_pixelFrame;
+            m_look.picture = 0; // Only a part of it.
+        }
         ++m_drawings;
     }
     return m_look;
+}
+
+std::uint64_t View::newPicture() {
+    static std::uint64_t last = 0;
+    return ++last;
 }
 
 Look View::drawRect(const PixelSpace &, const PointRect &) {

@@ -26,6 +26,7 @@ struct ViewLayer {
 struct Look {
     Pixel surround = 0; // 0: nothing.
     QRect detail;
+    std::uint64_t picture = 0; // As SurfaceFrame::picture, for the detail with the surround around it.
     bool operator==(const Look &) const = default;
 };
 
@@ -76,6 +77,9 @@ protected:
     // Draws: takes what the picture depends on and keeps it for paint(). The default is the layer's
     // background.
     virtual Look drawRect(const PixelSpace &space, const PointRect &frameInRoot);
+
+    // A number for Look::picture that no view has used.
+    static std::uint64_t newPicture();
 
     const Look &look() const { return m_look; }
     const QRect &pixelFrame() const { return m_pixelFrame; } // Of the last drawing.

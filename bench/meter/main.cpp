@@ -34,7 +34,7 @@ bool compared(const Row &row) {
            row.name.find("program's CPU per event, 125") != std::string::npos;
 }
 
-std::vector<Row> measure(const Effort &effort, const std::vector<std::string> &effects, bool everything) {
+std::vector<Row> measure(const Effort &effort, const std::vector<std::string> &effects, bool rest) {
     const QSize hd(1920, 1080);
     const QSize uhd(3840, 2160);
     std::vector<Row> rows;
@@ -50,9 +50,9 @@ std::vector<Row> measure(const Effort &effort, const std::vector<std::string> &e
         std::fprintf(stderr, "%s measured\n", effect.c_str());
     }
     rows.insert(rows.end(), ratios.begin(), ratios.end());
-    if (everything) {
-        const auto rest = comingAndGoing(uhd, effort);
-        rows.insert(rows.end(), rest.begin(), rest.end());
+    if (rest) {
+        const auto others = comingAndGoing(uhd, effort);
+        rows.insert(rows.end(), others.begin(), others.end());
     }
     return rows;
 }
@@ -60,7 +60,7 @@ std::vector<Row> measure(const Effort &effort, const std::vector<std::string> &e
 } // namespace
 
 // --bare EFFECT least|full: the client to compare with. --quick: a look instead of a measurement. Names of
-// effects: those only.
+// effects, or "rest" (start, idle, memory, first and last pixel): those only.
 int main(int argc, char **argv) {
     if (argc == 4 && std::strcmp(argv[1], "--bare") == 0)
         return runBareOverlay(argv[2], std::strcmp(argv[3], "full") == 0);
@@ -71,10 +71,11 @@ int main(int argc, char **argv) {
     if (std::erase(effects, "--quick") > 0)
         effort = {.rounds = 1, .steps = 60, .jumps = 30, .motions = 125, .flood = 500, .repetitions = 3};
     const bool everything = effects.empty();
+    const bool rest = std::erase(effects, "rest") > 0 || everything;
     if (everything)
         effects = {"spotlight", "laser", "lens"};
     try {
-        print(measure(effort, effects, everything));
+        print(measure(effort, effects, rest));
     } catch (const std::exception &failure) {
         std::fprintf(stderr, "%s\n", failure.what());
         return EXIT_FAILURE;

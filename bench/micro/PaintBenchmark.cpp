@@ -38,7 +38,7 @@ public:
     }
     // The whole screen as one patch.
     void presentAll(const std::function<void(const PixelPatch &)> &paint) {
-        present({{}, {QRect(0, 0, int(m_size.width), int(m_size.height))}, {}}, paint);
+        present({{}, {QRect(0, 0, int(m_size.width), int(m_size.height))}, {}, 0}, paint);
     }
 
 private:

@@ -31,6 +31,10 @@ struct SurfaceFrame {
     std::vector<Fill> fills;     // Uniform areas; disjoint from each other and from the patches.
     std::vector<QRect> patches;  // Areas whose content is painted pixel by pixel; disjoint.
     std::vector<QRect> occupied; // Where the whole overlay, changed or not, can show anything at all.
+
+    // Names what the first patch shows. The same number with a patch of the same size promises the same
+    // pixels, wherever the patch lies, so they need not be painted again. 0: no promise.
+    std::uint64_t picture = 0;
 };
 
 // The overlay's real window: covers the main screen, above everything, never focused, mouse passing through
@@ -66,8 +70,9 @@ public:
     // is the window system's own.
     virtual void stayBelow(std::uintptr_t nativeWindow) = 0;
 
-    // `paint` is called during the call: for each patch, or for bands of it if it is large. Not while
-    // the overlay is out of sight or `occupied` is empty: then there is nothing to paint.
+    // `paint` is called during the call: for each patch, or for bands of it if it is large. Not for a picture
+    // that the surface still has, nor while the overlay is out of sight or `occupied` is empty: then there is
+    // nothing to paint.
     virtual void present(const SurfaceFrame &frame, const std::function<void(const PixelPatch &)> &paint) = 0;
 };
 

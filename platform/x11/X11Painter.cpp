@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace companion {
 
@@ -16,6 +17,14 @@ constexpr std::size_t kOwnMemory = 1 << 18;
 xcb_rectangle_t toRectangle(const QRect &r) {
     return {static_cast<std::int16_t>(r.x()), static_cast<std::int16_t>(r.y()),
             static_cast<std::uint16_t>(r.width()), static_cast<std::uint16_t>(r.height())};
+}
+
+std::size_t bytesOf(const QSize &size) {
+    return static_cast<std::size_t>(size.width()) * static_cast<std::size_t>(size.height()) * sizeof(Pixel);
+}
+
+std::size_t aligned(std::size_t bytes) {
+    return (bytes + kAlignment - 1) / kAlignment * kAlignment;
 }
 
 } // namespace
@@ -75,21 +84,41 @@ void X11Painter::paint(const QRect &area, const PaintPatch &paint, const PaintPa
     }
 }
 
+void X11Painter::paintPicture(std::uint64_t picture, const QRect &area, const PaintPatch &paint) {
+    if (picture != m_kept || area.size() != m_keptSize) {
+        const bool again = std::exchange(m_lastPicture, picture) == picture;
+        if (!again || bytesOf(area.size()) > m_size / 2)
+            return this->paint(area, paint, nullptr);
+        keep(picture, area, paint);
+    }
+    send({area, reinterpret_cast<Pixel *>(m_memory), area.width()});
+}
+
+void X11Painter::keep(std::uint64_t picture, const QRect &area, const PaintPatch &paint) {
+    if (m_shared && !m_connection.processed(m_lastSent))
+        m_connection.waitUntilProcessed();
+    m_kept = picture;
+    m_keptSize = area.size();
+    m_keptBytes = aligned(bytesOf(m_keptSize));
+    m_used = m_keptBytes;
+    std::memset(m_memory, 0, m_keptBytes);
+    paint({area, reinterpret_cast<Pixel *>(m_memory), area.width()});
+}
+
 // Room for the wanted rows, or for as many of them as there can be.
 Pixel *X11Painter::reserve(std::size_t rowBytes, int wantedRows, int &rows) {
-    if (m_used > 0 && (!m_shared || m_connection.processed(m_lastSent)))
-        m_used = 0;
+    if (m_used > m_keptBytes && (!m_shared || m_connection.processed(m_lastSent)))
+        m_used = m_keptBytes;
     const std::size_t wanted = rowBytes * static_cast<std::size_t>(wantedRows);
-    if (m_used + wanted > m_size && m_used > 0) {
+    if (m_used + wanted > m_size && m_used > m_keptBytes) {
         m_connection.waitUntilProcessed();
-        m_used = 0;
+        m_used = m_keptBytes;
     }
-    rows = static_cast<int>(std::min(wanted, m_size) / rowBytes);
+    rows = static_cast<int>(std::min(wanted, m_size - m_used) / rowBytes);
     if (rows == 0)
         return nullptr;
     auto *pixels = reinterpret_cast<Pixel *>(m_memory + m_used);
-    const std::size_t end = m_used + rowBytes * static_cast<std::size_t>(rows);
-    m_used = (end + kAlignment - 1) / kAlignment * kAlignment;
+    m_used = std::min(m_size, aligned(m_used + rowBytes * static_cast<std::size_t>(rows)));
     return pixels;
 }
 

@@ -27,7 +27,12 @@ public:
     // band `beforeSending`, which may still change it.
     void paint(const QRect &area, const PaintPatch &paint, const PaintPatch &beforeSending);
 
+    // The same for a picture that may come again (a number that is not 0, see SurfaceFrame::picture): painted
+    // at most twice in a row, since what comes a second time is kept.
+    void paintPicture(std::uint64_t picture, const QRect &area, const PaintPatch &paint);
+
 private:
+    void keep(std::uint64_t picture, const QRect &area, const PaintPatch &paint);
     Pixel *reserve(std::size_t rowBytes, int wantedRows, int &rows);
     void send(const PixelPatch &band);
 
@@ -45,6 +50,12 @@ private:
     std::size_t m_size;
     std::size_t m_used = 0;
     unsigned m_lastSent = 0;
+
+    // The kept picture lies before all others.
+    std::uint64_t m_lastPicture = 0;
+    std::uint64_t m_kept = 0;
+    QSize m_keptSize;
+    std::size_t m_keptBytes = 0;
 };
 
 } // namespace companion

@@ -198,8 +198,13 @@ void X11Surface::presentBlended(const SurfaceFrame &frame, const X11Painter::Pai
     if (occupied.isEmpty())
         return;
     m_painter.fill(frame.fills);
-    for (const auto &patch : frame.patches)
-        m_painter.paint(patch & area(), paint, nullptr);
+    for (const auto &patch : frame.patches) {
+        const bool first = &patch == &frame.patches.front();
+        if (first && frame.picture != 0 && area().contains(patch))
+            m_painter.paintPicture(frame.picture, patch, paint);
+        else
+            m_painter.paint(patch & area(), paint, nullptr);
+    }
 }
 
 // Each band is in the outline before it is sent, since what lies outside is lost.

@@ -41,13 +41,18 @@ public:
             }
         }
         for (const QRect &area : frame.patches) {
-            m_pixels.assign(static_cast<std::size_t>(area.width()) * static_cast<std::size_t>(area.height()),
-                            0);
-            paint({area, m_pixels.data(), area.width()});
+            const bool first = &area == &frame.patches.front();
+            if (!first || frame.picture == 0 || frame.picture != kept.picture || area.size() != kept.size) {
+                kept.pixels.assign(
+                    static_cast<std::size_t>(area.width()) * static_cast<std::size_t>(area.height()), 0);
+                paint({area, kept.pixels.data(), area.width()});
+                paintedPixels += area.width() * area.height();
+                kept.picture = first ? frame.picture : 0;
+                kept.size = area.size();
+            }
             for (int y = 0; y < area.height(); ++y)
-                std::copy_n(m_pixels.data() + y * area.width(), area.width(),
+                std::copy_n(kept.pixels.data() + y * area.width(), area.width(),
                             reinterpret_cast<Pixel *>(image.scanLine(area.top() + y)) + area.left());
-            paintedPixels += area.width() * area.height();
         }
         occupied = frame.occupied;
     }
@@ -64,7 +69,15 @@ public:
             m_changed();
     }
 
+    // Shown without painting when it comes again.
+    struct Picture {
+        std::uint64_t picture = 0;
+        QSize size;
+        std::vector<Pixel> pixels;
+    };
+
     QImage image;
+    Picture kept;
     std::vector<int> levels;
     std::vector<bool> mouse;
     std::vector<QRect> occupied;
@@ -77,7 +90,6 @@ private:
     double m_scale = 1;
     bool m_translucent = true;
     std::function<void()> m_changed;
-    std::vector<Pixel> m_pixels; // Scratch: tests count allocations.
 };
 
 class FakeInputMonitor final : public InputMonitor {

@@ -134,13 +134,16 @@ TEST_P(PointerEventCost, IsOnePresentationAndNoAllocationOnceWarm) {
     EXPECT_EQ(platform.fakeSurface.presented - presented, 200);
 }
 
-TEST_P(PointerEventCost, IsTheNewDiscsPixelsForANearStepAndAFarOne) {
+TEST_P(PointerEventCost, IsTheLensPixelsAndNoneAtAllOfADiscThatOnlyMoves) {
     moveTo({500, 500});
+    EXPECT_EQ(platform.fakeSurface.paintedPixels, kSize * kSize);
     for (const Point where : {Point{509, 500}, Point{1500, 300}}) {
         moveTo(where);
-        EXPECT_LE(platform.fakeSurface.paintedPixels, kSize * kSize) << where.x;
-        EXPECT_GT(platform.fakeSurface.paintedPixels, 0);
+        EXPECT_EQ(platform.fakeSurface.paintedPixels, GetParam() == kEffectZoom ? kSize * kSize : 0)
+            << where.x;
     }
+    moveTo({10, 500}); // Cut by the screen's edge.
+    EXPECT_EQ(platform.fakeSurface.paintedPixels, (kSize / 2 + 10) * kSize);
 }
 
 TEST_P(PointerEventCost, IsTheSameForMotionsThatComeTogether) {

@@ -60,8 +60,10 @@ protected:
     // The same tree painted from nothing.
     QImage freshPaint() {
         const QImage before = surface.image;
+        const auto kept = std::exchange(surface.kept, {});
         surface.change(surface.size(), surface.scale(), surface.translucent());
         show();
+        surface.kept = kept;
         return std::exchange(surface.image, before);
     }
 
@@ -238,6 +240,57 @@ TEST_P(RandomPathTest, PaintingOnlyWhatChangedLeavesThePixelsOfAFullPaint) {
         }
     }
     ASSERT_EQ(surface.image, freshPaint());
+}
+
+// A disc that only moves is not painted again: it must not be taken for one that is cut, covered or of
+// another colour.
+TEST_P(RandomPathTest, ADiscCutCoveredOrRecolouredIsNotTakenForTheOneBefore) {
+    const auto [scale, size] = GetParam();
+    const auto hint = std::make_shared<TextField>(PointRect{kWidth / 2, 150, 100, 52}, 36);
+    hint->setLayer({.backgroundColor = {1, 1, 1, 0.8}});
+    canvas->root()->addSubview(hint);
+    const auto spotlight = addSpotlight();
+    const auto laser = addLaser();
+    hint->setHidden(true);
+    const Point middle{kWidth / 2, 180};
+    // Neighbours in the list are cut to the same size on opposite sides. The views end 8 points below the
+    // top.
+    const Point places[] = {middle,
+                            {10, 180},
+                            {kWidth - 10, 180},
+                            {middle.x, 10},
+                            {middle.x, kHeight - 18},
+                            {10, 10},
+                            {kWidth - 10, kHeight - 18},
+                            middle};
+    for (const bool dimmed : {true, false}) {
+        laser->setHidden(dimmed);
+        spotlight->setHidden(!dimmed);
+        const auto expectFullPaintAt = [&](const Point &where) {
+            spotlight->setSpotlightRect(effectRect(where, size));
+            laser->setLaserRect(effectRect(where, size));
+            spotlight->setNeedsDisplay();
+            laser->setNeedsDisplay();
+            show();
+            const QImage shown = surface.image;
+            EXPECT_EQ(shown, freshPaint()) << dimmed << " at " << where.x << ' ' << where.y;
+        };
+        for (const Point &place : places)
+            for (const double shift : {0, 1, 2})
+                expectFullPaintAt(
+                    {place.x + (place.y == 180 ? 0 : shift), place.y + (place.y == 180 ? shift : 0)});
+        for (const double alpha : {0.3, 0.7}) {
+            config.setBackAlpha(alpha);
+            config.setFrontAlpha(alpha);
+            expectFullPaintAt({middle.x + 10 * alpha, middle.y});
+            hint->setHidden(alpha > 0.5);
+            expectFullPaintAt({middle.x - 10 * alpha, middle.y});
+        }
+        laser->setHidden(false); // Over the hole, or alone.
+        expectFullPaintAt({100, 180});
+        expectFullPaintAt({101, 180});
+        laser->setHidden(dimmed);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(OddAndEven, RandomPathTest,

@@ -127,6 +127,45 @@ TEST_P(PixelTest, ManyPatchesInARowDoNotSpoilEachOther) {
     }));
 }
 
+TEST_P(PixelTest, APictureThatComesAgainIsShownWithoutPaintingWhateverCameBetween) {
+    startHere();
+    surface->setTakesMouse(true);
+    surface->present({{{kScreen, 0}}, {}, {kScreen}}, {});
+    std::vector<std::pair<QRect, Pixel>> shown;
+    int painted = 0;
+    const auto show = [&](QPoint where, QSize size, std::uint64_t picture) {
+        const auto pixel =
+            0xff000000u + static_cast<Pixel>(picture * 1000) + static_cast<Pixel>(size.width());
+        shown.emplace_back(QRect(where, size), pixel);
+        SurfaceFrame frame{{}, {shown.back().first}, {kScreen}};
+        frame.picture = picture;
+        surface->present(frame, [&](const PixelPatch &patch) {
+            ++painted;
+            std::fill_n(patch.pixels, patch.area.width() * patch.area.height(), pixel);
+        });
+    };
+    for (int i = 0; i < 6; ++i)
+        show({100 * i, 0}, {90, 90}, 1);
+    EXPECT_EQ(painted, 2) << "the second time it is kept";
+    show({0, 100}, {200, 100}, 0); // Another patch in between.
+    show({500, 100}, {90, 90}, 1);
+    EXPECT_EQ(painted, 3);
+    for (int i = 0; i < 3; ++i) // A smaller and a larger one under the same number, and another number.
+        show({100 * i, 500}, {80, 90}, 1), show({100 * i, 600}, {95, 95}, 1),
+            show({100 * i, 700}, {95, 95}, 2);
+    EXPECT_TRUE(eventually([&] {
+        const QImage image = overlay->content();
+        return std::all_of(shown.begin(), shown.end(), [&](const auto &each) {
+            const auto &[area, pixel] = each;
+            return image.copy(area) == [&] {
+                QImage expected(area.size(), image.format());
+                expected.fill(pixel);
+                return expected;
+            }();
+        });
+    }));
+}
+
 INSTANTIATE_TEST_SUITE_P(Memory, PixelTest, ::testing::Bool(),
                          [](const auto &memory) { return memory.param ? "Shared" : "Copied"; });
 
