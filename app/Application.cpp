@@ -3,6 +3,7 @@
 #include "app/PresentedSettings.h"
 #include "core/Log.h"
 #include "platform/hidapi/HidApiPort.h"
+#include "platform/instance/InstanceLock.h"
 #include "platform/null/NullPlatform.h"
 #include "platform/ports/Platform.h"
 #include "platform/qt/QtTray.h"
@@ -30,8 +31,9 @@ double mainScreenScale() {
 } // namespace
 
 // The demonstration switches modes, which saves: it must not touch the user's settings.
-Application::Application(const CommandLine &line)
+Application::Application(const CommandLine &line, std::unique_ptr<InstanceLock> instance)
     : m_line(line),
+      m_instance(std::move(instance)),
       m_store(line.demo ? SettingsStore() : SettingsStore(SettingsStore::defaultPath())),
       m_language(m_store),
       m_config([this] { return std::make_unique<ConfigManager>(m_store); }),
@@ -43,8 +45,10 @@ Application::Application(const CommandLine &line)
 
 Application::~Application() = default;
 
-std::unique_ptr<Application> Application::make(const CommandLine &line, std::string &error, int &status) {
-    std::unique_ptr<Application> application(new Application(line));
+std::unique_ptr<Application> Application::make(const CommandLine &line,
+                                               std::unique_ptr<InstanceLock> instance, std::string &error,
+                                               int &status) {
+    std::unique_ptr<Application> application(new Application(line, std::move(instance)));
     if (!application->makeReceiver(error)) {
         status = kWrongUsage;
         return nullptr;
@@ -105,18 +109,27 @@ void Application::start() {
     OverlaySurface &surface = m_platform->surface();
     const SettingWindowController::Needs settings{
         config, m_center, m_queue, [&link](std::int32_t minutes) { link.sendTimerWithTimeInt(minutes); }};
-    m_controller.emplace(ViewController::Needs{
-        m_queue, m_center, config, link, *m_platform,
-        [](std::string_view key) {
-            return LanguageSetting::getText(QString::fromUtf8(key.data(), qsizetype(key.size())));
-        },
-        [settings, &surface] { return PresentedSettings::open(settings, surface); }});
-    m_delegate.emplace(m_center, std::make_unique<QtTray>(), [this] { quit(); });
+    const auto presentSettings = [this, settings, &surface] {
+        auto opened = PresentedSettings::open(settings, surface);
+        m_settings = opened;
+        return opened;
+    };
+    m_controller.emplace(ViewController::Needs{m_queue, m_center, config, link, *m_platform,
+                                               [](std::string_view key) {
+                                                   return LanguageSetting::getText(
+                                                       QString::fromUtf8(key.data(), qsizetype(key.size())));
+                                               },
+                                               presentSettings});
+    m_delegate.emplace(m_center, std::make_unique<QtTray>(m_platform->trayArea(), m_queue),
+                       [this] { quit(); });
 
     m_window->windowDidLoad();
     m_controller->viewDidLoad();
     m_delegate->applicationDidFinishLaunching();
     m_controller->viewDidAppear();
+    serveFurtherStarts();
+    if (m_line.settings)
+        m_queue.post(std::chrono::milliseconds::zero(), [this] { openSettings(); });
 
     if (m_line.demo) {
         m_demo.emplace(Demo::Needs{m_queue, m_virtualReceiver, m_platform->surface(),
@@ -125,10 +138,31 @@ void Application::start() {
     }
 }
 
+void Application::serveFurtherStarts() {
+    if (!m_instance)
+        return;
+    if (m_instance->listener() == nullptr)
+        return Log::line("further starts cannot reach this one: " + m_instance->listenerError());
+    m_server.emplace(*m_instance->listener(), m_queue,
+                     std::vector<InstanceServer::Command>{{"settings", [this] { openSettings(); }},
+                                                          {"quit", [this] { m_delegate->quitAppAction(); }}});
+}
+
+// For who asks from outside: unlike the menu, which opens a fresh window each time, it shows one that is
+// open.
+void Application::openSettings() {
+    const auto open = m_settings.lock();
+    if (open && open->isPresented())
+        open->bringToFront();
+    else
+        m_delegate->gotoSettingWindowAction();
+}
+
 // At once, whatever loop or menu is running: every change is saved already, and the display server takes the
 // overlay off the screen and shows the cursor when our connection closes.
 void Application::quit() {
-    m_feed.reset(); // Its socket has a name in the file system.
+    m_feed.reset(); // Its socket has a name in the file system, as has the one of the instance lock.
+    m_instance.reset();
     std::fflush(nullptr);
     Log::flush();
     _exit(EXIT_SUCCESS);

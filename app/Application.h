@@ -9,6 +9,7 @@
 #include "core/QtMainQueue.h"
 #include "core/Shared.h"
 #include "overlay/ViewController.h"
+#include "platform/instance/InstanceServer.h"
 #include "platform/virtual_receiver/ReceiverFeed.h"
 #include "platform/virtual_receiver/VirtualReceiver.h"
 #include "receiver/HidManager.h"
@@ -25,14 +26,18 @@
 namespace companion {
 
 class HidPort;
+class InstanceLock;
 class Platform;
+class PresentedSettings;
 
 // Builds the program's objects with their dependencies, in the order of start-up, and starts it. The only
 // place that chooses backends. Needs a QApplication.
 class Application {
 public:
     // Null when the program cannot run as asked; `error` then says why and `status` is the exit status.
-    static std::unique_ptr<Application> make(const CommandLine &line, std::string &error, int &status);
+    // Without an instance lock no further start can reach this one.
+    static std::unique_ptr<Application> make(const CommandLine &line, std::unique_ptr<InstanceLock> instance,
+                                             std::string &error, int &status);
 
     // Loads the overlay, puts up the status menu and shows the overlay. The event loop does the rest.
     void start();
@@ -40,14 +45,17 @@ public:
     ~Application();
 
 private:
-    explicit Application(const CommandLine &line);
+    Application(const CommandLine &line, std::unique_ptr<InstanceLock> instance);
 
     bool makeReceiver(std::string &error);
     bool makePlatform(std::string &error);
     void followScale();
+    void openSettings();
+    void serveFurtherStarts();
     [[noreturn]] void quit();
 
     CommandLine m_line;
+    std::unique_ptr<InstanceLock> m_instance; // Goes last.
     QtMainQueue m_queue;
     NotificationCenter m_center;
     SettingsStore m_store;
@@ -63,6 +71,8 @@ private:
     std::optional<ViewController> m_controller;
     std::optional<AppDelegate> m_delegate;
     std::optional<Demo> m_demo;
+    std::weak_ptr<PresentedSettings> m_settings; // The one opened last.
+    std::optional<InstanceServer> m_server;
     SignalWatch m_signals;
 };
 

@@ -15,6 +15,7 @@ struct Option {
     Value value;
     std::string_view valueName;
     std::string_view help;
+    bool alone; // One run does at most one of these.
     // False with `error` set when the value makes no sense.
     bool (*apply)(CommandLine &line, std::string_view value, std::string &error);
 };
@@ -34,27 +35,53 @@ bool applyVirtualReceiver(CommandLine &line, std::string_view value, std::string
     return true;
 }
 
+bool applyAutostart(CommandLine &line, std::string_view value, std::string &error) {
+    if (value != "on" && value != "off") {
+        error = "'--autostart' takes 'on' or 'off', not '" + std::string(value) + "'";
+        return false;
+    }
+    const auto action = value == "on" ? CommandLine::Action::AutostartOn : CommandLine::Action::AutostartOff;
+    if (line.action != CommandLine::Action::Run && line.action != action) {
+        error = "'--autostart' cannot be both 'on' and 'off'";
+        return false;
+    }
+    line.action = action;
+    return true;
+}
+
 constexpr Option kOptions[] = {
+    {"--settings", Value::None, "",
+     "open the settings window, in the running program if there is one; start the program otherwise", true,
+     [](CommandLine &line, std::string_view, std::string &) { return line.settings = true; }},
+    {"--quit", Value::None, "", "end the running program, as its menu's \"Quit\" does; fine if none runs",
+     true,
+     [](CommandLine &line, std::string_view, std::string &) {
+         line.action = CommandLine::Action::Quit;
+         return true;
+     }},
+    {"--autostart", Value::Required, "on|off",
+     "start the program when you log in, or no longer, and end; concerns your account only", true,
+     applyAutostart},
     {"--demo", Value::None, "", "show each effect in turn with a receiver that needs no hardware, then end",
-     [](CommandLine &line, std::string_view, std::string &) { return line.demo = true; }},
+     true, [](CommandLine &line, std::string_view, std::string &) { return line.demo = true; }},
     {"--doctor", Value::None, "", "tell what the program finds on this machine and what it lacks, and end",
+     true,
      [](CommandLine &line, std::string_view, std::string &) {
          line.action = CommandLine::Action::Doctor;
          return true;
      }},
     {"--receiver", Value::Required, "VVVV:PPPP", "use the receiver with these USB identifiers (hexadecimal)",
-     applyReceiver},
+     false, applyReceiver},
     {"--virtual-receiver", Value::Optional, "PATH",
      "a receiver without hardware, fed with commands from standard input (-), a script file, or a socket "
-     "that is "
-     "made at PATH",
-     applyVirtualReceiver},
-    {"--version", Value::None, "", "print the version and end",
+     "that is made at PATH",
+     false, applyVirtualReceiver},
+    {"--version", Value::None, "", "print the version and end", false,
      [](CommandLine &line, std::string_view, std::string &) {
          line.action = CommandLine::Action::Version;
          return true;
      }},
-    {"--help", Value::None, "", "print this text and end",
+    {"--help", Value::None, "", "print this text and end", false,
      [](CommandLine &line, std::string_view, std::string &) {
          line.action = CommandLine::Action::Help;
          return true;
@@ -101,6 +128,7 @@ std::optional<CommandLine> parseCommandLine(std::span<const char *const> argumen
     CommandLine line;
     line.vendorId = builtInReceiverIdentity().vendorId;
     line.productId = builtInReceiverIdentity().productId;
+    const Option *only = nullptr;
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         const std::string_view argument = arguments[i];
         const std::string_view name = argument.substr(0, argument.find('='));
@@ -128,8 +156,16 @@ std::optional<CommandLine> parseCommandLine(std::span<const char *const> argumen
             error = "option " + quoted(argument) + " names no path";
             return std::nullopt;
         }
+        if (option->alone && only != nullptr && only != option) {
+            error = quoted(only->name) + " and " + quoted(option->name) + " cannot be combined";
+            return std::nullopt;
+        }
+        if (option->alone)
+            only = option;
         if (!option->apply(line, value, error))
             return std::nullopt;
+        if (line.action == CommandLine::Action::Help || line.action == CommandLine::Action::Version)
+            return line; // Whatever else is asked for: who asks for help may be unsure of the rest.
     }
     if (line.demo && line.virtualReceiver) {
         error = "'--demo' brings its own receiver and cannot be combined with '--virtual-receiver'";

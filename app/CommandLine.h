@@ -9,9 +9,10 @@ namespace companion {
 
 // What one run was asked for.
 struct CommandLine {
-    enum class Action { Run, Doctor, Help, Version };
+    enum class Action { Run, Quit, AutostartOn, AutostartOff, Doctor, Help, Version };
 
     Action action = Action::Run;
+    bool settings = false; // With the settings window, here or in the instance that runs already.
     bool demo = false;
     bool virtualReceiver = false;
     std::string virtualReceiverPath; // Empty: plugged in and silent.

@@ -1,5 +1,7 @@
 #include "app/Doctor.h"
 
+#include "app/WaylandSession.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
@@ -33,7 +35,7 @@ DoctorFinding version(const DoctorFacts &facts) {
 
 DoctorFinding session(const DoctorFacts &facts) {
     if (facts.sessionType == "wayland")
-        return {Kind::Flaw, "session", "Wayland: the effects may not cover programs that are native to it",
+        return {Kind::Flaw, "session", kWaylandLimits,
                 "log in to an X11 session (often \"Xorg\" in the login screen's menu)"};
     return {Kind::Fine, "session", facts.sessionType.empty() ? "of no known type" : facts.sessionType, {}};
 }
@@ -59,10 +61,18 @@ DoctorFinding compositor(const DoctorFacts &facts) {
 }
 
 DoctorFinding tray(const DoctorFacts &facts) {
-    if (facts.tray)
-        return {Kind::Fine, "tray", "shows status icons", {}};
-    return {Kind::Flaw, "tray", "none: the program's menu cannot be reached; the effects work",
-            "add a tray (\"notification area\") to your panel; on GNOME install an AppIndicator extension"};
+    if (facts.xembedTray || facts.statusNotifierTray) {
+        std::vector<std::string> kinds;
+        if (facts.statusNotifierTray)
+            kinds.emplace_back("StatusNotifier");
+        if (facts.xembedTray)
+            kinds.emplace_back("XEmbed");
+        return {Kind::Fine, "tray", "shows status icons (" + joined(kinds) + ")", {}};
+    }
+    return {
+        Kind::Flaw, "tray", "none: the program's menu cannot be reached; the effects work",
+        "presenter-companion --settings opens the settings, presenter-companion --quit ends the program;\n"
+        "for the menu, add a tray (\"notification area\") to your panel, on GNOME an AppIndicator extension"};
 }
 
 DoctorFinding receiver(const DoctorFacts &facts) {

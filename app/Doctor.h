@@ -21,7 +21,8 @@ struct DoctorFacts {
     std::string display;
     std::string serverError; // Empty: the X server lets us in. What follows is only known then.
     bool compositor = false;
-    bool tray = false;
+    bool xembedTray = false;
+    bool statusNotifierTray = false;
     std::vector<std::string> screens;
 
     std::string settingsFile;

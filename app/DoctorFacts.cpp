@@ -1,4 +1,5 @@
 #include "app/Doctor.h"
+#include "app/WaylandSession.h"
 #include "platform/qt/QtTray.h"
 #include "platform/x11/X11Platform.h"
 #include "settings/SettingsStore.h"
@@ -15,6 +16,8 @@
 // Looks at the machine; needs a QApplication only where there is a display.
 namespace companion {
 namespace {
+
+constexpr std::chrono::milliseconds kPatienceWithTray(1000);
 
 // In the order in which udev prefers them.
 constexpr const char *kRuleFolders[] = {"/etc/udev/rules.d", "/run/udev/rules.d",
@@ -70,16 +73,18 @@ DoctorFacts gatherDoctorFacts(const ReceiverIdentity &receiver) {
     facts.receiver = receiver;
     facts.nodes = findReceiverNodes(receiver.vendorId, receiver.productId);
     facts.ruleFile = ruleFileFor(receiver);
-    facts.sessionType = qgetenv("XDG_SESSION_TYPE").toStdString();
+    facts.sessionType = isWaylandSession() ? "wayland" : qgetenv("XDG_SESSION_TYPE").toStdString();
     facts.display = qgetenv("DISPLAY").toStdString();
     if (x11ServerAnswers(facts.serverError)) {
         facts.compositor = x11CompositorRuns();
+        facts.xembedTray = x11TrayRuns();
         if (qGuiApp != nullptr) {
-            facts.tray = QtTray().available();
             for (const QScreen *screen : QGuiApplication::screens())
                 facts.screens.push_back(describe(*screen));
         }
     }
+    if (qGuiApp != nullptr)
+        facts.statusNotifierTray = statusNotifierTrayRuns(kPatienceWithTray);
     const QString settings = SettingsStore::defaultPath();
     facts.settingsFile = settings.toStdString();
     facts.settingsWritable = canBeWritten(settings);

@@ -17,6 +17,8 @@ public:
     static std::shared_ptr<PresentedSettings> open(const SettingWindowController::Needs &needs,
                                                    OverlaySurface &overlay);
 
+    void bringToFront() { m_window.show(); }
+
     bool isPresented() const override { return m_window.isPresented(); }
     void dismiss() override { m_window.dismiss(); }
     std::string description() const override { return "SettingViewController"; }

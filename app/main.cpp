@@ -1,8 +1,11 @@
 #include "app/Application.h"
+#include "app/Autostart.h"
 #include "app/CommandLine.h"
 #include "app/Doctor.h"
 #include "app/SignalWatch.h"
+#include "app/WaylandSession.h"
 #include "core/Log.h"
+#include "platform/instance/Instance.h"
 #include "platform/x11/X11Platform.h"
 #include "resources/Images.h"
 
@@ -11,6 +14,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -23,6 +27,7 @@ namespace {
 
 constexpr int kCannotRun = 1;
 constexpr int kWrongUsage = 2;
+constexpr auto kPatience = std::chrono::milliseconds(1500); // With a program that runs already.
 
 int fail(const std::string &error, int status) {
     Log::flush(); // The error comes last.
@@ -52,15 +57,44 @@ bool chooseDisplay(std::string &error) {
     return x11ServerAnswers(error);
 }
 
+// Without a session bus the toolkit would have one started, which takes time and outlives us.
+void startNoSessionBus() {
+    const QByteArray folder = qgetenv("XDG_RUNTIME_DIR");
+    const QByteArray usual = folder + "/bus";
+    if (!qEnvironmentVariableIsSet("DBUS_SESSION_BUS_ADDRESS") &&
+        (folder.isEmpty() || access(usual.constData(), F_OK) != 0))
+        qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
+}
+
 // Qt is asked about screens and tray where there is a display; the rest needs none.
 int runDoctor(const CommandLine &line, int argumentCount, char **arguments) {
     std::string error;
     std::unique_ptr<QApplication> application;
+    startNoSessionBus();
     if (chooseDisplay(error))
         application = std::make_unique<QApplication>(argumentCount, arguments);
     const auto findings = examine(gatherDoctorFacts({line.vendorId, line.productId}));
     std::fputs(doctorReport(findings).c_str(), stdout);
     return doctorStatus(findings);
+}
+
+// Fine when there is nothing to end: whoever asks wants it not to run, and it does not.
+int quitRunning() {
+    const InstanceEnd end = endInstance(RuntimePlaces::ofThisSession(), kPatience);
+    if (end.outcome == InstanceEnd::Outcome::Stuck)
+        return fail(end.text, kCannotRun);
+    std::puts(end.outcome == InstanceEnd::Outcome::Ended ? "presenter-companion has ended"
+                                                         : "presenter-companion does not run");
+    return EXIT_SUCCESS;
+}
+
+int setAutostart(bool on) {
+    const auto places = AutostartPlaces::ofThisUser();
+    const AutostartResult result = on ? enableAutostart(places, runningProgram()) : disableAutostart(places);
+    if (!result.done)
+        return fail(result.text, kCannotRun);
+    std::puts(result.text.c_str());
+    return EXIT_SUCCESS;
 }
 
 } // namespace
@@ -80,12 +114,32 @@ int main(int argc, char **argv) {
         std::puts("presenter-companion " COMPANION_VERSION);
         return EXIT_SUCCESS;
     }
+    if (line->action == CommandLine::Action::Quit)
+        return quitRunning();
+    if (line->action == CommandLine::Action::AutostartOn || line->action == CommandLine::Action::AutostartOff)
+        return setAutostart(line->action == CommandLine::Action::AutostartOn);
     int qtArgumentCount = 1; // Our options are not Qt's.
     if (line->action == CommandLine::Action::Doctor)
         return runDoctor(*line, qtArgumentCount, argv);
+
+    // Before anything that two programs cannot share.
+    InstanceClaim claim;
+    if (!line->demo) // Which touches neither receiver nor settings.
+        claim = claimInstance(RuntimePlaces::ofThisSession(), "settings", kPatience);
+    if (claim.outcome == InstanceClaim::Outcome::Stuck)
+        return fail(claim.text, kCannotRun);
+    if (claim.outcome == InstanceClaim::Outcome::Handed) {
+        std::puts("presenter-companion runs already; it shows its settings");
+        return EXIT_SUCCESS;
+    }
     if (!chooseDisplay(error))
         return fail(error, kCannotRun);
+    if (isWaylandSession())
+        Log::line(kWaylandLimits);
+    if (!claim.text.empty())
+        Log::line("further starts cannot reach this one: " + claim.text);
 
+    startNoSessionBus();
     SignalWatch::blockSignals();
     qInstallMessageHandler(toLog);
     QApplication application(qtArgumentCount, argv);
@@ -95,7 +149,7 @@ int main(int argc, char **argv) {
     QApplication::setWindowIcon(image(QStringLiteral("statusBarLogo")));
 
     int status = EXIT_FAILURE;
-    const auto companion = Application::make(*line, error, status);
+    const auto companion = Application::make(*line, std::move(claim.lock), error, status);
     if (!companion)
         return fail(error, status);
     companion->start();

@@ -17,6 +17,7 @@ set(layers core settings platform receiver settings_ui overlay app)
 set(foreign
   "xcb/|X11/=platform/x11"
   "wayland-=platform/wayland"
+  "QDBus|QtDBus=platform/qt"
   "hidapi=platform/hidapi|receiver/hidapi"
   "libudev=platform/udev|receiver/udev|platform/hidapi|receiver/hidapi")
 

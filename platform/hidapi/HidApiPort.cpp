@@ -1,8 +1,8 @@
 #include "platform/hidapi/HidApiPort.h"
 
+#include "platform/hidapi/Folder.h"
 #include "platform/hidapi/InterfaceChoice.h"
 
-#include <dirent.h>
 #include <hidapi.h>
 #include <unistd.h>
 
@@ -18,9 +18,6 @@ struct CloseDevice {
 };
 struct FreeEnumeration {
     void operator()(hid_device_info *list) const { hid_free_enumeration(list); }
-};
-struct CloseFolder {
-    void operator()(DIR *folder) const { closedir(folder); }
 };
 
 struct OpenReceiver {
@@ -40,7 +37,7 @@ OpenReceiver &fromHandle(HidPort::Handle *handle) {
 // is this is all that happens, twice a second for ever. In doubt it says yes.
 bool mayBePlugged(std::uint16_t vendorId, std::uint16_t productId) {
     static const std::string kNodes = "/sys/class/hidraw/";
-    const std::unique_ptr<DIR, CloseFolder> folder(opendir(kNodes.c_str()));
+    const FolderPtr folder(opendir(kNodes.c_str()));
     if (!folder)
         return true;
     while (const dirent *entry = readdir(folder.get())) {

@@ -1,5 +1,6 @@
 #include "platform/hidapi/ReceiverNodes.h"
 
+#include "platform/hidapi/Folder.h"
 #include "platform/hidapi/InterfaceChoice.h"
 
 #include <fcntl.h>
@@ -9,15 +10,9 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <dirent.h>
-#include <memory>
 
 namespace companion {
 namespace {
-
-struct CloseFolder {
-    void operator()(DIR *folder) const { closedir(folder); }
-};
 
 std::string whyNotOpen(const std::string &path) {
     const int file = open(path.c_str(), O_RDWR | O_CLOEXEC | O_NOCTTY);
@@ -32,7 +27,7 @@ std::string whyNotOpen(const std::string &path) {
 std::vector<ReceiverNode> findReceiverNodes(std::uint16_t vendorId, std::uint16_t productId) {
     static const std::string kNodes = "/sys/class/hidraw/";
     std::vector<ReceiverNode> nodes;
-    const std::unique_ptr<DIR, CloseFolder> folder(opendir(kNodes.c_str()));
+    const FolderPtr folder(opendir(kNodes.c_str()));
     while (const dirent *entry = folder ? readdir(folder.get()) : nullptr) {
         std::array<char, 4096> target;
         const ssize_t length = readlink((kNodes + entry->d_name).c_str(), target.data(), target.size());

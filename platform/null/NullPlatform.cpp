@@ -6,6 +6,7 @@
 #include "platform/ports/OverlaySurface.h"
 #include "platform/ports/ScreenCapture.h"
 #include "platform/ports/SyntheticMouse.h"
+#include "platform/ports/TrayArea.h"
 #include "platform/ports/Watchdog.h"
 
 namespace companion {
@@ -51,6 +52,12 @@ public:
     void show() override {}
 };
 
+class NullTrayArea final : public TrayArea {
+public:
+    bool present() const override { return false; }
+    void onAppeared(std::function<void()>) override {}
+};
+
 class NullWatchdog final : public Watchdog {
 public:
     void setOn(bool) override {}
@@ -67,6 +74,7 @@ public:
     SyntheticMouse &syntheticMouse() override { return m_syntheticMouse; }
     ScreenCapture &screenCapture() override { return m_screenCapture; }
     CursorVisibility &cursor() override { return m_cursor; }
+    TrayArea &trayArea() override { return m_trayArea; }
     Watchdog &watchdog() override { return m_watchdog; }
 
 private:
@@ -75,6 +83,7 @@ private:
     NullSyntheticMouse m_syntheticMouse;
     NullScreenCapture m_screenCapture;
     NullCursor m_cursor;
+    NullTrayArea m_trayArea;
     NullWatchdog m_watchdog;
 };
 

@@ -9,6 +9,7 @@ class InputMonitor;
 class OverlaySurface;
 class ScreenCapture;
 class SyntheticMouse;
+class TrayArea;
 class Watchdog;
 
 // One backend: everything the program needs of a display. What a backend cannot do is logged once when it is
@@ -27,6 +28,7 @@ public:
     virtual SyntheticMouse &syntheticMouse() = 0;
     virtual ScreenCapture &screenCapture() = 0;
     virtual CursorVisibility &cursor() = 0;
+    virtual TrayArea &trayArea() = 0;
     virtual Watchdog &watchdog() = 0;
 };
 

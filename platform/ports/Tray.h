@@ -16,10 +16,8 @@ public:
 
     virtual ~Tray() = default;
 
-    // Whether the desktop shows status icons at the moment.
-    virtual bool available() const = 0;
-
-    // `iconName` names an image of the program's resources; one that is missing gives no icon and no message.
+    // As soon as the desktop has a place for it, however late. `iconName` names an image of the program's
+    // resources; one that is missing gives no icon and no message.
     virtual void show(const std::string &iconName, const std::string &menuTitle,
                       std::vector<Entry> entries) = 0;
 };

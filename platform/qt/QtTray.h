@@ -1,7 +1,9 @@
 #pragma once
 
+#include "core/Lifetime.h"
 #include "platform/ports/Tray.h"
 
+#include <chrono>
 #include <memory>
 
 class QMenu;
@@ -9,18 +11,40 @@ class QSystemTrayIcon;
 
 namespace companion {
 
-// The status icon through Qt: XEmbed trays and StatusNotifier hosts.
+class MainQueue;
+class StatusNotifierWatch;
+class TrayArea;
+
+// The status icon through Qt, in a tray of either kind: XEmbed and StatusNotifier.
+//
+// Qt decides once and for all which kind there is, when the first icon is made: one that is made too early
+// never appears in a StatusNotifier tray. So it is made when a tray is there, however late that is. From then
+// on Qt itself follows trays of that kind that end and come back.
 class QtTray final : public Tray {
 public:
-    QtTray();
+    static constexpr std::chrono::seconds kPatience{5}; // Then one log line says that there is no tray.
+
+    // Both must outlive the tray.
+    QtTray(TrayArea &area, MainQueue &queue);
     ~QtTray() override;
 
-    bool available() const override;
+    // Looks for a tray on a later turn, when the start's more urgent work is done.
     void show(const std::string &iconName, const std::string &menuTitle, std::vector<Entry> entries) override;
 
 private:
-    std::unique_ptr<QMenu> m_menu; // Outlives the icon, which only looks at it.
+    void lookForTray();
+    void makeIcon();
+
+    TrayArea &m_area;
+    MainQueue &m_queue;
+    std::string m_iconName;
+    std::unique_ptr<StatusNotifierWatch> m_watch; // Until the icon is made.
+    std::unique_ptr<QMenu> m_menu;                // Outlives the icon, which only looks at it.
     std::unique_ptr<QSystemTrayIcon> m_icon;
+    Lifetime m_life;
 };
+
+// Whether a StatusNotifier tray runs; waits for the answer at most so long.
+bool statusNotifierTrayRuns(std::chrono::milliseconds patience);
 
 } // namespace companion

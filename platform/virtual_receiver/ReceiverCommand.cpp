@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <iterator>
 #include <span>
-#include <vector>
 
 namespace companion {
 namespace {
@@ -164,6 +163,13 @@ std::optional<ReceiverCommand> parseReceiverCommand(std::string_view line, std::
         return command;
     error = std::string(row->name) + ": " + reason;
     return std::nullopt;
+}
+
+std::vector<std::string_view> receiverCommandUsages() {
+    std::vector<std::string_view> usages;
+    for (const Row &row : kRows)
+        usages.push_back(row.usage);
+    return usages;
 }
 
 } // namespace companion

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace companion {
 
@@ -37,5 +38,8 @@ bool isSilentLine(std::string_view line);
 
 // Nothing, and a one-line text that quotes the offender, when the line is no command. Any bytes will do.
 std::optional<ReceiverCommand> parseReceiverCommand(std::string_view line, std::string &error);
+
+// Of all the commands there are, with what follows each: for whoever describes the language.
+std::vector<std::string_view> receiverCommandUsages();
 
 } // namespace companion

@@ -1,10 +1,9 @@
 #pragma once
 
 #include "core/Lifetime.h"
+#include "core/UnixListener.h"
 #include "platform/virtual_receiver/FeedConnection.h"
 #include "platform/virtual_receiver/ReceiverFeed.h"
-
-#include <sys/types.h>
 
 #include <list>
 #include <memory>
@@ -27,7 +26,7 @@ public:
     static std::unique_ptr<ReceiverFeed> replace(const std::string &path, VirtualReceiver &receiver,
                                                  MainQueue &queue, std::string &error);
 
-    SocketFeed(FileDescriptor listener, const std::string &path, VirtualReceiver &receiver, MainQueue &queue);
+    SocketFeed(std::unique_ptr<UnixListener> listener, VirtualReceiver &receiver, MainQueue &queue);
     ~SocketFeed() override;
 
 private:
@@ -35,10 +34,7 @@ private:
     void refuse(int connection);
     void dropEnded();
 
-    FileDescriptor m_listener;
-    std::string m_path;
-    dev_t m_device = 0; // Of our socket file: what stands at the path later may be another's.
-    ino_t m_inode = 0;
+    std::unique_ptr<UnixListener> m_listener;
     VirtualReceiver &m_receiver;
     MainQueue &m_queue;
     std::unique_ptr<QSocketNotifier> m_acceptable;

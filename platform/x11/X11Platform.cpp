@@ -8,6 +8,7 @@
 #include "platform/x11/X11Screens.h"
 #include "platform/x11/X11Surface.h"
 #include "platform/x11/X11SyntheticMouse.h"
+#include "platform/x11/X11TrayArea.h"
 #include "platform/x11/X11Watchdog.h"
 
 namespace companion {
@@ -26,6 +27,7 @@ public:
           m_syntheticMouse(*m_connection, m_screens),
           m_capture(*m_connection, m_screens, needs.queue),
           m_cursor(*m_connection),
+          m_trayArea(*m_connection),
           m_watchdog(needs.queue, needs.displayName, m_surface.get(), m_cursor) {
         m_inputMonitor.onRawMotion([this](unsigned sequence) { return m_cursor.mouseMoved(sequence); });
         m_cursor.onHidden([this] { m_inputMonitor.awaitMotion(); });
@@ -41,6 +43,7 @@ public:
     SyntheticMouse &syntheticMouse() override { return m_syntheticMouse; }
     ScreenCapture &screenCapture() override { return m_capture; }
     CursorVisibility &cursor() override { return m_cursor; }
+    TrayArea &trayArea() override { return m_trayArea; }
     Watchdog &watchdog() override { return m_watchdog; }
 
 private:
@@ -52,6 +55,7 @@ private:
     X11SyntheticMouse m_syntheticMouse;
     X11Capture m_capture;
     X11Cursor m_cursor;
+    X11TrayArea m_trayArea;
     X11Watchdog m_watchdog; // Its thread ends before what it uses.
 };
 
@@ -72,19 +76,11 @@ bool x11ServerAnswers(std::string &error) {
 }
 
 bool x11CompositorRuns() {
-    std::string error;
-    const auto link = X11Connection::connect({}, error);
-    if (!link.xcb)
-        return false;
-    auto *c = link.xcb.get();
-    const std::string name = "_NET_WM_CM_S" + std::to_string(link.screenNumber);
-    const X11Reply<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(
-        c, xcb_intern_atom(c, 0, static_cast<std::uint16_t>(name.size()), name.c_str()), nullptr));
-    if (!atom)
-        return false;
-    const X11Reply<xcb_get_selection_owner_reply_t> owner(
-        xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, atom->atom), nullptr));
-    return owner && owner->owner != XCB_NONE;
+    return x11SelectionHeld(X11CompositorWatch::kSelection);
+}
+
+bool x11TrayRuns() {
+    return x11SelectionHeld(X11TrayArea::kSelection);
 }
 
 } // namespace companion

@@ -27,4 +27,7 @@ bool x11ServerAnswers(std::string &error);
 // Whether the desktop can be seen through windows of that server.
 bool x11CompositorRuns();
 
+// Whether an XEmbed tray runs there.
+bool x11TrayRuns();
+
 } // namespace companion

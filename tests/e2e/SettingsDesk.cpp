@@ -34,13 +34,16 @@ Tray::Tray(const Desktop &desktop)
 SettingsDesk::SettingsDesk(const Settings &settings)
     : SettingsDesk(CompanionProcess::Options{.settings = settings}) {}
 
-SettingsDesk::SettingsDesk(const CompanionProcess::Options &program, const DesktopOptions &options)
+SettingsDesk::SettingsDesk(const CompanionProcess::Options &program, const DesktopOptions &options,
+                           bool lateTray)
     : desktop(options),
       screen(desktop),
       hand(desktop),
-      tray(desktop),
+      tray(lateTray ? std::nullopt : std::optional<Tray>(std::in_place, desktop)),
       companion(desktop, program),
       m_scale(scaleOf(program)) {
+    if (lateTray)
+        tray.emplace(desktop);
     waitUntil("the tray icon", [this] { return trayIcon() != XCB_WINDOW_NONE; });
 }
 

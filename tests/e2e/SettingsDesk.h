@@ -5,6 +5,7 @@
 #include "support/rig/Screen.h"
 #include "support/rig/TestWindow.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -51,10 +52,11 @@ public:
     enum class Entry { Version, Setting, Quit };
 
     explicit SettingsDesk(const CompanionProcess::Options &program = {},
-                          const DesktopOptions &options = {.size = {1024, 768}});
+                          const DesktopOptions &options = {.size = {1024, 768}}, bool lateTray = false);
     explicit SettingsDesk(const Settings &settings);
 
-    // A right click on the tray icon and a click on an entry of the menu.
+    xcb_window_t trayIcon() const; // None while there is none.
+    // A right click on it and a click on an entry of the menu.
     void choose(Entry entry);
 
     // Chooses "Setting", and waits until a further window has the keyboard and shows its controls.
@@ -104,7 +106,7 @@ public:
     Desktop desktop;
     Screen screen;
     InputDevices hand;
-    Tray tray;
+    std::optional<Tray> tray; // Before the program, or after it.
     CompanionProcess companion;
 
 private:
@@ -112,7 +114,6 @@ private:
     std::string className(xcb_window_t window) const;
     bool isShown(xcb_window_t window) const;
     void collect(xcb_window_t window, std::vector<xcb_window_t> &found) const;
-    xcb_window_t trayIcon() const;
     xcb_window_t menu() const;
 
     int m_scale;

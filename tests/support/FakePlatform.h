@@ -7,6 +7,7 @@
 #include "platform/ports/Platform.h"
 #include "platform/ports/ScreenCapture.h"
 #include "platform/ports/SyntheticMouse.h"
+#include "platform/ports/TrayArea.h"
 #include "platform/ports/Watchdog.h"
 
 #include <QImage>
@@ -152,6 +153,21 @@ public:
     int shown = 0;
 };
 
+class FakeTrayArea final : public TrayArea {
+public:
+    bool present() const override { return there; }
+    void onAppeared(std::function<void()> listener) override { m_listener = std::move(listener); }
+    void appear() {
+        there = true;
+        if (m_listener)
+            m_listener();
+    }
+    bool there = false;
+
+private:
+    std::function<void()> m_listener;
+};
+
 class FakeWatchdog final : public Watchdog {
 public:
     void setOn(bool turnedOn) override { on = turnedOn; }
@@ -167,6 +183,7 @@ public:
     FakeMouse &syntheticMouse() override { return mouse; }
     FakeCapture &screenCapture() override { return capture; }
     FakeCursor &cursor() override { return fakeCursor; }
+    FakeTrayArea &trayArea() override { return fakeTrayArea; }
     FakeWatchdog &watchdog() override { return fakeWatchdog; }
 
     FakeSurface fakeSurface;
@@ -174,6 +191,7 @@ public:
     FakeMouse mouse;
     FakeCapture capture;
     FakeCursor fakeCursor;
+    FakeTrayArea fakeTrayArea;
     FakeWatchdog fakeWatchdog;
 };
 

@@ -20,7 +20,7 @@ DoctorFacts healthy() {
             .display = ":0",
             .serverError = "",
             .compositor = true,
-            .tray = true,
+            .xembedTray = true,
             .screens = {"eDP-1 1920x1080 at scale 1, main"},
             .settingsFile = "/home/me/.config/file",
             .settingsWritable = true};
@@ -46,7 +46,7 @@ TEST(Doctor, EachFaultIsFoundWithItsRemedyOnOneScreenAndOnlyFatalOnesCount) {
         {"X server", Kind::Fatal, [](DoctorFacts &f) { f.serverError = "no X server: DISPLAY is not set"; }},
         {"screens", Kind::Fatal, [](DoctorFacts &f) { f.screens.clear(); }},
         {"compositor", Kind::Flaw, [](DoctorFacts &f) { f.compositor = false; }},
-        {"tray", Kind::Flaw, [](DoctorFacts &f) { f.tray = false; }},
+        {"tray", Kind::Flaw, [](DoctorFacts &f) { f.xembedTray = false; }},
         {"receiver", Kind::Fatal, [](DoctorFacts &f) { f.nodes.clear(); }},
         {"permission", Kind::Fatal, [](DoctorFacts &f) { f.nodes[0].error = "Permission denied"; }},
         {"settings", Kind::Flaw, [](DoctorFacts &f) { f.settingsWritable = false; }},

@@ -1,0 +1,71 @@
+#include "platform/instance/Instance.h"
+
+#include "platform/instance/InstanceClient.h"
+
+#include <algorithm>
+#include <thread>
+
+namespace companion {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using namespace std::chrono_literals;
+
+constexpr auto kBetweenTries = 10ms;
+
+// The other one may be between its lock and its socket, or in its last moments.
+bool pauseBefore(Clock::time_point deadline) {
+    const auto now = Clock::now();
+    if (now >= deadline)
+        return false;
+    std::this_thread::sleep_for(std::min<Clock::duration>(kBetweenTries, deadline - now));
+    return true;
+}
+
+std::string stuck(pid_t process) {
+    const std::string which = process > 0 ? " (process " + std::to_string(process) + ")" : "";
+    return "it runs already" + which + " but does not answer; end that process and try again";
+}
+
+} // namespace
+
+InstanceClaim claimInstance(const RuntimePlaces &places, std::string_view command,
+                            std::chrono::milliseconds patience) {
+    using Outcome = InstanceClaim::Outcome;
+    const auto deadline = Clock::now() + patience;
+    const std::string folder = runtimeFolder(places);
+    std::string error;
+    if (!makeRuntimeFolder(folder, error))
+        return {Outcome::Alone, nullptr, error};
+    pid_t process = 0;
+    do {
+        InstanceLock::Result result = InstanceLock::take(folder);
+        if (result.outcome == InstanceLock::Outcome::Held)
+            return {Outcome::First, std::move(result.lock)};
+        if (result.outcome == InstanceLock::Outcome::Failed)
+            return {Outcome::Alone, nullptr, result.error};
+        const InstanceAnswer answer = askInstance(InstanceLock::socketPath(folder), command, deadline);
+        if (answer.understood)
+            return {Outcome::Handed};
+        process = answer.process;
+    } while (pauseBefore(deadline));
+    return {Outcome::Stuck, nullptr, stuck(process)};
+}
+
+InstanceEnd endInstance(const RuntimePlaces &places, std::chrono::milliseconds patience) {
+    using Outcome = InstanceEnd::Outcome;
+    const auto deadline = Clock::now() + patience;
+    const std::string folder = runtimeFolder(places);
+    if (!InstanceLock::isTaken(folder))
+        return {Outcome::NoneRan};
+    InstanceAnswer answer;
+    do {
+        if (!answer.understood)
+            answer = askInstance(InstanceLock::socketPath(folder), "quit", deadline);
+        if (!InstanceLock::isTaken(folder))
+            return {Outcome::Ended};
+    } while (pauseBefore(deadline));
+    return {Outcome::Stuck, stuck(answer.process)};
+}
+
+} // namespace companion

@@ -1,0 +1,44 @@
+#include "platform/instance/InstanceLock.h"
+
+#include "core/Log.h"
+
+#include <sys/file.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace companion {
+namespace {
+
+std::string lockPath(const std::string &folder) {
+    return folder + "/lock";
+}
+
+} // namespace
+
+InstanceLock::Result InstanceLock::take(const std::string &folder) {
+    const std::string path = lockPath(folder);
+    FileDescriptor file(
+        ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, S_IRUSR | S_IWUSR));
+    if (file && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0)
+        return {Outcome::Held, std::unique_ptr<InstanceLock>(new InstanceLock(std::move(file), folder))};
+    if (file && errno == EWOULDBLOCK)
+        return {Outcome::Taken};
+    return {Outcome::Failed, nullptr, singleLine(path) + ": " + std::strerror(errno)};
+}
+
+// A shared lock for a moment: a program that starts right then tries again.
+bool InstanceLock::isTaken(const std::string &folder) {
+    const FileDescriptor file(
+        ::open(lockPath(folder).c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    return file && ::flock(file.get(), LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+}
+
+InstanceLock::InstanceLock(FileDescriptor file, const std::string &folder) : m_file(std::move(file)) {
+    const std::string path = socketPath(folder);
+    ::unlink(path.c_str());
+    m_listener = UnixListener::create(path, m_listenerError);
+}
+
+} // namespace companion

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "platform/x11/X11Connection.h"
+
+namespace companion {
+
+// Whether somebody holds a selection of this screen: compositors and trays announce themselves so.
+class X11SelectionWatch {
+public:
+    // The name of the selection without the number of the screen. `changed` is told each change, and not what
+    // is found at first.
+    X11SelectionWatch(X11Connection &connection, const std::string &name, std::function<void()> changed);
+    X11SelectionWatch(const X11SelectionWatch &) = delete;
+    X11SelectionWatch &operator=(const X11SelectionWatch &) = delete;
+
+    bool held() const { return m_held; }
+
+private:
+    xcb_atom_t m_selection;
+    bool m_held = false;
+    std::function<void()> m_changed;
+};
+
+// The same for once, over a connection of its own.
+bool x11SelectionHeld(const std::string &name);
+
+} // namespace companion

@@ -1,0 +1,90 @@
+// A second start while the program runs, and the two wishes that a running program is told from a terminal.
+#include "e2e/SettingsDesk.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+
+namespace companion::rig {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+struct Ended {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+Ended runToEnd(const Environment &environment, const std::vector<std::string> &arguments) {
+    std::vector<std::string> command{companionProgram()};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    ChildProcess child(command, environment);
+    const int status = child.waitForExit();
+    return {status, child.out(), child.err()};
+}
+
+std::string controlSocket(const Desktop &desktop) {
+    return desktop.file("run/presenter-companion/control");
+}
+
+TEST(SecondStart, ShowsTheSettingsOfTheFirstAndEndsThere) {
+    SettingsDesk desk(kEnglish);
+    EXPECT_TRUE(desk.windows().empty());
+    EXPECT_EQ(runToEnd(desk.desktop.environment(), {}).status, 0);
+    waitUntil("the settings window", [&] { return desk.windows().size() == 1; });
+
+    Environment elsewhere = desk.desktop.environment(); // As from a remote shell.
+    elsewhere.erase("DISPLAY");
+    EXPECT_EQ(runToEnd(elsewhere, {"--settings"}).status, 0);
+    letTimePass(300ms);
+    EXPECT_EQ(desk.windows().size(), 1U) << "the open window is shown again, not a second one";
+
+    EXPECT_EQ(runToEnd(elsewhere, {"--quit"}).status, 0);
+    EXPECT_EQ(desk.companion.process().waitForExit(), 0);
+    EXPECT_FALSE(std::filesystem::exists(controlSocket(desk.desktop)));
+    const Ended none = runToEnd(elsewhere, {"--quit"});
+    EXPECT_EQ(none.status, 0);
+    EXPECT_EQ(none.out, "presenter-companion does not run\n");
+}
+
+TEST(SecondStart, SaysWithinTwoSecondsThatTheFirstHangsAndReplacesOneThatWasKilled) {
+    const Desktop desktop({.size = {800, 600}, .compositor = false});
+    CompanionProcess first(desktop, Settings{});
+    first.process().signal(SIGSTOP);
+    for (const std::vector<std::string> &arguments :
+         {std::vector<std::string>{}, {"--settings"}, {"--quit"}}) {
+        const auto before = Clock::now();
+        const Ended second = runToEnd(desktop.environment(), arguments);
+        EXPECT_LT(Clock::now() - before, 2s);
+        EXPECT_EQ(second.status, 1);
+        EXPECT_NE(second.err.find("process " + std::to_string(first.process().pid())), std::string::npos)
+            << second.err;
+    }
+    first.process().signal(SIGKILL);
+    first.process().waitForExit();
+    EXPECT_TRUE(std::filesystem::exists(controlSocket(desktop)));
+    CompanionProcess next(desktop, Settings{});
+    EXPECT_EQ(runToEnd(desktop.environment(), {"--quit"}).status, 0);
+    EXPECT_EQ(next.process().waitForExit(), 0);
+}
+
+TEST(SettingsOption, OpensTheWindowWithTheStartWhenNothingRuns) {
+    SettingsDesk desk({.settings = kEnglish, .arguments = {"--settings"}}, {});
+    waitUntil("the settings window", [&] { return desk.windows().size() == 1; });
+}
+
+TEST(RuntimeFolder, ThatCannotBeUsedCostsOneLogLineAndNothingElse) {
+    const Desktop desktop({.size = {800, 600}, .compositor = false});
+    std::ofstream(desktop.file("run/presenter-companion")) << "not a folder";
+    CompanionProcess alone(desktop, Settings{});
+    int lines = 0;
+    for (const auto &line : alone.log())
+        lines += line.text.starts_with("further starts cannot reach this one: ") ? 1 : 0;
+    EXPECT_EQ(lines, 1);
+}
+
+} // namespace
+} // namespace companion::rig

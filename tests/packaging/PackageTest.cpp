@@ -1,0 +1,161 @@
+// The package that users install, as it was just made and unpacked.
+#include "support/rig/Desktop.h"
+#include "support/rig/Screen.h"
+
+#include <QImageReader>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <set>
+#include <sstream>
+
+namespace companion::rig {
+namespace {
+
+namespace fs = std::filesystem;
+
+const std::string kRoot = COMPANION_PACKAGE_ROOT;
+const std::string kUsr = kRoot + "/usr/";
+const std::string kProgram = kUsr + "bin/presenter-companion";
+const std::string kMetainfo = "share/metainfo/" COMPANION_COMPONENT_ID ".metainfo.xml";
+const std::string kDesktopEntry = "share/applications/presenter-companion.desktop";
+const std::string kManualPage = "share/man/man1/presenter-companion.1.gz";
+const std::string kRule = "lib/udev/rules.d/70-presenter-companion.rules";
+const std::string kIcons = "share/icons/hicolor/";
+
+// What is installed anywhere, below the prefix.
+const std::set<std::string> kInstalled{
+    "bin/presenter-companion",
+    kRule,
+    kDesktopEntry,
+    "share/doc/presenter-companion/CHANGELOG.md.gz",
+    "share/doc/presenter-companion/copyright",
+    kIcons + "scalable/apps/presenter-companion.svg",
+    kIcons + "symbolic/apps/presenter-companion-symbolic.svg",
+    kManualPage,
+    kMetainfo,
+};
+
+// The output of a command that must end well.
+std::string outputOf(const std::vector<std::string> &command,
+                     const Environment &environment = inheritedEnvironment()) {
+    ChildProcess child(command, environment);
+    EXPECT_EQ(child.waitForExit(120s), 0) << child.name() << "\n" << child.out() << child.err();
+    return child.out();
+}
+
+std::set<std::string> filesBelow(const fs::path &folder) {
+    std::set<std::string> files;
+    for (const auto &entry : fs::recursive_directory_iterator(folder))
+        if (!entry.is_directory())
+            files.insert(fs::relative(entry.path(), folder));
+    return files;
+}
+
+std::string contentOf(const std::string &path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+TEST(Package, HoldsWhatIsInstalledAndDebiansListOfChanges) {
+    std::set<std::string> expected;
+    for (const std::string &file : kInstalled)
+        expected.insert("usr/" + file);
+    expected.insert("usr/share/doc/presenter-companion/changelog.gz");
+    EXPECT_EQ(filesBelow(kRoot), expected);
+    EXPECT_EQ(contentOf(kUsr + kRule), contentOf(COMPANION_RULE));
+
+    // Files belong to root, who alone may change them.
+    std::istringstream listing(outputOf({"dpkg-deb", "--contents", COMPANION_PACKAGE}));
+    for (std::string line; std::getline(listing, line);) {
+        const bool executable = line.starts_with('d') || line.ends_with("/bin/presenter-companion");
+        EXPECT_EQ(line.substr(1, 19), (executable ? "rwxr-xr-x" : "rw-r--r--") + std::string(" root/root"))
+            << line;
+    }
+}
+
+TEST(Package, AsksForTheLibrariesAndForWhatIsOnlyLoadedAtRunTime) {
+    const std::string depends = outputOf({"dpkg-deb", "--field", COMPANION_PACKAGE, "Depends"});
+    for (const char *package :
+         {"libqt6svg6", "libqt6gui6", "libqt6widgets6", "libhidapi-hidraw0", "libxcb-xinput0", "libc6"})
+        EXPECT_NE(depends.find(package), std::string::npos) << package << " is not in " << depends;
+}
+
+TEST(Package, PleasesTheCheckersOfTheFilesThatOthersRead) {
+    Environment environment = inheritedEnvironment();
+    environment["LC_ALL"] = "C.UTF-8";
+    outputOf({"lintian", "--allow-root", "--fail-on", "error,warning", COMPANION_PACKAGE}, environment);
+    outputOf({"desktop-file-validate", kUsr + kDesktopEntry, COMPANION_AUTOSTART_ENTRY}, environment);
+    outputOf({"appstreamcli", "validate", "--no-net", kUsr + kMetainfo}, environment);
+
+    ChildProcess manual({"man", "--warnings", "-l", kUsr + kManualPage}, environment);
+    EXPECT_EQ(manual.waitForExit(), 0);
+    EXPECT_EQ(manual.err(), "");
+    EXPECT_NE(manual.out().find("--virtual-receiver"), std::string::npos);
+}
+
+TEST(Package, ProgramIsHardenedStrippedAndLooksForLibrariesInTheSystemOnly) {
+    const std::string facts = outputOf({"readelf", "--wide", "--file-header", "--program-headers",
+                                        "--dynamic", "--dyn-syms", "--section-headers", kProgram});
+    for (const char *wanted : {"Type:                              DYN", "GNU_RELRO", "BIND_NOW",
+                               "__stack_chk_fail", "__memcpy_chk"})
+        EXPECT_NE(facts.find(wanted), std::string::npos) << wanted;
+    for (const char *unwanted : {"(RPATH)", "(RUNPATH)", "(TEXTREL)", ".symtab", ".debug_info"})
+        EXPECT_EQ(facts.find(unwanted), std::string::npos) << unwanted;
+    const std::string stack = facts.substr(std::min(facts.find("GNU_STACK"), facts.size()));
+    EXPECT_NE(stack.substr(0, stack.find('\n')).find(" RW "), std::string::npos) << stack.substr(0, 100);
+}
+
+TEST(Package, IconsAreLegibleFromTheSmallestSizeOn) {
+    for (const int size : {16, 22, 48, 256}) {
+        QImageReader reader(QString::fromStdString(kUsr + kIcons + "scalable/apps/presenter-companion.svg"));
+        reader.setScaledSize({size, size});
+        const QImage icon = reader.read();
+        ASSERT_FALSE(icon.isNull()) << size;
+        const QColor dot = icon.pixelColor(size / 2, size / 2);
+        const QColor ground = icon.pixelColor(size / 2, size * 3 / 22);
+        EXPECT_EQ(icon.pixelColor(0, 0).alpha(), 0) << size;
+        EXPECT_EQ(dot, QColor(Qt::white)) << size;
+        EXPECT_EQ(ground.alpha(), 255) << size;
+        EXPECT_GT(dot.lightness() - ground.lightness(), 100) << size;
+    }
+}
+
+TEST(Package, InstalledProgramShowsAnEffect) {
+    const Desktop desktop({.size = {640, 480}});
+    EXPECT_EQ(outputOf({kProgram, "--version"}, desktop.environment()),
+              "presenter-companion " COMPANION_VERSION "\n");
+    ChildProcess doctor({kProgram, "--doctor"}, desktop.environment());
+    EXPECT_EQ(doctor.waitForExit(), 1); // There is no receiver.
+    EXPECT_NE(doctor.out().find("640x480"), std::string::npos) << doctor.out();
+
+    const Screen screen(desktop);
+    fs::create_directories(desktop.file("config/presenter-companion"));
+    std::ofstream(desktop.file("config/presenter-companion/presenter-companion.conf"))
+        << "[General]\nLOCAL_MOUSETYPE=2\nLOCAL_FRONTALPHA=1\n";
+    ChildProcess program({kProgram, "--virtual-receiver=-"}, desktop.environment(), true);
+    program.write("wait-get 2\nevent 10\n");
+    screen.waitForPixel(desktop.centre(), qRgb(255, 0, 0));
+    program.signal(SIGTERM);
+    EXPECT_EQ(program.waitForExit(), 0);
+}
+
+TEST(Install, GoesBelowAnyPrefixAndIntoAStage) {
+    const fs::path stage = fs::path(kRoot).parent_path() / "stage";
+    fs::remove_all(stage);
+    Environment environment = inheritedEnvironment();
+    environment["DESTDIR"] = stage;
+    outputOf({COMPANION_CMAKE, "--install", COMPANION_PACKAGE_BUILD, "--prefix", "/opt/companion"},
+             environment);
+    std::set<std::string> expected;
+    for (const std::string &file : kInstalled)
+        expected.insert("opt/companion/" + file);
+    EXPECT_EQ(filesBelow(stage), expected);
+}
+
+} // namespace
+} // namespace companion::rig

@@ -1,0 +1,65 @@
+// What a command line asks for, without running it.
+#include "app/CommandLine.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace companion {
+namespace {
+
+using Action = CommandLine::Action;
+using Arguments = std::vector<const char *>;
+
+TEST(CommandLineParsing, OptionsAskForOneThingWithOrWithoutAnEqualsSign) {
+    struct Case {
+        Arguments arguments;
+        Action action;
+        bool settings;
+    };
+    const Case cases[] = {
+        {{}, Action::Run, false},
+        {{"--settings"}, Action::Run, true},
+        {{"--settings", "--virtual-receiver", "--settings"}, Action::Run, true},
+        {{"--quit"}, Action::Quit, false},
+        {{"--autostart=on"}, Action::AutostartOn, false},
+        {{"--autostart", "off"}, Action::AutostartOff, false},
+        {{"--quit", "--help", "--settings"}, Action::Help, false},
+    };
+    for (const Case &each : cases) {
+        SCOPED_TRACE(::testing::PrintToString(each.arguments));
+        std::string error;
+        const auto line = parseCommandLine(each.arguments, error);
+        ASSERT_TRUE(line) << error;
+        EXPECT_EQ(line->action, each.action);
+        EXPECT_EQ(line->settings, each.settings);
+    }
+}
+
+TEST(CommandLineParsing, ThingsThatExcludeEachOtherAreRefusedByName) {
+    struct Case {
+        Arguments arguments;
+        std::vector<std::string> named;
+    };
+    const Case cases[] = {
+        {{"--quit", "--settings"}, {"--quit", "--settings"}},
+        {{"--autostart=on", "--quit"}, {"--autostart", "--quit"}},
+        {{"--doctor", "--autostart", "on"}, {"--doctor", "--autostart"}},
+        {{"--demo", "--settings"}, {"--demo", "--settings"}},
+        {{"--autostart=on", "--autostart=off"}, {"--autostart", "on", "off"}},
+        {{"--autostart"}, {"--autostart", "on|off"}},
+        {{"--autostart="}, {"--autostart"}},
+        {{"--autostart", "--quit"}, {"--autostart", "--quit"}},
+        {{"--quit=now"}, {"--quit=now"}},
+    };
+    for (const Case &each : cases) {
+        SCOPED_TRACE(::testing::PrintToString(each.arguments));
+        std::string error;
+        EXPECT_FALSE(parseCommandLine(each.arguments, error));
+        for (const std::string &name : each.named)
+            EXPECT_NE(error.find(name), std::string::npos) << error;
+    }
+}
+
+} // namespace
+} // namespace companion

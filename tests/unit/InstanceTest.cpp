@@ -1,0 +1,240 @@
+// One running program per user: the folder they meet in, the lock, and what reaches the first one's socket.
+#include "platform/instance/Instance.h"
+
+#include "platform/instance/InstanceServer.h"
+#include "support/LogRecorder.h"
+#include "support/VirtualMainQueue.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+#include <array>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <future>
+
+namespace companion {
+namespace {
+
+using namespace std::chrono_literals;
+namespace fs = std::filesystem;
+
+class InstanceTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        fs::create_directory(places.session);
+        fs::permissions(places.session, fs::perms::owner_all);
+    }
+
+    // Real descriptors, virtual time.
+    template <class Condition>
+    bool turnUntil(Condition condition) {
+        const QDeadlineTimer patience(5'000);
+        while (!condition() && !patience.hasExpired()) {
+            QCoreApplication::processEvents();
+            queue.advance(InstanceServer::kBetweenCallers);
+        }
+        return condition();
+    }
+
+    InstanceClaim claim(std::chrono::milliseconds patience = 30ms) {
+        return claimInstance(places, "settings", patience);
+    }
+
+    void serve(const InstanceLock &lock) {
+        server.emplace(*lock.listener(), queue,
+                       std::vector<InstanceServer::Command>{{"settings", [this] { ++settings; }},
+                                                            {"quit", [this] { ++quits; }}});
+    }
+
+    QTemporaryDir folder;
+    RuntimePlaces places{folder.path().toStdString() + "/run", folder.path().toStdString()};
+    std::string own = places.session + "/presenter-companion";
+    VirtualMainQueue queue;
+    std::optional<InstanceServer> server;
+    int settings = 0;
+    int quits = 0;
+    LogRecorder log;
+};
+
+using Outcome = InstanceClaim::Outcome;
+
+class Caller {
+public:
+    explicit Caller(const std::string &folder) {
+        const auto address = unixAddress(InstanceLock::socketPath(folder));
+        connected = ::connect(m_socket.get(), generic(*address), sizeof *address) == 0;
+    }
+    void send(std::string_view text) const {
+        [[maybe_unused]] const auto sent = ::send(m_socket.get(), text.data(), text.size(), MSG_NOSIGNAL);
+    }
+    // Whether the other end has closed; what it sent before is in `answer`.
+    bool closed() {
+        std::array<char, 64> bytes;
+        const ssize_t length = ::recv(m_socket.get(), bytes.data(), bytes.size(), 0);
+        if (length > 0)
+            answer.append(bytes.data(), static_cast<std::size_t>(length));
+        return length == 0 || (length < 0 && errno != EAGAIN);
+    }
+    bool connected = false;
+    std::string answer;
+
+private:
+    FileDescriptor m_socket = unixSocket();
+};
+
+TEST_F(InstanceTest, OnlyASessionFolderOfOurOwnIsUsedAndElseOnePerUser) {
+    const std::string fallback = places.temporary + "/presenter-companion-" + std::to_string(::geteuid());
+    EXPECT_EQ(runtimeFolder(places), own);
+    fs::permissions(places.session, fs::perms::group_write, fs::perm_options::add);
+    EXPECT_EQ(runtimeFolder(places), fallback) << "others could put files there";
+    EXPECT_EQ(runtimeFolder({"", places.temporary}), fallback);
+    EXPECT_EQ(runtimeFolder({"relative", places.temporary}), fallback);
+    EXPECT_EQ(runtimeFolder({places.session + "/gone", places.temporary}), fallback);
+    if (::geteuid() == 0) {
+        ASSERT_EQ(::chmod(places.session.c_str(), 0700), 0);
+        ASSERT_EQ(::chown(places.session.c_str(), 12345, 12345), 0);
+        EXPECT_EQ(runtimeFolder(places), fallback) << "as after su, which keeps the variable";
+    }
+}
+
+TEST_F(InstanceTest, AFolderThatOthersMayHavePreparedIsNotTrusted) {
+    std::string error;
+    fs::create_directory(places.session + "/elsewhere");
+    fs::create_directory_symlink(places.session + "/elsewhere", own);
+    EXPECT_FALSE(makeRuntimeFolder(own, error));
+    EXPECT_EQ(claim().outcome, Outcome::Alone);
+    EXPECT_TRUE(fs::is_empty(places.session + "/elsewhere"));
+    fs::remove(own);
+
+    std::ofstream(own) << "a file";
+    EXPECT_FALSE(makeRuntimeFolder(own, error));
+    fs::remove(own);
+
+    ASSERT_EQ(::mkdir(own.c_str(), 0700), 0);
+    ASSERT_EQ(::chmod(own.c_str(), 0770), 0);
+    EXPECT_FALSE(makeRuntimeFolder(own, error));
+    EXPECT_NE(error.find(own), std::string::npos);
+
+    ASSERT_EQ(::chmod(own.c_str(), 0755), 0);
+    EXPECT_TRUE(makeRuntimeFolder(own, error)) << "only readable: put right";
+    EXPECT_EQ(fs::status(own).permissions(), fs::perms::owner_all);
+}
+
+TEST_F(InstanceTest, ACrashedProgramsLockAndSocketAreTakenOver) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const auto held = claim();
+        ::_exit(held.outcome == Outcome::First && held.lock->listener() != nullptr ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    ASSERT_EQ(status, 0);
+    ASSERT_TRUE(fs::is_socket(InstanceLock::socketPath(own))) << "the crash left it";
+
+    auto first = claim();
+    ASSERT_EQ(first.outcome, Outcome::First);
+    ASSERT_NE(first.lock->listener(), nullptr) << first.lock->listenerError();
+    EXPECT_EQ(fs::status(InstanceLock::socketPath(own)).permissions(),
+              fs::perms::owner_read | fs::perms::owner_write);
+    first.lock.reset();
+    EXPECT_FALSE(fs::exists(InstanceLock::socketPath(own)));
+    EXPECT_EQ(claim().outcome, Outcome::First);
+}
+
+TEST_F(InstanceTest, TheSecondHandsItsWishToTheFirstOrSaysThatItIsStuck) {
+    const auto first = claim();
+    serve(*first.lock);
+    auto second = std::async(std::launch::async, [&] { return claim(5s).outcome; });
+    ASSERT_TRUE(turnUntil([&] { return settings == 1; }));
+    EXPECT_EQ(second.get(), Outcome::Handed);
+
+    const auto third = claim(); // Nobody turns the event loop meanwhile.
+    EXPECT_EQ(third.outcome, Outcome::Stuck);
+    EXPECT_NE(third.text.find("process " + std::to_string(::getpid())), std::string::npos) << third.text;
+    EXPECT_EQ(endInstance(places, 30ms).outcome, InstanceEnd::Outcome::Stuck);
+}
+
+TEST_F(InstanceTest, EndingWaitsUntilTheOtherOneHasGoneAndMakesNothingWhenThereIsNone) {
+    EXPECT_EQ(endInstance(places, 0ms).outcome, InstanceEnd::Outcome::NoneRan);
+    EXPECT_FALSE(fs::exists(own));
+    auto first = claim();
+    serve(*first.lock);
+    auto end = std::async(std::launch::async, [&] { return endInstance(places, 5s).outcome; });
+    ASSERT_TRUE(turnUntil([&] { return quits == 1; }));
+    EXPECT_EQ(end.wait_for(50ms), std::future_status::timeout) << "it still runs";
+    server.reset();
+    first.lock.reset();
+    EXPECT_EQ(end.get(), InstanceEnd::Outcome::Ended);
+    EXPECT_EQ(quits, 1);
+}
+
+TEST_F(InstanceTest, WithoutASocketTheLockIsKeptAndTheReasonTold) {
+    places.session += "/" + std::string(100, 'x');
+    fs::create_directory(places.session);
+    const auto first = claim();
+    ASSERT_EQ(first.outcome, Outcome::First);
+    EXPECT_EQ(first.lock->listener(), nullptr);
+    EXPECT_NE(first.lock->listenerError().find("too long"), std::string::npos);
+    EXPECT_EQ(claim().outcome, Outcome::Stuck);
+}
+
+TEST_F(InstanceTest, WhateverElseArrivesOnTheSocketIsRefusedBoundedAndLoggedOnce) {
+    const auto first = claim();
+    serve(*first.lock);
+    const std::string inputs[] = {"shutdown\n", std::string("\0\xff\x1b[2J\n", 7), " settings\n",
+                                  std::string(InstanceServer::kMaxLine + 1, 's'), std::string(100'000, '\n')};
+    for (const std::string &input : inputs) {
+        Caller caller(own);
+        caller.send(input);
+        EXPECT_TRUE(turnUntil([&] { return caller.closed(); }));
+        EXPECT_EQ(caller.answer.substr(0, 5), "error");
+    }
+    {
+        Caller gone(own);
+        gone.send("sett");
+    }
+    Caller slow(own); // In pieces, but in time.
+    slow.send("sett");
+    EXPECT_TRUE(turnUntil([&, n = 0]() mutable { return ++n > 10; }));
+    slow.send("ings\nquit\n");
+    EXPECT_TRUE(turnUntil([&] { return slow.closed(); }));
+    EXPECT_EQ(slow.answer, "ok\n");
+    EXPECT_EQ(settings, 1);
+    EXPECT_EQ(quits, 0) << "one line for each connection";
+    EXPECT_EQ(log.lines.size(), 1U);
+    queue.advance(InstanceServer::kBetweenComplaints);
+    ASSERT_EQ(log.lines.size(), 2U);
+    EXPECT_NE(log.lines[1].find(" 4 times"), std::string::npos) << log.lines[1];
+}
+
+TEST_F(InstanceTest, CallersThatSayNothingDoNotKeepOthersOutAndAreDropped) {
+    const auto first = claim();
+    serve(*first.lock);
+    std::vector<std::unique_ptr<Caller>> idle;
+    while (idle.size() < 3 * InstanceServer::kMaxClients) {
+        idle.push_back(std::make_unique<Caller>(own));
+        if (!idle.back()->connected)
+            idle.pop_back(); // The queue is full: let some in.
+        QCoreApplication::processEvents();
+        queue.advance(InstanceServer::kBetweenCallers);
+    }
+    Caller honest(own);
+    honest.send("settings\n");
+    EXPECT_TRUE(turnUntil([&] { return honest.closed(); }));
+    EXPECT_EQ(honest.answer, "ok\n");
+    queue.advance(2 * InstanceServer::kClientTime);
+    for (const auto &each : idle)
+        EXPECT_TRUE(each->closed());
+    EXPECT_EQ(log.lines.size(), 1U);
+}
+
+} // namespace
+} // namespace companion
