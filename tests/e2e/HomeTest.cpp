@@ -1,8 +1,9 @@
-// Homes that cannot be written: full, or read-only.
+// Homes that cannot be written, full or read-only, and a full log.
 #include "e2e/Talk.h"
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 
@@ -86,6 +87,16 @@ TEST_F(Home, ThatIsFullKeepsTheOldSettingsUntilThereIsRoomAgain) {
     companion.pressOnce("02");
     EXPECT_NE(settingsOf(companion).find("LOCAL_MOUSETYPE=1\n"), std::string::npos) << settingsOf(companion);
     EXPECT_EQ(companion.logCount(complaint()), 1);
+}
+
+TEST(LogThatIsFull, IsNoReasonToStop) {
+    const Desktop desktop({.size = {800, 600}});
+    CompanionProcess companion(
+        desktop, CompanionProcess::Options{.wrapper = {"sh", "-c", "exec \"$0\" \"$@\" 2>/dev/full"}});
+    companion.effectOn();
+    companion.effectOff();
+    companion.process().signal(SIGTERM);
+    EXPECT_EQ(companion.process().waitForExit(), 0);
 }
 
 } // namespace
