@@ -8,8 +8,11 @@
 #include "platform/instance/Instance.h"
 #include "platform/x11/X11Platform.h"
 #include "resources/Images.h"
+#include "settings/SettingsStore.h"
 
 #include <QApplication>
+#include <QFileInfo>
+#include <QSettings>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -147,6 +150,11 @@ int main(int argc, char **argv) {
     QApplication::setDesktopFileName(QStringLiteral("presenter-companion"));
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setWindowIcon(image(QStringLiteral("statusBarLogo")));
+
+    // What the toolkit keeps of itself, such as the user's own colours of the colour dialog, lies with our
+    // settings.
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
+                       QFileInfo(SettingsStore::defaultPath()).absolutePath());
 
     int status = EXIT_FAILURE;
     const auto companion = Application::make(*line, std::move(claim.lock), error, status);

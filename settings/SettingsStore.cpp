@@ -1,10 +1,10 @@
 #include "settings/SettingsStore.h"
 
 #include "core/Log.h"
+#include "settings/SettingsFile.h"
 
 #include <QFileInfo>
 #include <QStandardPaths>
-#include <QStringList>
 
 namespace companion {
 namespace {
@@ -39,8 +39,10 @@ SettingsStore::SettingsStore(const QString &path) {
         logAbout(path, *reason + QStringLiteral("; going on with the defaults, changes will not be kept"));
         return;
     }
-    m_file = std::make_unique<QSettings>(path, QSettings::IniFormat);
-    if (m_file->status() != QSettings::NoError)
+    m_path = path;
+    bool damaged = false;
+    m_values = settings_file::read(path, damaged);
+    if (damaged)
         logAbout(path, QStringLiteral("damaged; going on with what can be read of it"));
 }
 
@@ -50,30 +52,21 @@ QString SettingsStore::defaultPath() {
 }
 
 std::optional<QString> SettingsStore::value(const QString &key) const {
-    if (!m_file) {
-        const auto found = m_memory.find(key);
-        return found == m_memory.end() ? std::nullopt : std::optional(found->second);
-    }
-    if (!m_file->contains(key))
-        return std::nullopt;
-    // An unquoted comma, which only an outside writer leaves, makes the value a list.
-    return m_file->value(key).toStringList().join(QLatin1Char(','));
+    const auto found = m_values.find(key);
+    return found == m_values.end() ? std::nullopt : std::optional(found->second);
 }
 
 void SettingsStore::setValue(const QString &key, const QString &value) {
-    if (m_file)
-        m_file->setValue(key, value);
-    else
-        m_memory[key] = value;
+    m_values[key] = value;
+    m_ours[key] = value;
 }
 
 void SettingsStore::flush() {
-    if (!m_file)
+    if (m_path.isEmpty() || m_ours.empty())
         return;
-    m_file->sync();
-    const bool failed = m_file->status() == QSettings::AccessError;
+    const bool failed = !settings_file::replace(m_path, m_ours);
     if (failed && !m_writeFailed)
-        logAbout(m_file->fileName(), QStringLiteral("cannot be written; changes will not be kept"));
+        logAbout(m_path, QStringLiteral("cannot be written; changes will not be kept"));
     m_writeFailed = failed;
 }
 

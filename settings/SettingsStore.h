@@ -1,16 +1,14 @@
 #pragma once
 
-#include <QSettings>
 #include <QString>
 
 #include <map>
-#include <memory>
 #include <optional>
 
 namespace companion {
 
 // The user's key-value store: one INI file, every key in its default group, written atomically. Keys that the
-// program does not know stay in the file.
+// program does not know stay in the file; so does what others write into it meanwhile.
 //
 // A file that cannot be read is one log line; the program then goes on in memory and leaves the file alone. A
 // file that cannot be written is one log line until writing works again.
@@ -34,8 +32,9 @@ public:
     void flush();
 
 private:
-    std::unique_ptr<QSettings> m_file; // None: memory only.
-    std::map<QString, QString> m_memory;
+    QString m_path; // Empty: memory only.
+    std::map<QString, QString> m_values;
+    std::map<QString, QString> m_ours; // What was set here, for the file.
     bool m_writeFailed = false;
 };
 

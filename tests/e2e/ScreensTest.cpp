@@ -6,39 +6,67 @@
 namespace companion::rig {
 namespace {
 
-const QRect kMain(640, 120, 640, 480); // To the right of the other monitor, and lower.
-const DesktopOptions kTwoMonitors{.size = {1280, 600}, .monitors = {kMain, {0, 0, 640, 480}}};
+struct Placement {
+    const char *name;
+    const char *scale;
+    QSize desktop;
+    QRect main;
+    QRect other;
+};
 
-TEST(TwoMonitors, EffectLiesOnTheMainOneOnly) {
-    Talk talk(Settings{{"LOCAL_MOUSETYPE", "1"}, {"LOCAL_BACKALPHA", "0.6"}, {"LOCAL_MOUSESIZEVALUE", "100"}},
-              kTwoMonitors);
+const Placement kPlacements[] = {
+    {"RightOfAnotherAndLower", "1", {1280, 600}, {640, 120, 640, 480}, {0, 0, 640, 480}},
+    {"BelowAnother", "1.5", {800, 900}, {100, 450, 600, 450}, {0, 0, 800, 450}},
+    {"AboveAnother", "2", {800, 820}, {40, 0, 720, 420}, {0, 420, 800, 400}},
+};
+
+class MainMonitor : public ::testing::TestWithParam<Placement> {
+protected:
+    const Placement &place = GetParam();
+    const double scale = std::stod(place.scale);
+    int pixels(int points) const { return static_cast<int>(points * scale); }
+    CompanionProcess::Options showing(const char *type) const {
+        return {.settings = {{"LOCAL_MOUSETYPE", type},
+                             {"LOCAL_BACKALPHA", "0.6"},
+                             {"LOCAL_MOUSESIZEVALUE", "100"},
+                             {"LOCAL_MOUSEROOMVALUE", "50"}},
+                .environment = {{"QT_SCALE_FACTOR", place.scale}}};
+    }
+    const DesktopOptions desktop{.size = place.desktop, .monitors = {place.main, place.other}};
+};
+
+TEST_P(MainMonitor, AloneHasTheEffectRightUnderThePointer) {
+    Talk talk(showing("1"), desktop);
     talk.companion.effectOn();
     // The middle of the main one by its size alone: not where it lies.
-    EXPECT_EQ(talk.hand.pointer(), QPoint(320, 240));
+    EXPECT_EQ(talk.hand.pointer(), QPoint(place.main.width() / 2, place.main.height() / 2));
     const QRgb dimmed = blend(kSlideColour, qRgb(0, 0, 0), 0.6);
-    for (const QPoint place : {QPoint(900, 300), {645, 590}}) {
-        talk.hand.move(place);
-        const Look spotlight = discLook(Disc(place, 100), kSlideColour, dimmed);
+    for (const QPoint at : {place.main.center(), place.main.bottomLeft() + QPoint(6, -8)}) {
+        talk.hand.move(at);
+        const Look spotlight = discLook(Disc(at, pixels(100)), kSlideColour, dimmed);
         talk.expectLook("a spotlight on the main monitor", [&](int x, int y, QRgb seen) {
-            return kMain.adjusted(0, kFreeRows, 0, 0).contains(x, y) ? spotlight(x, y, seen)
-                                                                     : sameColour(seen, kSlideColour, 0);
+            return place.main.adjusted(0, pixels(kFreeRows), 0, 0).contains(x, y)
+                       ? spotlight(x, y, seen)
+                       : sameColour(seen, kSlideColour, 0);
         });
     }
     talk.companion.effectOff();
     talk.expectPlainSlide();
 }
 
-TEST(TwoMonitors, LensShowsWhatLiesUnderThePointer) {
-    Talk talk(
-        Settings{{"LOCAL_MOUSETYPE", "3"}, {"LOCAL_MOUSESIZEVALUE", "151"}, {"LOCAL_MOUSEROOMVALUE", "50"}},
-        kTwoMonitors);
+TEST_P(MainMonitor, HasALensThatShowsWhatLiesUnderThePointer) {
+    Talk talk(showing("3"), desktop);
     const QImage picture = noise(talk.desktop.size(), 5);
     talk.slide.setPicture(picture);
     talk.expectLook("the test picture", pictureLook(picture));
     talk.companion.effectOn();
-    talk.hand.move({900, 300});
-    talk.expectLook("the lens", lensLook({900, 300}, 151, 50, picture, picture));
+    const QPoint at = place.main.center() + QPoint(30, -21);
+    talk.hand.move(at);
+    talk.expectLook("the lens", lensLook(at, pixels(100), 50, picture, picture, pixels(2)));
 }
+
+INSTANTIATE_TEST_SUITE_P(Placements, MainMonitor, ::testing::ValuesIn(kPlacements),
+                         [](const auto &placement) { return std::string(placement.param.name); });
 
 TEST(TwoPixelsToThePoint, EffectsAreTwiceAsLargeAndTheLensEnlargesPixels) {
     const CompanionProcess::Options options{

@@ -1,5 +1,6 @@
 #include "support/rig/CompanionProcess.h"
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -20,7 +21,8 @@ void writeSettings(const std::string &path, const Settings &settings) {
 } // namespace
 
 std::string companionProgram() {
-    return COMPANION_PROGRAM;
+    const char *other = std::getenv("COMPANION_UNDER_TEST");
+    return other != nullptr ? other : COMPANION_PROGRAM;
 }
 
 std::string settingsFile(const Desktop &desktop) {
@@ -38,7 +40,9 @@ CompanionProcess::CompanionProcess(const Desktop &desktop, const Options &option
     Environment environment = desktop.environment();
     for (const auto &[key, value] : options.environment)
         environment[key] = value;
-    std::vector<std::string> command{companionProgram(), "--virtual-receiver=" + socket};
+    std::vector<std::string> command = options.wrapper;
+    command.push_back(companionProgram());
+    command.push_back("--virtual-receiver=" + socket);
     command.insert(command.end(), options.arguments.begin(), options.arguments.end());
     const int before = m_input.clicks();
     m_process = std::make_unique<ChildProcess>(command, environment);

@@ -20,6 +20,7 @@ public:
         Settings settings{};                  // What the settings file holds at the start; none: no file.
         std::vector<std::string> arguments{}; // Besides the virtual receiver.
         Environment environment{};            // Besides the desktop's.
+        std::vector<std::string> wrapper{};   // A command that ends in running the program, which follows it.
     };
 
     // Ready when the constructor returns: the receiver is polled, the start's own click is over.
@@ -62,7 +63,8 @@ private:
     std::unique_ptr<LineSocket> m_receiver;
 };
 
-// Where the program under test lies.
+// Where the program under test lies: that of this build, unless COMPANION_UNDER_TEST in the environment names
+// another.
 std::string companionProgram();
 std::string settingsFile(const Desktop &desktop);
 

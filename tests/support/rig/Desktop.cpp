@@ -117,7 +117,9 @@ void Desktop::setSize(const QSize &size) {
 
 void Desktop::setMonitors(const std::vector<QRect> &monitors) {
     const char *output = "screen"; // The server has this one only; further monitors have none.
-    int number = 0;
+    while (m_monitors > 0)         // The server refuses a name that is in use.
+        run({"xrandr", "--delmonitor", "part" + std::to_string(--m_monitors)});
+    int &number = m_monitors;
     for (const QRect &m : monitors) {
         const auto text = [](int value) { return std::to_string(value); };
         // Width and height are also given in millimetres; the star marks the main monitor.

@@ -50,7 +50,7 @@ public:
 
     // Not larger than the size that it started with.
     void setSize(const QSize &size);
-    // Named part0, part1 and so on.
+    // Instead of those set before; named part0, part1 and so on.
     void setMonitors(const std::vector<QRect> &monitors);
     // A program on this desktop, to its end; throws if it fails.
     void run(std::vector<std::string> command);
@@ -63,6 +63,7 @@ private:
     std::unique_ptr<XConnection> m_connection;
     std::unique_ptr<ChildProcess> m_windowManager;
     std::unique_ptr<ChildProcess> m_compositor;
+    int m_monitors = 0; // Set, not the server's own.
 };
 
 } // namespace companion::rig

@@ -1,0 +1,103 @@
+// Homes that cannot be written, full or read-only, and a full log.
+#include "e2e/Talk.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+
+namespace companion::rig {
+namespace {
+
+// Runs a shell line in a mount namespace of its own, as root there, and then the program. Rights do not bind
+// root, mounts do.
+std::vector<std::string> withMounts(const std::string &line) {
+    std::vector<std::string> command{"unshare", "--mount", "--propagation", "private"};
+    if (geteuid() != 0)
+        command.insert(command.end(), {"--user", "--map-root-user"});
+    command.insert(command.end(), {"sh", "-c", line + " && exec \"$0\" \"$@\""});
+    return command;
+}
+
+bool canMount(const Desktop &desktop) {
+    auto command = withMounts("mount -t tmpfs none /mnt");
+    command.push_back("true");
+    return ChildProcess(command, desktop.environment()).waitForExit() == 0;
+}
+
+// The desktop's folders have to be known before the program starts.
+class Home : public ::testing::Test {
+protected:
+    Desktop desktop{{.size = {800, 600}}};
+    std::string config = desktop.file("config");
+
+    void SetUp() override {
+        if (!canMount(desktop))
+            GTEST_SKIP() << "needs the right to mount: root, or user namespaces";
+    }
+    CompanionProcess start(const std::string &mounts) const {
+        return CompanionProcess(desktop, CompanionProcess::Options{.settings = {{"LOCAL_MOUSETYPE", "1"}},
+                                                                   .wrapper = withMounts(mounts)});
+    }
+    // As the program sees the file.
+    std::string settingsOf(CompanionProcess &companion) const {
+        std::ifstream file("/proc/" + std::to_string(companion.process().pid()) + "/root" +
+                           settingsFile(desktop));
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+    std::string complaint() const {
+        return "settings: " + settingsFile(desktop) + ": cannot be written; changes will not be kept";
+    }
+};
+
+TEST_F(Home, ThatIsReadOnlyIsOneLogLineAndEverythingElseWorks) {
+    CompanionProcess companion = start("for folder in \"$HOME\" \"$XDG_CONFIG_HOME\" \"$XDG_CACHE_HOME\" "
+                                       "\"$XDG_DATA_HOME\"; do mount --bind "
+                                       "-o ro \"$folder\" \"$folder\" || exit; done");
+    for (int i = 0; i < 3; ++i) {
+        companion.effectOn();
+        companion.effectOff();
+        companion.pressOnce("01"); // The next mode, which is saved.
+    }
+    EXPECT_EQ(companion.logCount(complaint()), 1);
+    EXPECT_EQ(settingsOf(companion), "[General]\nLOCAL_MOUSETYPE=1\n");
+    companion.process().signal(SIGTERM);
+    EXPECT_EQ(companion.process().waitForExit(), 0);
+}
+
+TEST_F(Home, ThatIsFullKeepsTheOldSettingsUntilThereIsRoomAgain) {
+    CompanionProcess companion =
+        start("cp -r \"$XDG_CONFIG_HOME\" \"$XDG_RUNTIME_DIR/copy\" && mount -t tmpfs -o size=64k none "
+              "\"$XDG_CONFIG_HOME\" && cp -r \"$XDG_RUNTIME_DIR/copy/.\" \"$XDG_CONFIG_HOME\"");
+    companion.pressOnce("01");
+    const std::string before = settingsOf(companion);
+    EXPECT_NE(before.find("LOCAL_MOUSETYPE=2\n"), std::string::npos) << before;
+
+    const std::string filler =
+        "/proc/" + std::to_string(companion.process().pid()) + "/root" + config + "/filler";
+    for (std::ofstream file(filler); file << std::string(1024, '#') << std::flush;)
+        ;
+    for (int i = 0; i < 3; ++i)
+        companion.pressOnce("01");
+    EXPECT_EQ(companion.logCount(complaint()), 1);
+    EXPECT_EQ(settingsOf(companion), before);
+
+    std::filesystem::remove(filler);
+    companion.pressOnce("02");
+    EXPECT_NE(settingsOf(companion).find("LOCAL_MOUSETYPE=1\n"), std::string::npos) << settingsOf(companion);
+    EXPECT_EQ(companion.logCount(complaint()), 1);
+}
+
+TEST(LogThatIsFull, IsNoReasonToStop) {
+    const Desktop desktop({.size = {800, 600}});
+    CompanionProcess companion(
+        desktop, CompanionProcess::Options{.wrapper = {"sh", "-c", "exec \"$0\" \"$@\" 2>/dev/full"}});
+    companion.effectOn();
+    companion.effectOff();
+    companion.process().signal(SIGTERM);
+    EXPECT_EQ(companion.process().waitForExit(), 0);
+}
+
+} // namespace
+} // namespace companion::rig

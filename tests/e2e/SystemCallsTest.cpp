@@ -1,0 +1,131 @@
+// What a session asks of the system: no network, and no files but the program's own.
+#include "e2e/SettingsDesk.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <csignal>
+#include <fstream>
+#include <regex>
+#include <set>
+
+namespace companion::rig {
+namespace {
+
+using Texts = std::vector<std::string>;
+
+// Follows every thread; the program keeps its process number.
+Texts traced(const std::string &into, const Texts &command = {}) {
+    Texts all{"strace", "-D",          "-f", "-qq", "-s", "512", "-e", "trace=%network,%file",
+              "-e",     "signal=none", "-o", into};
+    all.insert(all.end(), command.begin(), command.end());
+    return all;
+}
+
+// One call a line, without the thread's number.
+void readTrace(const std::string &path, Texts &calls) {
+    std::ifstream file(path);
+    for (std::string line; std::getline(file, line);)
+        calls.push_back(line.substr(line.find_first_not_of("0123456789 ")));
+}
+
+Texts pathsIn(const std::string &call) {
+    static const std::regex quoted("\"([^\"]*)\"");
+    Texts paths;
+    for (std::sregex_iterator each(call.begin(), call.end(), quoted), end; each != end; ++each)
+        paths.push_back((*each)[1]);
+    return paths;
+}
+
+bool changesFiles(const std::string &call) {
+    static const std::set<std::string> kAlways{
+        "creat", "mkdir",     "mkdirat", "rmdir",    "unlink",   "unlinkat",  "rename",   "renameat",
+        "link",  "renameat2", "linkat",  "symlink",  "mknod",    "symlinkat", "mknodat",  "chmod",
+        "chown", "fchmodat",  "lchown",  "fchownat", "truncate", "utimensat", "setxattr", "removexattr"};
+    static const std::regex forWriting("O_(WRONLY|RDWR|CREAT|TRUNC|TMPFILE)");
+    const std::string name = call.substr(0, call.find('('));
+    return kAlways.contains(name) || (name.starts_with("open") && std::regex_search(call, forWriting));
+}
+
+bool startsWithOne(const Texts &starts, const std::string &path) {
+    return std::any_of(starts.begin(), starts.end(),
+                       [&](const auto &start) { return path.starts_with(start); });
+}
+
+TEST(SystemCalls, OfASessionReachNoNetworkAndChangeNoFilesButTheProgramsOwn) {
+    const QTemporaryDir scratch;
+    const std::string trace = scratch.filePath(QStringLiteral("trace")).toStdString();
+    if (ChildProcess({"strace", "-qq", "-o", trace, "true"}, inheritedEnvironment()).waitForExit() != 0)
+        GTEST_SKIP() << "needs strace, and the right to trace one's own processes";
+    Texts calls;
+
+    SettingsDesk desk({.settings = english({{"LOCAL_MOUSETYPE", "1"}}), .wrapper = traced(trace)});
+    desk.companion.effectOn();
+    desk.hand.move({300, 300});
+    desk.companion.effectOff();
+    desk.open();
+    desk.click(control::kModes[3]);
+    desk.expectStored("LOCAL_MOUSETYPE", "3");
+    desk.click(control::kBackColor);
+    desk.awaitDialog();
+    desk.hand.tapKey(kKeyA,
+                     kKeyAlt); // Among the user's own colours, which the toolkit keeps for the next time.
+    letTimePass(200ms);        // A button that is chosen by a key stays down for a moment.
+    desk.hand.tapKey(kKeyEscape);
+    desk.awaitNoDialog();
+    desk.hand.tapKey(kKeyEscape);
+    desk.companion.effectOn();
+    desk.hand.move({400, 300});
+    desk.companion.effectOff();
+    desk.choose(SettingsDesk::Entry::Quit);
+    EXPECT_EQ(desk.companion.process().waitForExit(), 0);
+    readTrace(trace, calls);
+
+    { // With the real USB libraries, too.
+        ChildProcess plain(traced(trace, {companionProgram()}), desk.desktop.environment());
+        plain.waitForError("viewDidAppear");
+        letTimePass(1200ms); // Two attempts to open the receiver.
+        plain.signal(SIGTERM);
+        EXPECT_EQ(plain.waitForExit(), 0);
+    }
+    readTrace(trace, calls);
+
+    const Texts ours{
+        desk.desktop.file("config/presenter-companion"), // The settings.
+        desk.desktop.file("run"),                        // The lock, and the socket for a second start.
+        desk.desktop.file("receiver"),                   // What the test asked for.
+        "/dev/hidraw",                                   // A receiver.
+        "/proc/self/fd/",                                // A file of ours that is to get its name.
+    };
+    const Texts peers{
+        "/tmp/.X11-unix/",            // The X server.
+        desk.desktop.file("no-bus"),  // The session bus.
+        desk.desktop.file("run"),     // A first start.
+        desk.desktop.file("receiver") // What the test asked for.
+    };
+    int changes = 0;
+    int connections = 0;
+    for (const std::string &call : calls) {
+        if (call.starts_with("socket")) {
+            EXPECT_TRUE(std::regex_search(call, std::regex("\\((AF_UNIX|AF_NETLINK)"))) << call;
+        }
+        if (call.starts_with("connect(") || call.starts_with("bind(")) {
+            ++connections;
+            for (const std::string &path : pathsIn(call))
+                EXPECT_TRUE(startsWithOne(peers, path)) << call;
+        }
+        if (call.starts_with("execve")) {
+            EXPECT_EQ(pathsIn(call).front(), companionProgram()) << call;
+        }
+        if (changesFiles(call)) {
+            ++changes;
+            for (const std::string &path : pathsIn(call))
+                EXPECT_TRUE(startsWithOne(ours, path)) << call;
+        }
+    }
+    EXPECT_GT(connections, 2) << "the trace shows what there was to see";
+    EXPECT_GT(changes, 2);
+}
+
+} // namespace
+} // namespace companion::rig

@@ -1,0 +1,112 @@
+// Writers that die in the middle of a save, disks that are full, folders that cannot be written.
+#include "settings/ConfigManager.h"
+#include "settings/SettingsStore.h"
+#include "support/LogRecorder.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <random>
+
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace companion {
+namespace {
+
+// State number n of the settings: every value tells n, so that a mixture of two states shows.
+void setState(ConfigManager &config, std::int64_t n) {
+    const double part = static_cast<double>(n) / 1024; // Exact, in single precision too.
+    config.setType(static_cast<std::uint64_t>(n));
+    config.setMouseSizeValue(n);
+    config.setMouseZoomValue(n);
+    config.setMouseSpeedValue(n);
+    config.setTimeValue(n);
+    config.setBackAlpha(part);
+    config.setFrontAlpha(part);
+    config.setBackColor(Color{part, part, part, part});
+    config.setFrontColor(Color{part, part, part, part});
+}
+
+std::optional<std::int64_t> stateOf(const ConfigManager &config) {
+    const std::int64_t n = config.mouseSizeValue();
+    const double part = static_cast<double>(n) / 1024;
+    const Color color{part, part, part, part};
+    const bool whole = config.type() == static_cast<std::uint64_t>(n) && config.mouseZoomValue() == n &&
+                       config.mouseSpeedValue() == n && config.timeValue() == n &&
+                       config.backAlpha() == part && config.frontAlpha() == part &&
+                       config.backColor() == color && config.frontColor() == color;
+    return whole ? std::optional(n) : std::nullopt;
+}
+
+class SettingsOnDiskTest : public ::testing::Test {
+protected:
+    QTemporaryDir folder;
+    QString path = folder.filePath(QStringLiteral("presenter-companion.conf"));
+    LogRecorder log;
+
+    QStringList entries() const {
+        return QDir(folder.path())
+            .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+    }
+    void save(std::int64_t n) {
+        SettingsStore store(path);
+        ConfigManager config(store);
+        setState(config, n);
+        config.saveUserDefault();
+    }
+};
+
+TEST_F(SettingsOnDiskTest, FiveHundredKilledWritersLeaveOneCompleteStateAndNothingElse) {
+    // The number of the last save that has returned, seen by the test after the writer's death.
+    auto *saved = static_cast<std::atomic<std::int64_t> *>(mmap(nullptr, sizeof(std::atomic<std::int64_t>),
+                                                                PROT_READ | PROT_WRITE,
+                                                                MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+    ASSERT_NE(saved, MAP_FAILED);
+    save(0);
+    std::mt19937 chance(20240229);
+    std::int64_t first = 1;
+    int inASave = 0; // Kills after a save that nobody had heard of yet: the kills did hit saves.
+    for (int kill = 0; kill < 500; ++kill) {
+        *saved = first - 1;
+        const pid_t writer = fork();
+        if (writer == 0) {
+            SettingsStore store(path);
+            ConfigManager config(store);
+            for (std::int64_t n = first;; ++n) {
+                setState(config, n);
+                config.saveUserDefault();
+                *saved = n;
+            }
+        }
+        usleep(std::uniform_int_distribution<unsigned>(0, 6'000)(chance));
+        ::kill(writer, SIGKILL);
+        ASSERT_EQ(waitpid(writer, nullptr, 0), writer);
+
+        SettingsStore store(path);
+        const ConfigManager config(store);
+        const auto state = stateOf(config);
+        ASSERT_TRUE(state.has_value()) << "a mixture after kill " << kill;
+        ASSERT_GE(*state, *saved) << "a save that had returned is lost";
+        ASSERT_LE(*state, *saved + 1);
+        ASSERT_LE(entries().size(), 2) << entries().join(u' ').toStdString();
+        inASave += *state > *saved;
+        first = *state + 1;
+    }
+    EXPECT_GT(first, 500) << "the writers hardly came to save";
+    EXPECT_GT(inASave, 0);
+    save(first);
+    EXPECT_EQ(entries(), QStringList{QFileInfo(path).fileName()});
+    EXPECT_TRUE(log.lines.empty());
+    munmap(saved, sizeof *saved);
+}
+
+} // namespace
+} // namespace companion
