@@ -228,7 +228,12 @@ std::string SettingsDesk::className(xcb_window_t window) const {
     const XConnection &c = desktop.connection();
     const XcbPtr<xcb_get_property_reply_t> reply(xcb_get_property_reply(
         c, xcb_get_property(c, 0, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, 64), nullptr));
-    return reply ? std::string(static_cast<const char *>(xcb_get_property_value(reply.get()))) : "";
+    if (!reply)
+        return {};
+    // The instance's name, a zero byte, the class's; a window without a class has nothing at all here.
+    const std::string_view all(static_cast<const char *>(xcb_get_property_value(reply.get())),
+                               static_cast<std::size_t>(xcb_get_property_value_length(reply.get())));
+    return std::string(all.substr(0, all.find('\0')));
 }
 
 bool SettingsDesk::isShown(xcb_window_t window) const {

@@ -161,7 +161,7 @@ long privateKilobytes(pid_t pid) {
 
 TEST(SettingsWindow, FiftyQuickOpeningsLeaveTheProgramAliveAndSmall) {
     SettingsDesk desk(kEnglish);
-    long warm = 0;
+    [[maybe_unused]] long warm = 0;
     for (int i = 0; i < 50; ++i) {
         desk.choose(Setting);
         waitUntil("a window", [&] { return !desk.windows().empty(); });
