@@ -114,5 +114,23 @@ TEST_F(SettingsOnDiskTest, FiveHundredKilledWritersLeaveOneCompleteStateAndNothi
     munmap(told, sizeof *told);
 }
 
+TEST_F(SettingsOnDiskTest, AFileThatIsKeptElsewhereStaysBehindItsLinkWithItsRights) {
+    const QTemporaryDir elsewhere;
+    const QString kept = elsewhere.filePath(QStringLiteral("mine.conf"));
+    {
+        SettingsStore store(kept);
+        ConfigManager(store).saveUserDefault();
+    }
+    const auto rights = QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup;
+    ASSERT_TRUE(QFile::setPermissions(kept, rights));
+    ASSERT_TRUE(QFile::link(kept, path));
+    save(7);
+    EXPECT_EQ(QFileInfo(path).symLinkTarget(), kept);
+    SettingsStore store(kept);
+    EXPECT_EQ(stateOf(ConfigManager(store)), 7);
+    EXPECT_TRUE(QFile::permissions(kept).testFlags(rights));
+    EXPECT_FALSE(QFile::permissions(kept).testFlag(QFile::ReadOther));
+}
+
 } // namespace
 } // namespace companion
