@@ -18,7 +18,9 @@ namespace {
 
 // QSettings writes into temporary files with names by chance, and a killed writer leaves them, and its lock,
 // behind. In a folder of our own they can be taken away without asking whose they are.
-const QLatin1String kWorkshop(".saving");
+QString workshopOf(const QFileInfo &file) {
+    return file.dir().filePath(QStringLiteral(".%1.saving").arg(file.fileName()));
+}
 
 // The folder of the settings, held by one program at a time. The kernel lets go of it when the holder dies.
 class HeldFolder {
@@ -80,11 +82,11 @@ bool replace(const QString &path, const Values &values) {
     const HeldFolder hold(folder.path());
     if (!hold.held())
         return false;
-    QDir workshop(folder.filePath(kWorkshop));
+    QDir workshop(workshopOf(file));
     workshop.removeRecursively();
     const QString fresh = workshop.filePath(file.fileName());
-    bool good =
-        folder.mkdir(kWorkshop) && write(fresh, QSettings(file.filePath(), QSettings::IniFormat), values);
+    bool good = folder.mkdir(workshop.path()) &&
+                write(fresh, QSettings(file.filePath(), QSettings::IniFormat), values);
     if (good) {
         if (file.exists())
             QFile::setPermissions(fresh, file.permissions());
