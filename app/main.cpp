@@ -38,7 +38,10 @@ int fail(const std::string &error, int status) {
     return status;
 }
 
-void toLog(QtMsgType, const QMessageLogContext &, const QString &message) {
+// After a fatal message the toolkit would abort the process and leave a core.
+void toLog(QtMsgType type, const QMessageLogContext &, const QString &message) {
+    if (type == QtFatalMsg)
+        _exit(fail(message.trimmed().toStdString(), kCannotRun));
     Log::line(message.toStdString());
 }
 
@@ -74,6 +77,7 @@ int runDoctor(const CommandLine &line, int argumentCount, char **arguments) {
     std::string error;
     std::unique_ptr<QApplication> application;
     startNoSessionBus();
+    qInstallMessageHandler(toLog);
     if (chooseDisplay(error))
         application = std::make_unique<QApplication>(argumentCount, arguments);
     const auto findings = examine(gatherDoctorFacts({line.vendorId, line.productId}));
