@@ -41,10 +41,13 @@ DoctorFinding session(const DoctorFacts &facts) {
 }
 
 DoctorFinding server(const DoctorFacts &facts) {
-    if (facts.serverError.empty())
-        return {Kind::Fine, "X server", facts.display + " lets us in", {}};
-    return {Kind::Fatal, "X server", facts.serverError,
-            "start the program from a terminal inside your desktop session"};
+    if (!facts.serverError.empty())
+        return {Kind::Fatal, "X server", facts.serverError,
+                "start the program from a terminal inside your desktop session"};
+    if (!facts.serverLack.empty())
+        return {Kind::Fatal, "X server", facts.display + ": " + facts.serverLack,
+                "turn it on in the X server's configuration, or use one that has it, such as X.Org's"};
+    return {Kind::Fine, "X server", facts.display + " lets us in", {}};
 }
 
 DoctorFinding screens(const DoctorFacts &facts) {

@@ -76,6 +76,7 @@ DoctorFacts gatherDoctorFacts(const ReceiverIdentity &receiver) {
     facts.sessionType = isWaylandSession() ? "wayland" : qgetenv("XDG_SESSION_TYPE").toStdString();
     facts.display = qgetenv("DISPLAY").toStdString();
     if (x11ServerAnswers(facts.serverError)) {
+        x11ServerSuffices(facts.serverLack);
         facts.compositor = x11CompositorRuns();
         facts.xembedTray = x11TrayRuns();
         if (qGuiApp != nullptr) {

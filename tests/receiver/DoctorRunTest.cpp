@@ -61,5 +61,21 @@ TEST(DoctorRun, MachineWithoutADisplayIsExaminedAllTheSame) {
     EXPECT_FALSE(answer.has("screens")) << answer.text;
 }
 
+TEST(DoctorRun, AnXServerThatCannotHaveTheOverlayIsAFault) {
+    Desktop desktop({.size = {640, 480},
+                     .windowManager = false,
+                     .compositor = false,
+                     .serverOptions = {"-extension", "Composite"}});
+    HidrawTestbed bed;
+    HidrawDevice receiver(bed, 0x1209, 0x00AB);
+    receiver.plug();
+    const Answer answer = doctor(desktop.environment(), bed);
+    EXPECT_EQ(answer.status, 1);
+    EXPECT_TRUE(answer.has("FAULT  X server     " + desktop.display() +
+                           ": the X server has no windows with an alpha channel"))
+        << answer.text;
+    EXPECT_TRUE(answer.has("640x480 at scale 1, main")) << "the rest is known all the same\n" << answer.text;
+}
+
 } // namespace
 } // namespace companion::rig

@@ -19,6 +19,7 @@ DoctorFacts healthy() {
             .sessionType = "x11",
             .display = ":0",
             .serverError = "",
+            .serverLack = "",
             .compositor = true,
             .xembedTray = true,
             .screens = {"eDP-1 1920x1080 at scale 1, main"},
@@ -44,6 +45,7 @@ TEST(Doctor, EachFaultIsFoundWithItsRemedyOnOneScreenAndOnlyFatalOnesCount) {
     const Fault faults[] = {
         {"session", Kind::Flaw, [](DoctorFacts &f) { f.sessionType = "wayland"; }},
         {"X server", Kind::Fatal, [](DoctorFacts &f) { f.serverError = "no X server: DISPLAY is not set"; }},
+        {"X server", Kind::Fatal, [](DoctorFacts &f) { f.serverLack = "no alpha channel"; }},
         {"screens", Kind::Fatal, [](DoctorFacts &f) { f.screens.clear(); }},
         {"compositor", Kind::Flaw, [](DoctorFacts &f) { f.compositor = false; }},
         {"tray", Kind::Flaw, [](DoctorFacts &f) { f.xembedTray = false; }},
