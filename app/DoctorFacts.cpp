@@ -44,11 +44,13 @@ std::string ruleFileFor(const ReceiverIdentity &receiver) {
     return {};
 }
 
-// The file is replaced as a whole, so its folder counts; or, before the first time, the nearest one there is.
+// What the program cannot read, it leaves alone. Otherwise it replaces the file as a whole, so what counts is
+// the folder in which that lies, behind links; or, before the first time, the nearest one there is.
 bool canBeWritten(const QString &path) {
-    if (QFileInfo(path).exists() && !QFileInfo(path).isWritable())
+    const QFileInfo file(path);
+    if (file.exists() && !(file.isFile() && file.isReadable()))
         return false;
-    QString folder = QFileInfo(path).path();
+    QString folder = QFileInfo(file.exists() ? file.canonicalFilePath() : path).path();
     while (!QFileInfo::exists(folder) && folder != QFileInfo(folder).path())
         folder = QFileInfo(folder).path();
     return QFileInfo(folder).isDir() && QFileInfo(folder).isWritable();

@@ -4,6 +4,9 @@
 #include "support/rig/Desktop.h"
 #include "support/rig/HidrawDevice.h"
 
+#include <QDir>
+#include <QTemporaryDir>
+
 #include <gtest/gtest.h>
 
 namespace companion::rig {
@@ -75,6 +78,16 @@ TEST(DoctorRun, AnXServerThatCannotHaveTheOverlayIsAFault) {
                            ": the X server has no windows with an alpha channel"))
         << answer.text;
     EXPECT_TRUE(answer.has("640x480 at scale 1, main")) << "the rest is known all the same\n" << answer.text;
+}
+
+TEST(DoctorRun, SettingsThatTheProgramWouldLeaveAloneAreTold) {
+    HidrawTestbed bed;
+    const QTemporaryDir config;
+    QDir(config.path()).mkpath("presenter-companion/presenter-companion.conf"); // A folder in its place.
+    Environment environment = inheritedEnvironment();
+    environment["XDG_CONFIG_HOME"] = config.path().toStdString();
+    const Answer answer = doctor(environment, bed);
+    EXPECT_TRUE(answer.has("note   settings")) << answer.text;
 }
 
 } // namespace
