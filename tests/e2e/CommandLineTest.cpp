@@ -59,6 +59,15 @@ TEST(CommandLine, WithoutAnXServerThereIsOneMessageAndStatusOne) {
     expectRefused(environment, {{"--virtual-receiver"}, "DISPLAY"}, 1);
 }
 
+TEST(CommandLine, WhatCannotBePrintedIsAnError) {
+    for (const char *action : {"--help", "--version", "--doctor"}) {
+        ChildProcess child({"sh", "-c", "exec \"$0\" \"$1\" >/dev/full", companionProgram(), action},
+                           inheritedEnvironment());
+        EXPECT_EQ(child.waitForExit(), 1) << action;
+        EXPECT_NE(child.err().find("standard output: No space left"), std::string::npos) << child.err();
+    }
+}
+
 // As when the X server dies while the toolkit is starting.
 TEST(CommandLine, AToolkitThatGivesUpEndsTheProgramWithStatusOneAndNoCore) {
     const Desktop desktop({.size = {640, 480}, .windowManager = false, .compositor = false});
