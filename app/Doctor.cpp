@@ -43,7 +43,9 @@ DoctorFinding session(const DoctorFacts &facts) {
 DoctorFinding server(const DoctorFacts &facts) {
     if (!facts.serverError.empty())
         return {Kind::Fatal, "X server", facts.serverError,
-                "start the program from a terminal inside your desktop session"};
+                facts.sessionType == "wayland"
+                    ? "turn XWayland on in your desktop's settings, or log in to an X11 session"
+                    : "start the program from a terminal inside your desktop session"};
     if (!facts.serverLack.empty())
         return {Kind::Fatal, "X server", facts.display + ": " + facts.serverLack,
                 "turn it on in the X server's configuration, or use one that has it, such as X.Org's"};
