@@ -89,6 +89,7 @@ TEST(Doctor, MissingRuleIsGivenAsItIsInstalledAndAnIneffectiveOneIsNamed) {
 
     facts.ruleFile = "/etc/udev/rules.d/99-own.rules";
     EXPECT_NE(doctorReport(examine(facts)).find("99-own.rules"), std::string::npos);
+    EXPECT_NE(doctorReport(examine(facts)).find("before 73-seat-late.rules"), std::string::npos);
     facts.nodes[1].error.clear(); // A keyboard's node before it may stay closed.
     EXPECT_EQ(doctorStatus(examine(facts)), 0);
 }
