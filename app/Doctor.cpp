@@ -102,7 +102,8 @@ DoctorFinding permission(const DoctorFacts &facts) {
     if (!facts.ruleFile.empty()) {
         const bool late = facts.ruleFile.substr(facts.ruleFile.rfind('/') + 1) > kGivesRights;
         return {Kind::Fatal, "permission", refused + ", though " + facts.ruleFile + " names the receiver",
-                (late ? std::string("give that file a name before ") + kGivesRights + ", such as 70-…, then\n"
+                (late ? std::string("give that file a name before ") + kGivesRights +
+                            ", such as 70-own.rules, then\n"
                       : std::string()) +
                     "unplug the receiver and plug it in again; only the user who sits at this machine may "
                     "open it"};

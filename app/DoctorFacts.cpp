@@ -32,16 +32,19 @@ bool names(const std::filesystem::path &rules, const std::string &device) {
     return false;
 }
 
+// The one that comes first by its name, as udev orders them.
 std::string ruleFileFor(const ReceiverIdentity &receiver) {
     char device[32];
     std::snprintf(device, sizeof device, "0003:%04X:%04X.", receiver.vendorId, receiver.productId);
+    std::filesystem::path first;
     for (const char *folder : kRuleFolders) {
         std::error_code none;
         for (const auto &file : std::filesystem::directory_iterator(folder, none))
-            if (file.path().extension() == ".rules" && names(file.path(), device))
-                return file.path();
+            if (file.path().extension() == ".rules" &&
+                (first.empty() || file.path().filename() < first.filename()) && names(file.path(), device))
+                first = file.path();
     }
-    return {};
+    return first;
 }
 
 // What the program cannot read, it leaves alone. Otherwise it replaces the file as a whole, so what counts is
