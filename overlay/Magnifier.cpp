@@ -28,9 +28,15 @@ Look ZoomView::drawRect(const PixelSpace &space, const PointRect &frameInRoot) {
     m_square = m_disc.isKept() ? lens.toAlignedRect() : detail;
     if (otherDisc || otherRing)
         m_mask.make(m_disc, m_inside, m_square);
-    m_ring = pixelOf(layer().borderColor, layer().borderColor.alpha);
+    setRing(pixelOf(layer().borderColor, layer().borderColor.alpha));
     Log::format("%f,%f", m_renderPoint.x, m_renderPoint.y);
     return {0, detail};
+}
+
+void ZoomView::setRing(Pixel pixel) {
+    if (m_ring[255] != pixel)
+        for (unsigned coverage = 0; coverage < m_ring.size(); ++coverage)
+            m_ring[coverage] = scaled(pixel, coverage);
 }
 
 const QImage &ZoomView::picture() const {
@@ -91,10 +97,11 @@ void ZoomView::paintRow(Pixel *row, int y, const QRect &area, bool magnifies) co
         const int x = left + rim.x;
         if (x < area.left() || x > area.right())
             continue;
-        Pixel pixel = row[x];
-        if (x >= first && x < end)
-            pixel = over(scaled(pixelAt(x), rim.disc), pixel);
-        row[x] = over(scaled(m_ring, rim.ring), pixel);
+        const Pixel ring = m_ring[rim.ring];
+        Pixel below = 0;
+        if (alphaOf(ring) < 255)
+            below = x >= first && x < end ? over(scaled(pixelAt(x), rim.disc), row[x]) : row[x];
+        row[x] = over(ring, below);
     }
 }
 

@@ -6,6 +6,8 @@
 
 #include <QImage>
 
+#include <array>
+
 namespace companion {
 
 class ConfigManager;
@@ -59,6 +61,7 @@ private:
         int at(int place) const { return source[static_cast<std::size_t>(place - first)]; }
     };
 
+    void setRing(Pixel pixel);
     const QImage &picture() const;
     void paintRow(Pixel *row, int y, const QRect &area, bool magnifies) const;
 
@@ -77,7 +80,7 @@ private:
     mutable Axis m_columns;
     mutable Axis m_rows;
     mutable std::vector<Pixel> m_line;
-    Pixel m_ring = 0;
+    std::array<Pixel, 256> m_ring{}; // By coverage.
 };
 
 } // namespace companion

@@ -67,6 +67,9 @@ public:
     // Used by the display pass. Draws if the view was marked since, and says what it shows.
     const Look &display(const PixelSpace &space, const PointRect &frameInRoot);
 
+    // Where the view lay when it was displayed last, device pixels.
+    const QRect &pixelFrame() const { return m_pixelFrame; }
+
     // Paints what was drawn last over the patch.
     virtual void paint(const PixelPatch &patch) const;
 
@@ -82,7 +85,6 @@ protected:
     static std::uint64_t newPicture();
 
     const Look &look() const { return m_look; }
-    const QRect &pixelFrame() const { return m_pixelFrame; } // Of the last drawing.
 
 private:
     void treeChanged();
