@@ -47,10 +47,15 @@ int print(const std::string &text, int status = EXIT_SUCCESS) {
     return fail(std::string("standard output: ") + std::strerror(errno), kCannotRun);
 }
 
-// After a fatal message the toolkit would abort the process and leave a core.
+// After a fatal message the toolkit would abort the process and leave a core. Of an X server that has died
+// since we asked it, it says that it should be installed again.
 void toLog(QtMsgType type, const QMessageLogContext &, const QString &message) {
-    if (type == QtFatalMsg)
-        _exit(fail(message.trimmed().toStdString(), kCannotRun));
+    if (type == QtFatalMsg) {
+        std::string error = message.trimmed().toStdString();
+        if (qgetenv("QT_QPA_PLATFORM") == "xcb")
+            x11ServerAnswers(error); // Leaves the error alone if it does.
+        _exit(fail(error, kCannotRun));
+    }
     Log::line(message.toStdString());
 }
 
