@@ -12,6 +12,9 @@ namespace {
 
 using Kind = DoctorFinding::Kind;
 
+// Udev's rules work in the order of their names; this one opens what those before it have tagged.
+constexpr const char *kGivesRights = "73-seat-late.rules";
+
 std::string text(const ReceiverIdentity &identity) {
     char digits[16];
     std::snprintf(digits, sizeof digits, "%04X:%04X", identity.vendorId, identity.productId);
@@ -41,10 +44,15 @@ DoctorFinding session(const DoctorFacts &facts) {
 }
 
 DoctorFinding server(const DoctorFacts &facts) {
-    if (facts.serverError.empty())
-        return {Kind::Fine, "X server", facts.display + " lets us in", {}};
-    return {Kind::Fatal, "X server", facts.serverError,
-            "start the program from a terminal inside your desktop session"};
+    if (!facts.serverError.empty())
+        return {Kind::Fatal, "X server", facts.serverError,
+                facts.sessionType == "wayland"
+                    ? "turn XWayland on in your desktop's settings, or log in to an X11 session"
+                    : "start the program from a terminal inside your desktop session"};
+    if (!facts.serverLack.empty())
+        return {Kind::Fatal, "X server", facts.display + ": " + facts.serverLack,
+                "turn it on in the X server's configuration, or use one that has it, such as X.Org's"};
+    return {Kind::Fine, "X server", facts.display + " lets us in", {}};
 }
 
 DoctorFinding screens(const DoctorFacts &facts) {
@@ -91,10 +99,15 @@ DoctorFinding permission(const DoctorFacts &facts) {
     if (open != facts.nodes.end())
         return {Kind::Fine, "permission", "we may open " + open->path, {}};
     const std::string refused = facts.nodes.front().path + ": " + facts.nodes.front().error;
-    if (!facts.ruleFile.empty())
-        return {
-            Kind::Fatal, "permission", refused + ", though " + facts.ruleFile + " names the receiver",
-            "unplug the receiver and plug it in again; only the user who sits at this machine may open it"};
+    if (!facts.ruleFile.empty()) {
+        const bool late = facts.ruleFile.substr(facts.ruleFile.rfind('/') + 1) > kGivesRights;
+        return {Kind::Fatal, "permission", refused + ", though " + facts.ruleFile + " names the receiver",
+                (late ? std::string("give that file a name before ") + kGivesRights +
+                            ", such as 70-own.rules, then\n"
+                      : std::string()) +
+                    "unplug the receiver and plug it in again; only the user who sits at this machine may "
+                    "open it"};
+    }
     return {
         Kind::Fatal, "permission", refused + ", and no rule names the receiver",
         "put this line into /etc/udev/rules.d/70-presenter-companion.rules, then unplug the receiver and\n"

@@ -20,6 +20,7 @@ struct DoctorFacts {
     std::string sessionType; // "x11", "wayland", "tty"; empty: unknown.
     std::string display;
     std::string serverError; // Empty: the X server lets us in. What follows is only known then.
+    std::string serverLack;  // Empty: the X server has all that the overlay stands on.
     bool compositor = false;
     bool xembedTray = false;
     bool statusNotifierTray = false;

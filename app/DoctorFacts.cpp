@@ -32,23 +32,28 @@ bool names(const std::filesystem::path &rules, const std::string &device) {
     return false;
 }
 
+// The one that comes first by its name, as udev orders them.
 std::string ruleFileFor(const ReceiverIdentity &receiver) {
     char device[32];
     std::snprintf(device, sizeof device, "0003:%04X:%04X.", receiver.vendorId, receiver.productId);
+    std::filesystem::path first;
     for (const char *folder : kRuleFolders) {
         std::error_code none;
         for (const auto &file : std::filesystem::directory_iterator(folder, none))
-            if (file.path().extension() == ".rules" && names(file.path(), device))
-                return file.path();
+            if (file.path().extension() == ".rules" &&
+                (first.empty() || file.path().filename() < first.filename()) && names(file.path(), device))
+                first = file.path();
     }
-    return {};
+    return first;
 }
 
-// The file is replaced as a whole, so its folder counts; or, before the first time, the nearest one there is.
+// What the program cannot read, it leaves alone. Otherwise it replaces the file as a whole, so what counts is
+// the folder in which that lies, behind links; or, before the first time, the nearest one there is.
 bool canBeWritten(const QString &path) {
-    if (QFileInfo(path).exists() && !QFileInfo(path).isWritable())
+    const QFileInfo file(path);
+    if (file.exists() && !(file.isFile() && file.isReadable()))
         return false;
-    QString folder = QFileInfo(path).path();
+    QString folder = QFileInfo(file.exists() ? file.canonicalFilePath() : path).path();
     while (!QFileInfo::exists(folder) && folder != QFileInfo(folder).path())
         folder = QFileInfo(folder).path();
     return QFileInfo(folder).isDir() && QFileInfo(folder).isWritable();
@@ -76,6 +81,7 @@ DoctorFacts gatherDoctorFacts(const ReceiverIdentity &receiver) {
     facts.sessionType = isWaylandSession() ? "wayland" : qgetenv("XDG_SESSION_TYPE").toStdString();
     facts.display = qgetenv("DISPLAY").toStdString();
     if (x11ServerAnswers(facts.serverError)) {
+        x11ServerSuffices(facts.serverLack);
         facts.compositor = x11CompositorRuns();
         facts.xembedTray = x11TrayRuns();
         if (qGuiApp != nullptr) {

@@ -17,9 +17,11 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <span>
 #include <string>
@@ -38,7 +40,22 @@ int fail(const std::string &error, int status) {
     return status;
 }
 
-void toLog(QtMsgType, const QMessageLogContext &, const QString &message) {
+// What the user asked to be told; `status` if it could be.
+int print(const std::string &text, int status = EXIT_SUCCESS) {
+    if (std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0)
+        return status;
+    return fail(std::string("standard output: ") + std::strerror(errno), kCannotRun);
+}
+
+// After a fatal message the toolkit would abort the process and leave a core. Of an X server that has died
+// since we asked it, it says that it should be installed again.
+void toLog(QtMsgType type, const QMessageLogContext &, const QString &message) {
+    if (type == QtFatalMsg) {
+        std::string error = message.trimmed().toStdString();
+        if (qgetenv("QT_QPA_PLATFORM") == "xcb")
+            x11ServerAnswers(error); // Leaves the error alone if it does.
+        _exit(fail(error, kCannotRun));
+    }
     Log::line(message.toStdString());
 }
 
@@ -74,17 +91,17 @@ int runDoctor(const CommandLine &line, int argumentCount, char **arguments) {
     std::string error;
     std::unique_ptr<QApplication> application;
     startNoSessionBus();
+    qInstallMessageHandler(toLog);
     if (chooseDisplay(error))
         application = std::make_unique<QApplication>(argumentCount, arguments);
     const auto findings = examine(gatherDoctorFacts({line.vendorId, line.productId}));
-    std::fputs(doctorReport(findings).c_str(), stdout);
-    return doctorStatus(findings);
+    return print(doctorReport(findings), doctorStatus(findings));
 }
 
 // Fine when there is nothing to end: whoever asks wants it not to run, and it does not.
 int quitRunning() {
     const InstanceEnd end = endInstance(RuntimePlaces::ofThisSession(), kPatience);
-    if (end.outcome == InstanceEnd::Outcome::Stuck)
+    if (!end.text.empty())
         return fail(end.text, kCannotRun);
     std::puts(end.outcome == InstanceEnd::Outcome::Ended ? "presenter-companion has ended"
                                                          : "presenter-companion does not run");
@@ -109,14 +126,10 @@ int main(int argc, char **argv) {
         std::span<const char *const>(argv + 1, static_cast<std::size_t>(argc > 0 ? argc - 1 : 0)), error);
     if (!line)
         return fail(error + "; try --help", kWrongUsage);
-    if (line->action == CommandLine::Action::Help) {
-        std::fputs(helpText().c_str(), stdout);
-        return EXIT_SUCCESS;
-    }
-    if (line->action == CommandLine::Action::Version) {
-        std::puts("presenter-companion " COMPANION_VERSION);
-        return EXIT_SUCCESS;
-    }
+    if (line->action == CommandLine::Action::Help)
+        return print(helpText());
+    if (line->action == CommandLine::Action::Version)
+        return print("presenter-companion " COMPANION_VERSION "\n");
     if (line->action == CommandLine::Action::Quit)
         return quitRunning();
     if (line->action == CommandLine::Action::AutostartOn || line->action == CommandLine::Action::AutostartOff)

@@ -3,6 +3,7 @@
 #include "platform/instance/InstanceClient.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <thread>
 
 namespace companion {
@@ -56,6 +57,12 @@ InstanceEnd endInstance(const RuntimePlaces &places, std::chrono::milliseconds p
     using Outcome = InstanceEnd::Outcome;
     const auto deadline = Clock::now() + patience;
     const std::string folder = runtimeFolder(places);
+    std::error_code none;
+    if (!std::filesystem::exists(std::filesystem::symlink_status(folder, none)))
+        return {Outcome::NoneRan};
+    std::string error;
+    if (!makeRuntimeFolder(folder, error)) // There it is: this only looks at whose it is.
+        return {Outcome::Unknown, "cannot tell whether it runs: " + error};
     if (!InstanceLock::isTaken(folder))
         return {Outcome::NoneRan};
     InstanceAnswer answer;

@@ -29,9 +29,14 @@ InstanceClaim claimInstance(const RuntimePlaces &places, std::string_view comman
                             std::chrono::milliseconds patience);
 
 struct InstanceEnd {
-    enum class Outcome { Ended, NoneRan, Stuck };
+    enum class Outcome {
+        Ended,
+        NoneRan,
+        Stuck,   // It does not answer: `text` says so.
+        Unknown, // Nothing can be asked, because of `text`: one that is alone may run.
+    };
     Outcome outcome;
-    std::string text{}; // Of what is stuck.
+    std::string text{};
 };
 
 // Has the running program end, and waits until it has.

@@ -23,13 +23,6 @@ namespace companion {
 
 namespace {
 
-xcb_screen_t *screenOf(xcb_connection_t *xcb, int number) {
-    auto iterator = xcb_setup_roots_iterator(xcb_get_setup(xcb));
-    for (; number > 0 && iterator.rem > 1; --number)
-        xcb_screen_next(&iterator);
-    return iterator.data;
-}
-
 // Descriptors can be passed over a local socket only; on any other the attempt would break the connection.
 bool isLocal(xcb_connection_t *xcb) {
     sockaddr_storage address{};
@@ -45,6 +38,13 @@ bool sameByteOrder(xcb_connection_t *xcb) {
 }
 
 } // namespace
+
+xcb_screen_t &screenOf(const X11Connection::Link &link) {
+    auto iterator = xcb_setup_roots_iterator(xcb_get_setup(link.xcb.get()));
+    for (int number = link.screenNumber; number > 0 && iterator.rem > 1; --number)
+        xcb_screen_next(&iterator);
+    return *iterator.data;
+}
 
 X11Connection::Link X11Connection::connect(const std::string &displayName, std::string &error) {
     Link link;
@@ -63,25 +63,21 @@ std::unique_ptr<X11Connection> X11Connection::open(MainQueue &queue, const std::
     // Writing to a server that has gone must end in checkAlive(), not in a signal.
     std::signal(SIGPIPE, SIG_IGN);
 
-    Link link = connect(displayName, error);
+    const Link link = connect(displayName, error);
     if (!link.xcb)
         return nullptr;
-    if (!sameByteOrder(link.xcb.get())) {
-        error = "the X server's byte order is not this machine's";
+    const auto extensions = askServer(link, error);
+    if (!extensions)
         return nullptr;
-    }
-    auto connection =
-        std::unique_ptr<X11Connection>(new X11Connection(queue, std::move(link.xcb), link.screenNumber));
-    if (!connection->askExtensions(error))
-        return nullptr;
-    return connection;
+    return std::unique_ptr<X11Connection>(new X11Connection(queue, link, *extensions));
 }
 
-X11Connection::X11Connection(MainQueue &queue, std::shared_ptr<xcb_connection_t> xcb, int screenNumber)
+X11Connection::X11Connection(MainQueue &queue, const Link &link, const Extensions &extensions)
     : m_queue(queue),
-      m_xcb(std::move(xcb)),
-      m_screen(screenOf(m_xcb.get(), screenNumber)),
-      m_screenNumber(screenNumber),
+      m_xcb(link.xcb),
+      m_screen(&screenOf(link)),
+      m_screenNumber(link.screenNumber),
+      m_extensions(extensions),
       m_notifier(
           std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(m_xcb.get()), QSocketNotifier::Read)) {
     QObject::connect(m_notifier.get(), &QSocketNotifier::activated, &m_context, [this] { read(); });
@@ -90,8 +86,12 @@ X11Connection::X11Connection(MainQueue &queue, std::shared_ptr<xcb_connection_t>
                          [this] { readBeforeBlocking(); });
 }
 
-bool X11Connection::askExtensions(std::string &error) {
-    auto *c = xcb();
+std::optional<X11Connection::Extensions> X11Connection::askServer(const Link &link, std::string &error) {
+    auto *c = link.xcb.get();
+    if (!sameByteOrder(c)) {
+        error = "the X server's byte order is not this machine's";
+        return std::nullopt;
+    }
     xcb_extension_t *const all[] = {&xcb_xfixes_id, &xcb_shape_id, &xcb_input_id,
                                     &xcb_test_id,   &xcb_randr_id, &xcb_shm_id};
     for (auto *extension : all)
@@ -105,7 +105,7 @@ bool X11Connection::askExtensions(std::string &error) {
     if (!xfixes || !xinput || !present(xcb_shape_id)) {
         error = "the X server lacks the extension ";
         error += !xfixes ? "XFIXES" : (!xinput ? "XInputExtension" : "SHAPE");
-        return false;
+        return std::nullopt;
     }
 
     // All asked before any is read: one round trip.
@@ -121,28 +121,29 @@ bool X11Connection::askExtensions(std::string &error) {
         xcb_input_xi_query_version_reply(c, xinputCookie, nullptr));
     if (!xfixesVersion || xfixesVersion->major_version < 4) {
         error = "the X server's XFIXES extension is older than 4.0";
-        return false;
+        return std::nullopt;
     }
     if (!xinputVersion || xinputVersion->major_version < 2 ||
         (xinputVersion->major_version == 2 && xinputVersion->minor_version < 2)) {
         error = "the X server's XInputExtension is older than 2.2";
-        return false;
+        return std::nullopt;
     }
-    m_extensions.xfixesEvent = xfixes->first_event;
-    m_extensions.xinputOpcode = xinput->major_opcode;
-    m_extensions.xtest = present(xcb_test_id) != nullptr;
+    Extensions extensions;
+    extensions.xfixesEvent = xfixes->first_event;
+    extensions.xinputOpcode = xinput->major_opcode;
+    extensions.xtest = present(xcb_test_id) != nullptr;
     if (randr) {
         const X11Reply<xcb_randr_query_version_reply_t> version(
             xcb_randr_query_version_reply(c, randrCookie, nullptr));
         if (version && version->major_version == 1 && version->minor_version >= 5)
-            m_extensions.randrEvent = randr->first_event;
+            extensions.randrEvent = randr->first_event;
     }
     if (shm) {
         const X11Reply<xcb_shm_query_version_reply_t> version(
             xcb_shm_query_version_reply(c, shmCookie, nullptr));
-        m_extensions.sharedMemory = version && (version->major_version > 1 || version->minor_version >= 2);
+        extensions.sharedMemory = version && (version->major_version > 1 || version->minor_version >= 2);
     }
-    return true;
+    return extensions;
 }
 
 xcb_atom_t X11Connection::atom(const char *name) {

@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -49,6 +50,8 @@ public:
         int screenNumber = 0;
     };
     static Link connect(const std::string &displayName, std::string &error);
+    // Whether the server at its other end has what the overlay stands on; `error` says what it lacks.
+    static bool suffices(const Link &link, std::string &error) { return askServer(link, error).has_value(); }
 
     // Null, with the reason, when the server cannot be reached or lacks what the overlay stands on. An empty
     // name means the DISPLAY of the environment. Each lot of events is a turn of the queue.
@@ -94,9 +97,9 @@ public:
     void waitUntilProcessed();
 
 private:
-    X11Connection(MainQueue &queue, std::shared_ptr<xcb_connection_t> xcb, int screenNumber);
+    X11Connection(MainQueue &queue, const Link &link, const Extensions &extensions);
 
-    bool askExtensions(std::string &error);
+    static std::optional<Extensions> askServer(const Link &link, std::string &error);
     void read();
     void readBeforeBlocking();
     void endBatch();
@@ -105,9 +108,9 @@ private:
 
     MainQueue &m_queue;
     std::shared_ptr<xcb_connection_t> m_xcb;
-    xcb_screen_t *m_screen = nullptr;
+    xcb_screen_t *m_screen;
     int m_screenNumber;
-    Extensions m_extensions;
+    const Extensions m_extensions;
     std::array<std::vector<EventHandler>, 128> m_handlers;
     std::uint32_t m_rootEvents = 0;
     std::vector<std::function<void()>> m_batchEnd;
@@ -116,5 +119,8 @@ private:
     std::unique_ptr<QSocketNotifier> m_notifier;
     QObject m_context; // Dies first, and the event loop's connections with it.
 };
+
+// The default screen of that server.
+xcb_screen_t &screenOf(const X11Connection::Link &link);
 
 } // namespace companion

@@ -75,6 +75,12 @@ bool x11ServerAnswers(std::string &error) {
     return X11Connection::connect({}, error).xcb != nullptr;
 }
 
+bool x11ServerSuffices(std::string &error) {
+    const auto link = X11Connection::connect({}, error);
+    return link.xcb && X11Connection::suffices(link, error) &&
+           X11Surface::translucentVisual(screenOf(link), error) != 0;
+}
+
 bool x11CompositorRuns() {
     return x11SelectionHeld(X11CompositorWatch::kSelection);
 }

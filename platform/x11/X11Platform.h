@@ -24,6 +24,9 @@ std::unique_ptr<Platform> makeX11Platform(const X11Needs &needs, std::string &er
 // object: Qt aborts the process where there is no display, so this is asked first.
 bool x11ServerAnswers(std::string &error);
 
+// Whether that server has all that the overlay stands on; `error` says what it lacks.
+bool x11ServerSuffices(std::string &error);
+
 // Whether the desktop can be seen through windows of that server.
 bool x11CompositorRuns();
 

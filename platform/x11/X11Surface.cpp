@@ -14,19 +14,6 @@ namespace {
 constexpr int kFirstFrontLevel = 1000; // Two front levels exist, 1002 and 1000; both are above all windows.
 constexpr std::size_t kPixelMemory = 4 << 20;
 
-// 8 bits of alpha above 24 bits of colour, or 0.
-xcb_visualid_t translucentVisual(const xcb_screen_t &screen) {
-    for (auto depth = xcb_screen_allowed_depths_iterator(&screen); depth.rem > 0; xcb_depth_next(&depth)) {
-        if (depth.data->depth != 32)
-            continue;
-        for (auto i = xcb_depth_visuals_iterator(depth.data); i.rem > 0; xcb_visualtype_next(&i))
-            if (i.data->_class == XCB_VISUAL_CLASS_TRUE_COLOR && i.data->red_mask == 0xff0000 &&
-                i.data->green_mask == 0xff00 && i.data->blue_mask == 0xff)
-                return i.data->visual_id;
-    }
-    return 0;
-}
-
 xcb_rectangle_t toRectangle(const QRect &r) {
     return {static_cast<std::int16_t>(r.x()), static_cast<std::int16_t>(r.y()),
             static_cast<std::uint16_t>(r.width()), static_cast<std::uint16_t>(r.height())};
@@ -38,13 +25,25 @@ bool isOpaque(Pixel pixel) {
 
 } // namespace
 
+// 8 bits of alpha above 24 bits of colour.
+xcb_visualid_t X11Surface::translucentVisual(const xcb_screen_t &screen, std::string &error) {
+    for (auto depth = xcb_screen_allowed_depths_iterator(&screen); depth.rem > 0; xcb_depth_next(&depth)) {
+        if (depth.data->depth != 32)
+            continue;
+        for (auto i = xcb_depth_visuals_iterator(depth.data); i.rem > 0; xcb_visualtype_next(&i))
+            if (i.data->_class == XCB_VISUAL_CLASS_TRUE_COLOR && i.data->red_mask == 0xff0000 &&
+                i.data->green_mask == 0xff00 && i.data->blue_mask == 0xff)
+                return i.data->visual_id;
+    }
+    error = "the X server has no windows with an alpha channel";
+    return 0;
+}
+
 std::unique_ptr<X11Surface> X11Surface::make(X11Connection &connection, X11Screens &screens,
                                              X11CompositorWatch &compositor, std::string &error) {
-    const auto visual = translucentVisual(connection.screen());
-    if (visual == 0) {
-        error = "the X server has no windows with an alpha channel";
+    const auto visual = translucentVisual(connection.screen(), error);
+    if (visual == 0)
         return nullptr;
-    }
     return std::unique_ptr<X11Surface>(new X11Surface(connection, screens, compositor, visual));
 }
 

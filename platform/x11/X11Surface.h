@@ -19,6 +19,9 @@ public:
     static std::unique_ptr<X11Surface> make(X11Connection &connection, X11Screens &screens,
                                             X11CompositorWatch &compositor, std::string &error);
 
+    // Of windows with an alpha channel; 0, with the reason, when the server has none.
+    static xcb_visualid_t translucentVisual(const xcb_screen_t &screen, std::string &error);
+
     Size size() const override { return m_screens.size(); }
     double scale() const override { return m_screens.scale(); }
     bool translucent() const override { return m_compositor.running(); }

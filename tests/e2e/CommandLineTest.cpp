@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 
 namespace companion::rig {
@@ -56,6 +57,29 @@ TEST(CommandLine, WithoutAnXServerThereIsOneMessageAndStatusOne) {
     expectRefused(environment, {{"--virtual-receiver"}, ":64999"}, 1);
     environment.erase("DISPLAY");
     expectRefused(environment, {{"--virtual-receiver"}, "DISPLAY"}, 1);
+}
+
+TEST(CommandLine, WhatCannotBePrintedIsAnError) {
+    for (const char *action : {"--help", "--version", "--doctor"}) {
+        ChildProcess child({"sh", "-c", "exec \"$0\" \"$1\" >/dev/full", companionProgram(), action},
+                           inheritedEnvironment());
+        EXPECT_EQ(child.waitForExit(), 1) << action;
+        EXPECT_NE(child.err().find("standard output: No space left"), std::string::npos) << child.err();
+    }
+}
+
+// As when the X server dies while the toolkit is starting.
+TEST(CommandLine, AToolkitThatGivesUpEndsTheProgramWithStatusOneAndNoCore) {
+    const Desktop desktop({.size = {640, 480}, .windowManager = false, .compositor = false});
+    const std::string program = desktop.file("program");
+    std::filesystem::copy(companionProgram(), program);
+    std::ofstream(desktop.file("qt.conf")) << "[Paths]\nPlugins=nowhere\n";
+    for (const char *action : {"--virtual-receiver", "--doctor"}) {
+        ChildProcess child({program, action}, desktop.environment());
+        EXPECT_EQ(child.waitForExit(), 1) << action;
+        EXPECT_NE(child.err().find("presenter-companion: This application failed"), std::string::npos)
+            << child.err();
+    }
 }
 
 TEST(WaylandSession, IsToldInOneLineThatTheDoctorRepeats) {

@@ -4,6 +4,9 @@
 #include "support/rig/Desktop.h"
 #include "support/rig/HidrawDevice.h"
 
+#include <QDir>
+#include <QTemporaryDir>
+
 #include <gtest/gtest.h>
 
 namespace companion::rig {
@@ -59,6 +62,32 @@ TEST(DoctorRun, MachineWithoutADisplayIsExaminedAllTheSame) {
     EXPECT_TRUE(answer.has("FAULT  X server     no X server: DISPLAY is not set")) << answer.text;
     EXPECT_TRUE(answer.has("we may open /dev/hidraw0")) << answer.text;
     EXPECT_FALSE(answer.has("screens")) << answer.text;
+}
+
+TEST(DoctorRun, AnXServerThatCannotHaveTheOverlayIsAFault) {
+    Desktop desktop({.size = {640, 480},
+                     .windowManager = false,
+                     .compositor = false,
+                     .serverOptions = {"-extension", "Composite"}});
+    HidrawTestbed bed;
+    HidrawDevice receiver(bed, 0x1209, 0x00AB);
+    receiver.plug();
+    const Answer answer = doctor(desktop.environment(), bed);
+    EXPECT_EQ(answer.status, 1);
+    EXPECT_TRUE(answer.has("FAULT  X server     " + desktop.display() +
+                           ": the X server has no windows with an alpha channel"))
+        << answer.text;
+    EXPECT_TRUE(answer.has("640x480 at scale 1, main")) << "the rest is known all the same\n" << answer.text;
+}
+
+TEST(DoctorRun, SettingsThatTheProgramWouldLeaveAloneAreTold) {
+    HidrawTestbed bed;
+    const QTemporaryDir config;
+    QDir(config.path()).mkpath("presenter-companion/presenter-companion.conf"); // A folder in its place.
+    Environment environment = inheritedEnvironment();
+    environment["XDG_CONFIG_HOME"] = config.path().toStdString();
+    const Answer answer = doctor(environment, bed);
+    EXPECT_TRUE(answer.has("note   settings")) << answer.text;
 }
 
 } // namespace

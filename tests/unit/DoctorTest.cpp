@@ -19,6 +19,7 @@ DoctorFacts healthy() {
             .sessionType = "x11",
             .display = ":0",
             .serverError = "",
+            .serverLack = "",
             .compositor = true,
             .xembedTray = true,
             .screens = {"eDP-1 1920x1080 at scale 1, main"},
@@ -44,6 +45,7 @@ TEST(Doctor, EachFaultIsFoundWithItsRemedyOnOneScreenAndOnlyFatalOnesCount) {
     const Fault faults[] = {
         {"session", Kind::Flaw, [](DoctorFacts &f) { f.sessionType = "wayland"; }},
         {"X server", Kind::Fatal, [](DoctorFacts &f) { f.serverError = "no X server: DISPLAY is not set"; }},
+        {"X server", Kind::Fatal, [](DoctorFacts &f) { f.serverLack = "no alpha channel"; }},
         {"screens", Kind::Fatal, [](DoctorFacts &f) { f.screens.clear(); }},
         {"compositor", Kind::Flaw, [](DoctorFacts &f) { f.compositor = false; }},
         {"tray", Kind::Flaw, [](DoctorFacts &f) { f.xembedTray = false; }},
@@ -67,6 +69,13 @@ TEST(Doctor, EachFaultIsFoundWithItsRemedyOnOneScreenAndOnlyFatalOnesCount) {
     }
 }
 
+TEST(Doctor, UnderWaylandAMissingXServerIsAskedOfTheDesktop) {
+    DoctorFacts facts = healthy();
+    facts.sessionType = "wayland";
+    facts.serverError = "no X server: DISPLAY is not set";
+    EXPECT_NE(doctorReport(examine(facts)).find("turn XWayland on"), std::string::npos);
+}
+
 TEST(Doctor, MissingRuleIsGivenAsItIsInstalledAndAnIneffectiveOneIsNamed) {
     DoctorFacts facts = healthy();
     facts.nodes = {{"/dev/hidraw3", "Permission denied"}, {"/dev/hidraw4", "Permission denied"}};
@@ -80,6 +89,7 @@ TEST(Doctor, MissingRuleIsGivenAsItIsInstalledAndAnIneffectiveOneIsNamed) {
 
     facts.ruleFile = "/etc/udev/rules.d/99-own.rules";
     EXPECT_NE(doctorReport(examine(facts)).find("99-own.rules"), std::string::npos);
+    EXPECT_NE(doctorReport(examine(facts)).find("before 73-seat-late.rules"), std::string::npos);
     facts.nodes[1].error.clear(); // A keyboard's node before it may stay closed.
     EXPECT_EQ(doctorStatus(examine(facts)), 0);
 }

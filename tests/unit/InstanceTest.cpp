@@ -111,6 +111,9 @@ TEST_F(InstanceTest, AFolderThatOthersMayHavePreparedIsNotTrusted) {
     fs::create_directory_symlink(places.session + "/elsewhere", own);
     EXPECT_FALSE(makeRuntimeFolder(own, error));
     EXPECT_EQ(claim().outcome, Outcome::Alone);
+    const InstanceEnd end = endInstance(places, 0ms);
+    EXPECT_EQ(end.outcome, InstanceEnd::Outcome::Unknown) << "a program that is alone may well run";
+    EXPECT_NE(end.text.find(own), std::string::npos) << end.text;
     EXPECT_TRUE(fs::is_empty(places.session + "/elsewhere"));
     fs::remove(own);
 
