@@ -18,7 +18,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <future>
 
 namespace companion {
 namespace {
@@ -147,33 +146,6 @@ TEST_F(InstanceTest, ACrashedProgramsLockAndSocketAreTakenOver) {
     first.lock.reset();
     EXPECT_FALSE(fs::exists(InstanceLock::socketPath(own)));
     EXPECT_EQ(claim().outcome, Outcome::First);
-}
-
-TEST_F(InstanceTest, TheSecondHandsItsWishToTheFirstOrSaysThatItIsStuck) {
-    const auto first = claim();
-    serve(*first.lock);
-    auto second = std::async(std::launch::async, [&] { return claim(5s).outcome; });
-    ASSERT_TRUE(turnUntil([&] { return settings == 1; }));
-    EXPECT_EQ(second.get(), Outcome::Handed);
-
-    const auto third = claim(); // Nobody turns the event loop meanwhile.
-    EXPECT_EQ(third.outcome, Outcome::Stuck);
-    EXPECT_NE(third.text.find("process " + std::to_string(::getpid())), std::string::npos) << third.text;
-    EXPECT_EQ(endInstance(places, 30ms).outcome, InstanceEnd::Outcome::Stuck);
-}
-
-TEST_F(InstanceTest, EndingWaitsUntilTheOtherOneHasGoneAndMakesNothingWhenThereIsNone) {
-    EXPECT_EQ(endInstance(places, 0ms).outcome, InstanceEnd::Outcome::NoneRan);
-    EXPECT_FALSE(fs::exists(own));
-    auto first = claim();
-    serve(*first.lock);
-    auto end = std::async(std::launch::async, [&] { return endInstance(places, 5s).outcome; });
-    ASSERT_TRUE(turnUntil([&] { return quits == 1; }));
-    EXPECT_EQ(end.wait_for(50ms), std::future_status::timeout) << "it still runs";
-    server.reset();
-    first.lock.reset();
-    EXPECT_EQ(end.get(), InstanceEnd::Outcome::Ended);
-    EXPECT_EQ(quits, 1);
 }
 
 TEST_F(InstanceTest, WithoutASocketTheLockIsKeptAndTheReasonTold) {

@@ -80,16 +80,6 @@ TEST_F(SettingLookTest, NothingIsCutInAnyLanguageAndTheWindowFitsASmallScreen) {
     EXPECT_EQ(joined(layoutFaults(panel)), "");
 }
 
-TEST_F(SettingLookTest, TheCheckAboveSeesACaptionThatIsTooNarrowAndAMessageThatIsTooLow) {
-    controller->show();
-    find("noneDeciveTitleTextField").setFixedHeight(12);
-    find("languageTextField").setFixedWidth(20);
-    settle();
-    const std::string faults = joined(layoutFaults(*controller->window()));
-    EXPECT_NE(faults.find("noneDeciveTitleTextField is cut"), std::string::npos) << faults;
-    EXPECT_NE(faults.find("languageTextField is cut"), std::string::npos) << faults;
-}
-
 TEST_F(SettingLookTest, ColoursAndFramesAreTheWindowsOwnUnderADarkDesktopToo) {
     const QPalette desktop = QApplication::palette();
     config.setType(1);

@@ -139,29 +139,5 @@ TEST_F(LateCaptureTest, PicturesAreGivenBackWhenTheEffectEnds) {
     EXPECT_TRUE(controller->zoomScreenShotImageView()->image().isNull());
 }
 
-TEST_F(ViewControllerTest, HalfAnHourOfTalkLeavesViewsAndTasksBounded) {
-    load();
-    std::mt19937 random(11);
-    const std::string_view keys[] = {LOCAL_MOUSETYPESWITCH, LOCAL_MOUSESIZEVALUEADD, LOCAL_MOUSESIZEVALUESUB,
-                                     LOCAL_MOUSEEFFECTON,   NOTIFY_REFRESHPEN,       LOCAL_MOUSETYPESWITCH};
-    std::size_t mostPending = 0;
-    std::size_t mostViews = 0;
-    for (int i = 0; i < 36'000; ++i) { // Every 50 ms; 12,000 mode switches.
-        center.post(keys[random() % std::size(keys)]);
-        platform.monitor.send(InputEventType::MouseMoved, {double(random() % 800), double(random() % 600)});
-        platform.monitor.send(InputEventType::KeyDown, {}, kVirtualKeyB);
-        queue.advance(50ms);
-        mostPending = std::max(mostPending, queue.pending());
-        mostViews = std::max(mostViews, controller->canvas().root()->subviews().size());
-        log.lines.clear();
-        platform.mouse.posted.clear();
-    }
-    EXPECT_LE(mostPending, 200U); // Bounded by the longest time-out: the hint's 3 s.
-    EXPECT_LE(mostViews, 5U);     // Hint, lens, two holders, one effect.
-    queue.advance(10s);
-    EXPECT_LE(queue.pending(), 1U) << "the receiver's pass";
-    EXPECT_TRUE(platform.fakeSurface.occupied.empty());
-}
-
 } // namespace
 } // namespace companion
