@@ -1,0 +1,167 @@
+// The receiver link as a whole: the real program over the real USB libraries.
+#include "support/rig/Desktop.h"
+#include "support/rig/HidrawRig.h"
+#include "support/rig/Screen.h"
+#include "support/rig/TestWindow.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace companion::rig {
+namespace {
+
+// A code that means nothing: it is logged at each poll and does nothing else.
+const std::string kPolled = "获得数据 12,20, 0, 0";
+
+milliseconds medianGap(const std::vector<milliseconds> &times) {
+    std::vector<milliseconds> gaps;
+    for (std::size_t i = 1; i < times.size(); ++i)
+        gaps.push_back(times[i] - times[i - 1]);
+    std::nth_element(gaps.begin(), gaps.begin() + static_cast<std::ptrdiff_t>(gaps.size() / 2), gaps.end());
+    return gaps[gaps.size() / 2];
+}
+
+void expectNear(milliseconds actual, milliseconds expected) {
+    EXPECT_LE(std::abs((actual - expected).count()), 10) << actual.count() << " ms";
+}
+
+std::size_t countOf(const HidrawRig &rig, const std::string &text) {
+    const auto lines = rig.log();
+    return static_cast<std::size_t>(
+        std::count_if(lines.begin(), lines.end(), [&](const auto &line) { return line.text == text; }));
+}
+
+TEST(HidrawReceiverTest, AReceiverIsPolledTenTimesASecond) {
+    HidrawRig rig;
+    rig.device.setEvent({0x20});
+    expectNear(medianGap(rig.timesOf(kPolled, 21)), 100ms);
+    EXPECT_EQ(rig.device.opens(), 1);
+    rig.device.setEvent({0x00});
+    rig.waitForReads(2);
+    const std::size_t logged = rig.log().size();
+    rig.waitForReads(3);
+    EXPECT_EQ(rig.log().size(), logged) << "no key, no line";
+}
+
+TEST(HidrawReceiverTest, AReceiverPluggedInAgainBetweenTwoPollsIsOpenedHalfASecondAfterThePollThatMissesIt) {
+    HidrawRig rig;
+    rig.device.setEvent({0x20});
+    std::vector<milliseconds> pauses;
+    for (int i = 0; i < 5; ++i) {
+        const std::size_t before = rig.timesOf(kPolled, 2).size();
+        rig.replug();
+        const auto times = rig.timesOf(kPolled, 3, before - 1);
+        milliseconds longest{0}; // One more poll may have been under way.
+        for (std::size_t j = 1; j < times.size(); ++j)
+            longest = std::max(longest, times[j] - times[j - 1]);
+        pauses.push_back(longest);
+        EXPECT_EQ(rig.device.opens(), i + 2);
+    }
+    std::sort(pauses.begin(), pauses.end());
+    expectNear(pauses[2], 100ms + 500ms);
+}
+
+TEST(HidrawReceiverTest, APulledReceiverIsFoundAgainWhenItComesBack) {
+    HidrawRig rig;
+    rig.waitForReads(2);
+    rig.device.unplug();
+    letTimePass(1500ms);
+    const std::size_t quiet = rig.log().size();
+    letTimePass(600ms);
+    EXPECT_EQ(rig.log().size(), quiet) << "retrying is silent";
+    rig.device.setEvent({0x20});
+    rig.device.plug();
+    expectNear(medianGap(rig.timesOf(kPolled, 11)), 100ms);
+}
+
+TEST(HidrawReceiverTest, AStallATimeOutAndAShortAnswerAreNoRemoval) {
+    HidrawRig rig;
+    rig.device.setEvent({0x20, 0x33});
+    rig.timesOf("获得数据 12,20,33, 0", 2);
+    rig.device.setMode(HidrawDevice::Mode::Stall);
+    rig.waitForReads(4);
+    rig.device.setDelay(700ms);
+    rig.waitForReads(2);
+    rig.device.setDelay(0ms);
+    rig.device.setMode(HidrawDevice::Mode::Short);
+    rig.timesOf(kPolled, 2); // What was left out reads as zero.
+    rig.device.setMode(HidrawDevice::Mode::Ok);
+    const std::size_t before = countOf(rig, "获得数据 12,20,33, 0");
+    rig.timesOf("获得数据 12,20,33, 0", 2, before);
+    EXPECT_EQ(rig.device.opens(), 1);
+}
+
+TEST(HidrawReceiverTest, AKeyPressedOnceIsActedOnOnce) {
+    HidrawRig rig;
+    rig.waitForReads(1);
+    rig.device.once({0x20, 0x00, 0x20, 0x20});
+    rig.waitForReads(8);
+    EXPECT_EQ(countOf(rig, kPolled), 3U);
+}
+
+TEST(HidrawReceiverTest, TheEffectFollowsTheKeyAndEndsWithAPulledReceiver) {
+    const Desktop desktop({.size = {640, 480}});
+    const Screen screen(desktop);
+    const QRgb colour = qRgb(0x33, 0x66, 0x99);
+    const TestWindow slide(desktop, TestWindow::Kind::FullScreen, colour);
+    HidrawRig rig(desktop.environment());
+    rig.waitForReads(2);
+    rig.device.once({0x01}); // From plain to the spotlight, which dims all else.
+    rig.waitForReads(2);
+    rig.device.setEvent({0x10});
+    const auto dimmed = [&](const QImage &picture) { return !sameColour(picture.pixel(0, 0), colour); };
+    screen.waitFor("a dimmed corner", {5, 100, 1, 1}, dimmed);
+    rig.device.unplug();
+    screen.waitForPixel({5, 100}, colour, 2s);
+}
+
+TEST(HidrawReceiverTest, TheInterfaceThatAnswersIsFoundBehindAKeyboard) {
+    using enum HidrawDevice::Interface;
+    for (const auto &interfaces : {std::vector{Keyboard, Vendor}, std::vector{Keyboard, Keyboard, Vendor}}) {
+        HidrawRig rig({}, interfaces);
+        rig.device.setEvent({0x20});
+        rig.timesOf(kPolled, 3);
+        rig.replug();
+        rig.timesOf(kPolled, 3, countOf(rig, kPolled));
+    }
+}
+
+TEST(HidrawReceiverTest, AReceiverThatComesBackUnderAnotherNodeIsFound) {
+    HidrawRig rig;
+    rig.device.setEvent({0x20});
+    rig.timesOf(kPolled, 2);
+    rig.device.unplug();
+    rig.device.plug(4);
+    rig.timesOf(kPolled, 3, countOf(rig, kPolled));
+}
+
+TEST(HidrawReceiverTest, APullInTheMiddleOfAReadEndsTheReadAndTheLinkComesBack) {
+    HidrawRig rig;
+    rig.device.setEvent({0x20});
+    rig.timesOf(kPolled, 2);
+    rig.device.setDelay(5100ms); // As the kernel waits for a device that keeps silent.
+    rig.waitForReads(1);
+    rig.device.unplug();
+    rig.device.setDelay(0ms);
+    const auto pulled = std::chrono::steady_clock::now();
+    rig.device.plug();
+    rig.timesOf(kPolled, 2, countOf(rig, kPolled));
+    EXPECT_LT(std::chrono::steady_clock::now() - pulled, 3s);
+}
+
+TEST(HidrawReceiverTest, ANodeThatCannotBeOpenedYetIsTriedAgainInSilence) {
+    HidrawRig rig({}, {HidrawDevice::Interface::Vendor}, false);
+    rig.device.setReachable(false);
+    rig.device.plug();
+    rig.device.setEvent({0x20});
+    rig.timesOf("viewDidAppear", 1);
+    letTimePass(1200ms);
+    EXPECT_EQ(rig.reads(), 0);
+    EXPECT_EQ(rig.log().back().text, "viewDidAppear");
+    rig.device.setReachable(true);
+    rig.timesOf(kPolled, 2);
+}
+
+} // namespace
+} // namespace companion::rig
