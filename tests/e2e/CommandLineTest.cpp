@@ -73,19 +73,6 @@ TEST(WaylandSession, IsToldInOneLineThatTheDoctorRepeats) {
     EXPECT_NE(doctor.out().find("session      " + told), std::string::npos) << doctor.out();
 }
 
-TEST(ReceiverCommands, WrongOnesAreAnsweredWithTheReasonAndDisturbNothing) {
-    Talk talk(Settings{{"LOCAL_MOUSETYPE", "2"}});
-    for (const auto &[command, named] :
-         {std::pair{"event 1G", "1G"}, {"events", "events"}, {"mode deaf", "deaf"}}) {
-        const std::string answer = talk.companion.ask(command);
-        EXPECT_TRUE(answer.starts_with("error ")) << answer;
-        EXPECT_NE(answer.find(named), std::string::npos) << answer;
-    }
-    talk.companion.effectOn();
-    talk.hand.move({200, 200});
-    talk.screen.waitForPixel({200, 200}, blend(kSlideColour, qRgb(255, 0, 0), 0.8));
-}
-
 TEST(ReceiverCommands, ComeFromStandardInputAndFromAScriptToo) {
     const Desktop desktop({.size = {640, 480}});
     const Screen screen(desktop);

@@ -140,26 +140,5 @@ TEST(Compositor, ThatComesAndGoesIsFollowed) {
     talk.expectPlainSlide();
 }
 
-TEST(ScreenChange, IsFollowedBeforeTheNextEffectAndDuringOne) {
-    Talk talk(settingsFor("1"));
-    for (const QSize size : {QSize(640, 480), QSize(800, 600)}) {
-        talk.desktop.setSize(size);
-        talk.expectPlainSlide(); // The window manager has resized the slide.
-        talk.companion.effectOn();
-        EXPECT_EQ(talk.hand.pointer(), talk.desktop.centre());
-        const QPoint corner(size.width() - 30, size.height() - 20);
-        talk.hand.move(corner);
-        talk.expectLook("a spotlight on the whole new screen", spotlightAt(corner));
-        talk.companion.effectOff();
-        talk.expectPlainSlide();
-    }
-    talk.companion.effectOn();
-    talk.desktop.setSize({640, 480});
-    talk.companion.effectOff();
-    talk.expectPlainSlide();
-    talk.hand.clickAt({600, 460});
-    waitUntil("a click below", [&] { return talk.slide.pressedAt({600, 460}); });
-}
-
 } // namespace
 } // namespace companion::rig

@@ -11,11 +11,6 @@ constexpr QRgb kButton = qRgb(0xef, 0xee, 0xe2);
 constexpr QRgb kFocusFrame = qRgb(0x14, 0x14, 0x0f);
 constexpr const char *kProgram = "presenter-companion";
 
-int scaleOf(const CompanionProcess::Options &program) {
-    const auto found = program.environment.find("QT_SCALE_FACTOR");
-    return found == program.environment.end() ? 1 : std::stoi(found->second);
-}
-
 } // namespace
 
 Settings english(Settings more) {
@@ -40,8 +35,7 @@ SettingsDesk::SettingsDesk(const CompanionProcess::Options &program, const Deskt
       screen(desktop),
       hand(desktop),
       tray(lateTray ? std::nullopt : std::optional<Tray>(std::in_place, desktop)),
-      companion(desktop, program),
-      m_scale(scaleOf(program)) {
+      companion(desktop, program) {
     if (lateTray)
         tray.emplace(desktop);
     waitUntil("the tray icon", [this] { return trayIcon() != XCB_WINDOW_NONE; });
@@ -69,7 +63,7 @@ xcb_window_t SettingsDesk::open() {
                std::find(now.begin(), now.end(), m_opened) != now.end();
     });
     // The panel that asks for the receiver goes at the next poll.
-    const QPoint button = placeOf(control::kSetTime) - QPoint(40, 0) * m_scale;
+    const QPoint button = placeOf(control::kSetTime) - QPoint(40, 0);
     screen.waitForPixel(button, kButton);
     return m_opened;
 }
@@ -158,13 +152,13 @@ void SettingsDesk::moveTo(xcb_window_t window, QPoint frame) const {
 }
 
 QPoint SettingsDesk::placeOf(const Control &control) const {
-    return areaOf(m_opened).topLeft() + control.at * m_scale;
+    return areaOf(m_opened).topLeft() + control.at;
 }
 
 void SettingsDesk::clickInto(const Control &number) {
     click(number);
-    const QSize leftEdge = QSize(12, 1) * m_scale;
-    screen.waitFor("the number's frame", QRect(placeOf(number) - QPoint(28, 0) * m_scale, leftEdge),
+    const QSize leftEdge = QSize(12, 1);
+    screen.waitFor("the number's frame", QRect(placeOf(number) - QPoint(28, 0), leftEdge),
                    [](const QImage &image) {
                        for (int x = 0; x < image.width(); ++x)
                            if (sameColour(image.pixel(x, 0), kFocusFrame))
@@ -178,7 +172,7 @@ void SettingsDesk::drag(const Control &control, int byPoints) {
     hand.move(from);
     hand.press();
     for (int i = 1; i <= 4; ++i)
-        hand.move(from + QPoint(byPoints * m_scale * i / 4, 0));
+        hand.move(from + QPoint(byPoints * i / 4, 0));
     hand.release();
 }
 
@@ -186,7 +180,7 @@ void SettingsDesk::expectMode(std::size_t type) const {
     const QPoint besideText(-75, -30);
     waitUntil("mode button " + std::to_string(type), [&] {
         for (std::size_t i = 0; i < std::size(control::kModes); ++i)
-            if (sameColour(screen.pixel(placeOf(control::kModes[i]) + besideText * m_scale), kSelectedColour,
+            if (sameColour(screen.pixel(placeOf(control::kModes[i]) + besideText), kSelectedColour,
                            kHovered) != (i == type))
                 return false;
         return true;

@@ -116,7 +116,6 @@ private:
     void collect(xcb_window_t window, std::vector<xcb_window_t> &found) const;
     xcb_window_t menu() const;
 
-    int m_scale;
     xcb_window_t m_opened = XCB_WINDOW_NONE;
 };
 

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
 
 namespace companion::rig {
 namespace {
@@ -94,20 +93,6 @@ TEST(SettingsWindow, StaysAboveTheOverlayWhateverTheWindowManagerDoes) {
     });
 }
 
-TEST(SettingsWindow, UnderAFullScreenShowDoesNotKeepTheHintFromIt) {
-    SettingsDesk desk(kEnglish);
-    const auto window = desk.open();
-    const QRgb blue = qRgb(0x33, 0x66, 0x99);
-    {
-        const TestWindow slide(desk.desktop, TestWindow::Kind::FullScreen, blue);
-        desk.screen.waitForPixel(kHint.center(), blue);
-        desk.companion.pressOnce("02");
-        desk.screen.waitFor("the hint on the slide", kHint,
-                            [&](const QImage &image) { return image.pixel(10, 26) != blue; });
-    }
-    desk.expectOverlayBelow(window); // Which is to be seen again.
-}
-
 TEST(SettingsPresence, PanelComesWithThePullAndGoesWithThePlugAndNothingElseChanges) {
     SettingsDesk desk(kEnglish);
     const auto window = desk.open();
@@ -126,63 +111,6 @@ TEST(SettingsPresence, PanelComesWithThePullAndGoesWithThePlugAndNothingElseChan
         desk.companion.receiver("wait-get 5 10000");
         desk.screen.waitFor("the controls", area, [&](const QImage &image) { return image == there; });
     }
-}
-
-TEST(SettingsPresence, PresentersModeKeyMovesButtonAndPictureAndLeavesTheShownSize) {
-    SettingsDesk desk(english({{"LOCAL_MOUSESIZEVALUE", "77"}, {"LOCAL_MOUSETYPE", "0"}}));
-    const auto window = desk.open();
-    desk.hand.move(desk.areaOf(window).topLeft() + QPoint(400, 12));
-    const QRect picture(desk.placeOf(control::kPicture) - QPoint(150, 80), QSize(300, 160));
-    const QRect sizeRow(desk.placeOf(control::kSizeSlider) - QPoint(80, 20), QSize(220, 40));
-    QImage before = desk.screen.settled();
-    const QImage row = before.copy(sizeRow);
-    for (const std::size_t type : {1U, 2U, 3U, 0U}) {
-        desk.companion.pressOnce("01");
-        desk.expectMode(type);
-        desk.expectStored("LOCAL_MOUSETYPE", std::to_string(type));
-        desk.expectStored("LOCAL_MOUSESIZEVALUE", "150");
-        const QImage now = desk.screen.settled();
-        EXPECT_NE(now.copy(picture), before.copy(picture));
-        EXPECT_EQ(now.copy(sizeRow), row);
-        before = now;
-    }
-    desk.hand.tapKey(kKeyEscape);
-    desk.open();
-    EXPECT_NE(desk.screen.settled().copy(sizeRow), row);
-}
-
-long privateKilobytes(pid_t pid) {
-    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
-    for (std::string line; std::getline(status, line);)
-        if (line.starts_with("RssAnon:"))
-            return std::stol(line.substr(8));
-    throw std::runtime_error("no memory figure");
-}
-
-TEST(SettingsWindow, FiftyQuickOpeningsLeaveTheProgramAliveAndSmall) {
-    SettingsDesk desk(kEnglish);
-    [[maybe_unused]] long warm = 0;
-    for (int i = 0; i < 50; ++i) {
-        desk.choose(Setting);
-        waitUntil("a window", [&] { return !desk.windows().empty(); });
-        if (i % 5 != 0) {
-            waitUntil("its keyboard", [&] { return desk.activeWindow() == desk.windows().front(); });
-            desk.hand.tapKey(kKeyEscape);
-        } else { // At once, before it has come up fully.
-            desk.companion.effectOn();
-            desk.companion.effectOff();
-        }
-        waitUntil("no window", [&] { return desk.windows().empty(); });
-        if (i == 9)
-            warm = privateKilobytes(desk.companion.process().pid());
-    }
-    EXPECT_TRUE(desk.companion.process().running());
-#ifndef __SANITIZE_ADDRESS__ // It keeps what was freed.
-    EXPECT_LE(privateKilobytes(desk.companion.process().pid()) - warm, 2048);
-#endif
-    desk.open();
-    desk.click(control::kModes[3]);
-    desk.expectStored("LOCAL_MOUSETYPE", "3");
 }
 
 TEST(HostileSettings, OpenTheWindowAndStayAsTheyAreUntilTheirControlIsUsed) {
