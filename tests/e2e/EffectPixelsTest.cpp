@@ -67,21 +67,6 @@ INSTANTIATE_TEST_SUITE_P(EvenAndOdd, EffectSize, ::testing::Values(51, 150),
 
 class DrawnEffect : public ::testing::TestWithParam<const char *> {};
 
-TEST_P(DrawnEffect, IsGoneHalfASecondAfterTheKeyIsLetGo) {
-    Talk talk(effectSettings(GetParam()));
-    for (int round = 0; round < 2; ++round) {
-        talk.companion.effectOn();
-        talk.hand.move({200, 150});
-        talk.screen.waitFor("an effect", QRect(150, 100, 150, 100), [](const QImage &image) {
-            return !plainLook(kSlideColour)(0, 0, image.pixel(50, 50)) ||
-                   !plainLook(kSlideColour)(0, 0, image.pixel(149, 0));
-        });
-        talk.companion.receiver("event 00");
-        EXPECT_LT(talk.expectPlainSlide(), kReleaseLimit);
-        talk.expectLookStays("a clean slide", plainLook(kSlideColour), 300ms);
-    }
-}
-
 TEST_P(DrawnEffect, LooksAfterAThousandRandomMovesLikeAFreshOne) {
     Talk talk(effectSettings(GetParam(), 51));
     talk.companion.effectOn();

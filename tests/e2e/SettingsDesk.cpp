@@ -91,15 +91,15 @@ void SettingsDesk::awaitNoDialog() const {
 }
 
 std::vector<xcb_window_t> SettingsDesk::stack() const {
-    auto all = childrenOf(desktop.connection().root());
-    std::erase_if(all, [this](xcb_window_t window) { return !isShown(window); });
+    auto all = desktop.connection().childrenOf(desktop.connection().root());
+    std::erase_if(all, [this](xcb_window_t window) { return !desktop.connection().isShown(window); });
     return all;
 }
 
 xcb_window_t SettingsDesk::frameOf(xcb_window_t window) const {
     for (;;) {
         xcb_window_t parent = XCB_WINDOW_NONE;
-        childrenOf(window, &parent);
+        desktop.connection().childrenOf(window, &parent);
         if (parent == desktop.connection().root() || parent == XCB_WINDOW_NONE)
             return window;
         window = parent;
@@ -130,16 +130,6 @@ void SettingsDesk::expectOverlayBelow(xcb_window_t window) const {
 
 xcb_window_t SettingsDesk::activeWindow() const {
     return desktop.connection().rootWindowProperty("_NET_ACTIVE_WINDOW");
-}
-
-QRect SettingsDesk::areaOf(xcb_window_t window) const {
-    const XConnection &c = desktop.connection();
-    const auto sizeCookie = xcb_get_geometry(c, window);
-    const auto placeCookie = xcb_translate_coordinates(c, window, c.root(), 0, 0);
-    const XcbPtr<xcb_get_geometry_reply_t> size(xcb_get_geometry_reply(c, sizeCookie, nullptr));
-    const XcbPtr<xcb_translate_coordinates_reply_t> place(
-        xcb_translate_coordinates_reply(c, placeCookie, nullptr));
-    return size && place ? QRect(place->dst_x, place->dst_y, size->width, size->height) : QRect();
 }
 
 void SettingsDesk::moveTo(xcb_window_t window, QPoint frame) const {
@@ -207,17 +197,6 @@ void SettingsDesk::expectStored(const std::string &key, const std::string &value
     }
 }
 
-std::vector<xcb_window_t> SettingsDesk::childrenOf(xcb_window_t window, xcb_window_t *parent) const {
-    const XConnection &c = desktop.connection();
-    const XcbPtr<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(c, xcb_query_tree(c, window), nullptr));
-    if (!tree)
-        return {};
-    if (parent != nullptr)
-        *parent = tree->parent;
-    const auto *children = xcb_query_tree_children(tree.get());
-    return {children, children + xcb_query_tree_children_length(tree.get())};
-}
-
 std::string SettingsDesk::className(xcb_window_t window) const {
     const XConnection &c = desktop.connection();
     const XcbPtr<xcb_get_property_reply_t> reply(xcb_get_property_reply(
@@ -230,20 +209,13 @@ std::string SettingsDesk::className(xcb_window_t window) const {
     return std::string(all.substr(0, all.find('\0')));
 }
 
-bool SettingsDesk::isShown(xcb_window_t window) const {
-    const XConnection &c = desktop.connection();
-    const XcbPtr<xcb_get_window_attributes_reply_t> attributes(
-        xcb_get_window_attributes_reply(c, xcb_get_window_attributes(c, window), nullptr));
-    return attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
-}
-
 // All windows of the program that are on the screen, in this one and the ones within.
 void SettingsDesk::collect(xcb_window_t window, std::vector<xcb_window_t> &found) const {
-    if (!isShown(window))
+    if (!desktop.connection().isShown(window))
         return;
     if (className(window) == kProgram)
         found.push_back(window);
-    for (const xcb_window_t child : childrenOf(window))
+    for (const xcb_window_t child : desktop.connection().childrenOf(window))
         collect(child, found);
 }
 
