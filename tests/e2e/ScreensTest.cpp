@@ -70,7 +70,7 @@ INSTANTIATE_TEST_SUITE_P(Placements, MainMonitor, ::testing::ValuesIn(kPlacement
 
 class Scale : public ::testing::TestWithParam<const char *> {};
 
-TEST_P(Scale, HintDotAndLensAreMeasuredInPoints) {
+TEST_P(Scale, HintAndDotAreMeasuredInPoints) {
     const double scale = std::stod(GetParam());
     const auto pixels = [scale](int points) { return static_cast<int>(points * scale); };
     const CompanionProcess::Options options{.settings = {{"LOCAL_MOUSETYPE", "1"}},
@@ -96,15 +96,6 @@ TEST_P(Scale, HintDotAndLensAreMeasuredInPoints) {
     talk.expectLook("the dot",
                     [&](int x, int y, QRgb seen) { return hint.contains(x, y) || dot(x, y, seen); });
     talk.companion.effectOff();
-
-    talk.companion.pressOnce("01"); // To the lens.
-    talk.companion.pressOnce("02");
-    const QImage picture = noise(talk.desktop.size(), 5);
-    talk.slide.setPicture(picture);
-    talk.expectLook("the test picture without the hint", pictureLook(picture));
-    talk.companion.effectOn();
-    talk.hand.move({501, 402});
-    talk.expectLook("the lens", lensLook({501, 402}, size, 50, picture, picture, pixels(2)));
 }
 
 INSTANTIATE_TEST_SUITE_P(Factors, Scale, ::testing::Values("1.5", "2"), [](const auto &factor) {

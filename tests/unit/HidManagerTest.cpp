@@ -10,7 +10,6 @@
 
 #include <cstdio>
 #include <optional>
-#include <random>
 
 namespace companion {
 namespace {
@@ -197,44 +196,6 @@ TEST_F(HidManagerTest, TheTimerIsDroppedInSilenceWhileTheReceiverIsClosed) {
     queue.advance(500ms);
     manager->sendTimerWithTimeInt(45);
     EXPECT_EQ(log.lines.size(), 1U) << "an open receiver that refuses it is not noticed";
-}
-
-TEST_F(HidManagerTest, WhateverHappensToTheReceiverOnePassIsPendingAndTheLinkComesBack) {
-    manager->initManager();
-    std::mt19937 random(7);
-    const auto upTo = [&random](int most) { return std::uniform_int_distribution(0, most)(random); };
-    const auto disturb = [&] {
-        switch (upTo(5)) {
-        case 0:
-            return hid.plug();
-        case 1:
-            return hid.unplug();
-        case 2:
-            return hid.replug();
-        case 3:
-            hid.stalled = !hid.stalled;
-            return;
-        default:
-            hid.reply = {0x12, static_cast<std::uint8_t>(upTo(255))};
-        }
-    };
-    for (int step = 0; step < 20'000; ++step) {
-        disturb();
-        hid.duringRead = [&, inside = upTo(9) == 0] {
-            if (inside)
-                disturb();
-        };
-        queue.advance(std::chrono::milliseconds(upTo(700)));
-        ASSERT_EQ(queue.pending(), 1U);
-    }
-    hid.duringRead = [] {};
-    hid.stalled = false;
-    hid.plug();
-    queue.advance(1'100ms);
-    forget();
-    queue.advance(500ms);
-    EXPECT_EQ(std::count(posts.begin(), posts.end(), LOCAL_DEVICECONNECT), 5);
-    EXPECT_EQ(hid.misuses, 0);
 }
 
 TEST_F(HidManagerTest, ALinkThatIsDestroyedClosesTheReceiverAndItsPassesComeToNothing) {

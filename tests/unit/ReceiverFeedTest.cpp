@@ -225,34 +225,23 @@ TEST_F(ReceiverFeedTest, AScriptIsCheckedAsAWholeBeforeAnythingRuns) {
     EXPECT_NE(VirtualHidPort(receiver).open(1, 2), nullptr) << "nothing was unplugged";
 }
 
-TEST_F(ReceiverFeedTest, StandardInputIsAFeedAndRepliesThatNobodyTakesAreNoMatter) {
+TEST_F(ReceiverFeedTest, RepliesToStandardInputThatNobodyTakesAreNoMatter) {
     std::array<int, 2> input{};
     std::array<int, 2> output{};
-    ASSERT_EQ(::pipe(input.data()), 0);
-    ASSERT_EQ(::pipe(output.data()), 0);
-    const FileDescriptor savedInput = FileDescriptor::copyOf(STDIN_FILENO);
-    const FileDescriptor savedOutput = FileDescriptor::copyOf(STDOUT_FILENO);
-    FileDescriptor writer(input[1]);
-    FileDescriptor reader(output[0]);
+    ASSERT_EQ(::pipe(input.data()) | ::pipe(output.data()), 0);
+    const FileDescriptor saved[] = {FileDescriptor::copyOf(STDIN_FILENO),
+                                    FileDescriptor::copyOf(STDOUT_FILENO)};
     ::dup2(input[0], STDIN_FILENO);
     ::dup2(output[1], STDOUT_FILENO);
-    ::close(input[0]);
-    ::close(output[1]);
     const auto feed = open("-");
-    ::dup2(savedInput.get(), STDIN_FILENO);
-    ::dup2(savedOutput.get(), STDOUT_FILENO);
-    ASSERT_TRUE(feed) << error;
-
+    ::dup2(saved[0].get(), STDIN_FILENO);
+    ::dup2(saved[1].get(), STDOUT_FILENO);
+    for (const int end : {input[0], output[0], output[1]}) // As when the reader of the replies has ended.
+        ::close(end);
+    const FileDescriptor writer(input[1]);
     VirtualHidPort port(receiver);
-    ASSERT_EQ(::write(writer.get(), "unplug\n", 7), 7);
+    ASSERT_EQ(::write(writer.get(), "plug\ncounts\nunplug\n", 19), 19);
     EXPECT_TRUE(turnUntil([&] { return !isPlugged(port); }));
-    std::array<char, 16> reply{};
-    EXPECT_EQ(::read(reader.get(), reply.data(), reply.size()), 3);
-    EXPECT_STREQ(reply.data(), "ok\n");
-
-    reader = FileDescriptor(); // As when the reader of the replies has ended.
-    ASSERT_EQ(::write(writer.get(), "plug\ncounts\n", 12), 12);
-    EXPECT_TRUE(turnUntil([&] { return isPlugged(port); }));
 }
 
 } // namespace

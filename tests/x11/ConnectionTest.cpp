@@ -1,18 +1,9 @@
 #include "x11/X11Fixture.h"
 
-#include <QDir>
-
 namespace companion {
 namespace {
 
-class ConnectionTest : public X11Fixture {
-protected:
-    // The process is about to exit: nothing removes the desktop's folder then.
-    void loseServer() {
-        QDir(QString::fromStdString(desktop->file("."))).removeRecursively();
-        desktop->stopServer();
-    }
-};
+using ConnectionTest = X11Fixture;
 
 TEST_F(ConnectionTest, AServerThatCannotBeReachedOrLacksAnExtensionIsNamed) {
     std::string error;
