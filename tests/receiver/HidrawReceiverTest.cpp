@@ -62,23 +62,6 @@ TEST(HidrawReceiverTest, AReceiverPluggedInAgainBetweenTwoPollsIsOpenedHalfASeco
     expectNear(pauses[2], 100ms + 500ms);
 }
 
-TEST(HidrawReceiverTest, AStallATimeOutAndAShortAnswerAreNoRemoval) {
-    HidrawRig rig;
-    rig.device.setEvent({0x20, 0x33});
-    rig.timesOf("获得数据 12,20,33, 0", 2);
-    rig.device.setMode(HidrawDevice::Mode::Stall);
-    rig.waitForReads(4);
-    rig.device.setDelay(700ms);
-    rig.waitForReads(2);
-    rig.device.setDelay(0ms);
-    rig.device.setMode(HidrawDevice::Mode::Short);
-    rig.timesOf(kPolled, 2); // What was left out reads as zero.
-    rig.device.setMode(HidrawDevice::Mode::Ok);
-    const std::size_t before = countOf(rig, "获得数据 12,20,33, 0");
-    rig.timesOf("获得数据 12,20,33, 0", 2, before);
-    EXPECT_EQ(rig.device.opens(), 1);
-}
-
 TEST(HidrawReceiverTest, TheEffectFollowsTheKeyAndEndsWithAPulledReceiver) {
     const Desktop desktop({.size = {640, 480}});
     const Screen screen(desktop);

@@ -284,22 +284,6 @@ TEST_F(MagnifierTest, TheLensShowsThePictureAroundTheCursorEnlargedByWholeFactor
     }
 }
 
-TEST_F(MagnifierTest, AFactorBelowOneOrNoPictureLeavesOnlyTheRing) {
-    config.setMouseSizeValue(150);
-    config.setMouseZoomValue(5);
-    moveTo({300, 190});
-    EXPECT_EQ(at(300, 170), 0U);
-    EXPECT_EQ(at(300, 170 - 74), 0xffffffffU);
-    config.setMouseZoomValue(50);
-    image->setImage({});
-    moveTo({300, 190});
-    EXPECT_EQ(at(300, 170), 0U);
-    EXPECT_EQ(at(300, 170 - 74), 0xffffffffU);
-    lens->setRenderView(nullptr);
-    moveTo({300, 191});
-    EXPECT_EQ(at(300, 170), 0U);
-}
-
 TEST_F(MagnifierTest, EveryDrawingLogsTheRenderPointAndMovingPaintsTheLensOnly) {
     config.setMouseSizeValue(150);
     moveTo({300, 190});

@@ -2,6 +2,7 @@
 
 #include "platform/virtual_receiver/SocketFeed.h"
 #include "platform/virtual_receiver/VirtualHidPort.h"
+#include "support/SocketClient.h"
 #include "support/VirtualMainQueue.h"
 
 #include <QCoreApplication>
@@ -11,14 +12,10 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 
 #include <array>
-#include <cstring>
 #include <fstream>
-#include <sstream>
 
 namespace companion {
 namespace {
@@ -65,40 +62,7 @@ protected:
     std::string error;
 };
 
-// One connection from outside.
-class Client {
-public:
-    explicit Client(const std::string &path) : m_socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0)) {
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        path.copy(address.sun_path, sizeof address.sun_path - 1);
-        connected =
-            ::connect(m_socket.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0;
-    }
-
-    bool send(std::string_view text) {
-        return ::send(m_socket.get(), text.data(), text.size(), MSG_NOSIGNAL) ==
-               static_cast<ssize_t>(text.size());
-    }
-    void endInput() { ::shutdown(m_socket.get(), SHUT_WR); }
-
-    // All that came so far; `ended` once the other side has closed.
-    const std::string &received() {
-        std::array<char, 4096> bytes;
-        ssize_t length = 0;
-        while ((length = ::recv(m_socket.get(), bytes.data(), bytes.size(), 0)) > 0)
-            m_received.append(bytes.data(), static_cast<std::size_t>(length));
-        ended |= length == 0;
-        return m_received;
-    }
-
-    bool connected = false;
-    bool ended = false;
-
-private:
-    FileDescriptor m_socket;
-    std::string m_received;
-};
+using Client = SocketClient;
 
 class ReceiverSocketTest : public ReceiverFeedTest {
 protected:
@@ -144,7 +108,7 @@ TEST_F(ReceiverSocketTest, ClientsThatLeaveAtAnyMomentDisturbNobody) {
     EXPECT_EQ(report[1], 0x10) << "what a client asked for before it left is done";
     client.send("jump");
     client.endInput(); // Which ends its last line, too.
-    EXPECT_TRUE(turnUntil([&] { return client.received(), client.ended; }));
+    EXPECT_TRUE(turnUntil([&] { return client.closed(); }));
     EXPECT_TRUE(client.received().ends_with("error unknown command 'jump'\n"));
 }
 
@@ -181,7 +145,7 @@ TEST_F(ReceiverSocketTest, TooManyConnectionsAreToldSoUntilOneOfThemLeaves) {
         turn();
     }
     Client refused(path("socket"));
-    EXPECT_TRUE(turnUntil([&] { return refused.received(), refused.ended; }));
+    EXPECT_TRUE(turnUntil([&] { return refused.closed(); }));
     EXPECT_EQ(refused.received(), "error too many connections\n");
     clients.pop_front();
     Client welcome(path("socket"));

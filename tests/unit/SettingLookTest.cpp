@@ -108,31 +108,22 @@ TEST_F(SettingLookTest, ColoursAndFramesAreTheWindowsOwnUnderADarkDesktopToo) {
         << "and not through it";
 }
 
-TEST_F(SettingLookTest, TheKeyboardReachesEveryControlInReadingOrderAndShowsWhereItIs) {
-    const QStringList order{QStringLiteral("languageBtn"),     QStringLiteral("modeNormalBtn"),
-                            QStringLiteral("modePointBtn"),    QStringLiteral("modeLaserBtn"),
-                            QStringLiteral("modeZoomBtn"),     QStringLiteral("mouseSizeSwitch"),
-                            QStringLiteral("mouseSizeNumber"), QStringLiteral("mouseZoomSwitch"),
-                            QStringLiteral("mouseZoomNumber"), QStringLiteral("timeStepper"),
-                            QStringLiteral("timeSetBtn"),      QStringLiteral("backColorWell"),
-                            QStringLiteral("backAlphaSwitch"), QStringLiteral("backAlphaNumber"),
-                            QStringLiteral("frontColorWell"),  QStringLiteral("frontAlphaSwitch"),
-                            QStringLiteral("frontAlphaNumber")};
+TEST_F(SettingLookTest, AControlWithTheKeyboardLooksDifferentAndHasANameForAScreenReader) {
     open();
-    QWidget &window = *controller->window();
-    find("languageBtn").setFocus();
-    for (const QString &name : order) {
-        QWidget *focused = window.focusWidget();
-        ASSERT_EQ(focused->objectName().toStdString(), name.toStdString());
-        EXPECT_FALSE(focused->accessibleName().isEmpty() && focused->property("text").toString().isEmpty())
-            << name.toStdString() << " has no name for a screen reader";
-        const QImage with = focused->grab().toImage();
-        QTest::keyClick(focused, Qt::Key_Tab);
-        find(name.toLatin1().constData()).repaint();
-        EXPECT_NE(find(name.toLatin1().constData()).grab().toImage(), with)
-            << name.toStdString() << " looks the same without the focus";
+    int controls = 0;
+    for (QWidget *widget : controller->window()->findChildren<QWidget *>()) {
+        if (!widget->isVisible() || !(widget->focusPolicy() & Qt::TabFocus) ||
+            widget->focusProxy() != nullptr)
+            continue;
+        SCOPED_TRACE(widget->objectName().toStdString());
+        ++controls;
+        EXPECT_FALSE(widget->accessibleName().isEmpty() && widget->property("text").toString().isEmpty());
+        widget->setFocus(Qt::TabFocusReason);
+        const QImage with = widget->grab().toImage();
+        widget->clearFocus();
+        EXPECT_NE(widget->grab().toImage(), with);
     }
-    EXPECT_EQ(window.focusWidget()->objectName().toStdString(), "languageBtn") << "round";
+    EXPECT_EQ(controls, 17);
 }
 
 TEST_F(SettingLookTest, EveryPictureIsThere) {

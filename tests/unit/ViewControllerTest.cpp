@@ -187,10 +187,6 @@ TEST_F(ViewControllerTest,
     const auto &lens = controller->zoomView();
     EXPECT_TRUE(shown(lens));
     EXPECT_EQ(lens->frame(), (PointRect{0, 0, 51, 51}));
-    EXPECT_EQ(lens->layer().borderWidth, 2.0);
-    EXPECT_EQ(lens->layer().cornerRadius, 25.0);
-    EXPECT_EQ(lens->renderView()->frame(), (PointRect{0, 4000, 800, 592}));
-    EXPECT_EQ(controller->zoomScreenShotImageView()->frame(), (PointRect{0, 0, 800, 600}));
     queue.advance(99ms);
     EXPECT_TRUE(shown(lens));
     queue.advance(1ms);
@@ -202,8 +198,6 @@ TEST_F(ViewControllerTest,
     EXPECT_EQ(platform.capture.asked, 1);
     EXPECT_TRUE(shown(lens));
     moveTo({200, 200});
-    EXPECT_EQ(lens->frame(), (PointRect{175, 175, 51, 51}));
-    EXPECT_EQ(lens->renderPoint(), (Point{175, 175}));
     EXPECT_EQ(at(200, 400), 0xff336699U);
     platform.fakeSurface.change({5000, 4500}, 1, true);
     EXPECT_EQ(controller->zoomView()->renderView()->frame().y, 4500)

@@ -182,12 +182,6 @@ TEST_F(SurfaceTest, TheMouseIsTakenEverywhereOrNowhere) {
         return numbers;
     };
 
-    // Nowhere, even where the overlay shows something.
-    present({{{kScreen, kHalfRed}}, {}, {kScreen}});
-    ASSERT_TRUE(eventually([&] { return !overlay->outline().empty(); }));
-    hand->clickAt({200, 200});
-    EXPECT_TRUE(eventually([&] { return presses() == std::vector{1}; }));
-
     // Everywhere, even where nothing shows, with every button and the wheel.
     present({{{kScreen, 0}}, {}, {}});
     surface->setTakesMouse(true);
