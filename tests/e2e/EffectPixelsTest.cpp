@@ -21,49 +21,34 @@ Settings effectSettings(const std::string &type, int size = 150) {
             {"LOCAL_FRONTALPHA", "0.8"}};
 }
 
-// Nothing reaches the top rows of the screen.
-Look belowFreeRows(const Look &look) {
-    return [=](int x, int y, QRgb seen) {
-        return y < kFreeRows ? sameColour(seen, kSlideColour, 0) : look(x, y, seen);
-    };
-}
-
 Look spotlight(QPoint pointer, int size) {
-    return belowFreeRows(discLook(Disc(pointer, size), kSlideColour, blend(kSlideColour, kBack, 0.6)));
+    return slideLook(Disc(pointer, size), kSlideColour, blend(kSlideColour, kBack, 0.6));
 }
 
 Look laser(QPoint pointer, int size) {
-    return belowFreeRows(discLook(Disc(pointer, size), blend(kSlideColour, kFront, 0.8), kSlideColour));
+    return slideLook(Disc(pointer, size), blend(kSlideColour, kFront, 0.8), kSlideColour);
 }
 
 // In the open, cut by each edge, and back.
 const QPoint kPlaces[] = {{301, 222}, {302, 223}, {3, 300}, {797, 301},
                           {400, 2},   {401, 598}, {0, 599}, {300, 222}};
 
-class EffectSize : public ::testing::TestWithParam<int> {};
+class EffectOf : public ::testing::TestWithParam<std::tuple<const char *, int>> {};
 
-TEST_P(EffectSize, SpotlightDimsAllButADiscAtThePointer) {
-    Talk talk(effectSettings("1", GetParam()));
+TEST_P(EffectOf, LiesAtThePointerAndNowhereElse) {
+    const auto [type, size] = GetParam();
+    const auto look = std::string(type) == "1" ? spotlight : laser;
+    Talk talk(effectSettings(type, size));
     talk.companion.effectOn();
-    talk.expectLook("a spotlight in the centre", spotlight(talk.desktop.centre(), GetParam()));
+    talk.expectLook("the effect in the centre", look(talk.desktop.centre(), size));
     for (const QPoint place : kPlaces) {
         talk.hand.move(place);
-        talk.expectLook("a spotlight at the pointer", spotlight(place, GetParam()));
+        talk.expectLook("the effect at the pointer", look(place, size));
     }
 }
 
-TEST_P(EffectSize, LaserDotLiesAtThePointerAndLeavesTheRestAlone) {
-    Talk talk(effectSettings("2", GetParam()));
-    talk.companion.effectOn();
-    talk.expectLook("a laser dot in the centre", laser(talk.desktop.centre(), GetParam()));
-    for (const QPoint place : kPlaces) {
-        talk.hand.move(place);
-        talk.expectLook("a laser dot at the pointer", laser(place, GetParam()));
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(EvenAndOdd, EffectSize, ::testing::Values(51, 150),
-                         ::testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(TypesAndSizes, EffectOf,
+                         ::testing::Combine(::testing::Values("1", "2"), ::testing::Values(51, 150)));
 
 class DrawnEffect : public ::testing::TestWithParam<const char *> {};
 

@@ -22,14 +22,8 @@ Settings settingsFor(const char *type) {
             {"LOCAL_FRONTALPHA", "0.8"}};
 }
 
-Look freeRowsAnd(const Look &look) {
-    return [=](int x, int y, QRgb seen) {
-        return y < kFreeRows ? sameColour(seen, kSlideColour) : look(x, y, seen);
-    };
-}
-
 Look spotlightAt(QPoint pointer) {
-    return freeRowsAnd(discLook(Disc(pointer, 100), kSlideColour, kDimmed));
+    return slideLook(Disc(pointer, 100), kSlideColour, kDimmed);
 }
 
 class Ending : public ::testing::TestWithParam<int> {};

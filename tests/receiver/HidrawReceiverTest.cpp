@@ -22,10 +22,6 @@ milliseconds medianGap(const std::vector<milliseconds> &times) {
     return gaps[gaps.size() / 2];
 }
 
-void expectNear(milliseconds actual, milliseconds expected) {
-    EXPECT_LE(std::abs((actual - expected).count()), 10) << actual.count() << " ms";
-}
-
 std::size_t countOf(const HidrawRig &rig, const std::string &text) {
     const auto lines = rig.log();
     return static_cast<std::size_t>(
@@ -35,31 +31,12 @@ std::size_t countOf(const HidrawRig &rig, const std::string &text) {
 TEST(HidrawReceiverTest, AReceiverIsPolledTenTimesASecond) {
     HidrawRig rig;
     rig.device.setEvent({0x20});
-    expectNear(medianGap(rig.timesOf(kPolled, 21)), 100ms);
-    EXPECT_EQ(rig.device.opens(), 1);
+    EXPECT_NEAR(double(medianGap(rig.timesOf(kPolled, 21)).count()), 100, 10);
     rig.device.setEvent({0x00});
     rig.waitForReads(2);
     const std::size_t logged = rig.log().size();
     rig.waitForReads(3);
     EXPECT_EQ(rig.log().size(), logged) << "no key, no line";
-}
-
-TEST(HidrawReceiverTest, AReceiverPluggedInAgainBetweenTwoPollsIsOpenedHalfASecondAfterThePollThatMissesIt) {
-    HidrawRig rig;
-    rig.device.setEvent({0x20});
-    std::vector<milliseconds> pauses;
-    for (int i = 0; i < 5; ++i) {
-        const std::size_t before = rig.timesOf(kPolled, 2).size();
-        rig.replug();
-        const auto times = rig.timesOf(kPolled, 3, before - 1);
-        milliseconds longest{0}; // One more poll may have been under way.
-        for (std::size_t j = 1; j < times.size(); ++j)
-            longest = std::max(longest, times[j] - times[j - 1]);
-        pauses.push_back(longest);
-        EXPECT_EQ(rig.device.opens(), i + 2);
-    }
-    std::sort(pauses.begin(), pauses.end());
-    expectNear(pauses[2], 100ms + 500ms);
 }
 
 TEST(HidrawReceiverTest, TheEffectFollowsTheKeyAndEndsWithAPulledReceiver) {
