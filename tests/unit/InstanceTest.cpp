@@ -106,16 +106,6 @@ TEST_F(InstanceTest, AFolderThatOthersMayHavePreparedIsNotTrusted) {
     EXPECT_EQ(fs::status(own).permissions(), fs::perms::owner_all);
 }
 
-TEST_F(InstanceTest, WithoutASocketTheLockIsKeptAndTheReasonTold) {
-    places.session += "/" + std::string(100, 'x');
-    fs::create_directory(places.session);
-    const auto first = claim();
-    ASSERT_EQ(first.outcome, Outcome::First);
-    EXPECT_EQ(first.lock->listener(), nullptr);
-    EXPECT_NE(first.lock->listenerError().find("too long"), std::string::npos);
-    EXPECT_EQ(claim().outcome, Outcome::Stuck);
-}
-
 TEST_F(InstanceTest, WhateverElseArrivesOnTheSocketIsRefusedBoundedAndLoggedOnce) {
     const auto first = claim();
     serve(*first.lock);

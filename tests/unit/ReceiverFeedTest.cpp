@@ -74,19 +74,6 @@ protected:
     std::unique_ptr<ReceiverFeed> feed;
 };
 
-TEST_F(ReceiverFeedTest, TheSocketIsTheUsersOwnAndGoesWithTheFeed) {
-    const mode_t before = ::umask(0);
-    auto feed = open(path("socket"));
-    EXPECT_EQ(::umask(before), 0U) << "left as it was";
-    ASSERT_TRUE(feed) << error;
-    struct stat status {};
-    ASSERT_EQ(::stat(path("socket").c_str(), &status), 0);
-    EXPECT_TRUE(S_ISSOCK(status.st_mode));
-    EXPECT_EQ(status.st_mode & 07777, 0600U);
-    feed.reset();
-    EXPECT_FALSE(QFile::exists(QString::fromStdString(path("socket"))));
-}
-
 TEST_F(ReceiverSocketTest, ClientsThatLeaveAtAnyMomentDisturbNobody) {
     VirtualHidPort port(receiver);
     {
