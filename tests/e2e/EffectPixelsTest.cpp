@@ -48,7 +48,11 @@ TEST_P(EffectOf, LiesAtThePointerAndNowhereElse) {
 }
 
 INSTANTIATE_TEST_SUITE_P(TypesAndSizes, EffectOf,
-                         ::testing::Combine(::testing::Values("1", "2"), ::testing::Values(51, 150)));
+                         ::testing::Combine(::testing::Values("1", "2"), ::testing::Values(51, 150)),
+                         [](const auto &each) {
+                             return (std::string(std::get<0>(each.param)) == "1" ? "Spotlight" : "Laser") +
+                                    std::to_string(std::get<1>(each.param));
+                         });
 
 class DrawnEffect : public ::testing::TestWithParam<const char *> {};
 
