@@ -39,9 +39,6 @@ TEST(CommandLine, WhatIsWrongIsNamedInOneLineAndEndsTheProgramWithStatusTwo) {
         {{"--no-such-option"}, "--no-such-option"},
         {{"stray"}, "stray"},
         {{"--receiver"}, "--receiver"},
-        {{"--receiver=1209"}, "1209"},
-        {{"--receiver=1209:xyz"}, "xyz"},
-        {{"--receiver=0000:0001"}, "0000"},
         {{"--receiver=12090:0001"}, "12090"},
         {{"--virtual-receiver=" + desktop.file("no-such-folder/socket")}, "no-such-folder/socket"},
         {{"--virtual-receiver=" + desktop.file("bad-script")}, "1G"},
@@ -82,32 +79,15 @@ TEST(CommandLine, AToolkitThatGivesUpEndsTheProgramWithStatusOneAndNoCore) {
     }
 }
 
-TEST(WaylandSession, IsToldInOneLineThatTheDoctorRepeats) {
+TEST(WaylandSession, IsToldInOneLine) {
     const Desktop desktop({.size = {640, 480}, .windowManager = false, .compositor = false});
     Environment environment = desktop.environment();
     environment["WAYLAND_DISPLAY"] = "wayland-0";
     CompanionProcess companion(desktop, CompanionProcess::Options{.environment = environment});
-    std::string told;
-    for (const auto &line : companion.log())
-        if (line.text.starts_with("Wayland session"))
-            told += line.text + '\n';
-    EXPECT_EQ(lineCount(told), 1);
-    ChildProcess doctor({companionProgram(), "--doctor"}, environment);
-    doctor.waitForExit();
-    EXPECT_NE(doctor.out().find("session      " + told), std::string::npos) << doctor.out();
-}
-
-TEST(ReceiverCommands, WrongOnesAreAnsweredWithTheReasonAndDisturbNothing) {
-    Talk talk(Settings{{"LOCAL_MOUSETYPE", "2"}});
-    for (const auto &[command, named] :
-         {std::pair{"event 1G", "1G"}, {"events", "events"}, {"mode deaf", "deaf"}}) {
-        const std::string answer = talk.companion.ask(command);
-        EXPECT_TRUE(answer.starts_with("error ")) << answer;
-        EXPECT_NE(answer.find(named), std::string::npos) << answer;
-    }
-    talk.companion.effectOn();
-    talk.hand.move({200, 200});
-    talk.screen.waitForPixel({200, 200}, blend(kSlideColour, qRgb(255, 0, 0), 0.8));
+    const auto log = companion.log();
+    EXPECT_EQ(std::count_if(log.begin(), log.end(),
+                            [](const auto &line) { return line.text.starts_with("Wayland session"); }),
+              1);
 }
 
 TEST(ReceiverCommands, ComeFromStandardInputAndFromAScriptToo) {

@@ -21,66 +21,40 @@ Settings effectSettings(const std::string &type, int size = 150) {
             {"LOCAL_FRONTALPHA", "0.8"}};
 }
 
-// Nothing reaches the top rows of the screen.
-Look belowFreeRows(const Look &look) {
-    return [=](int x, int y, QRgb seen) {
-        return y < kFreeRows ? sameColour(seen, kSlideColour, 0) : look(x, y, seen);
-    };
-}
-
 Look spotlight(QPoint pointer, int size) {
-    return belowFreeRows(discLook(Disc(pointer, size), kSlideColour, blend(kSlideColour, kBack, 0.6)));
+    return slideLook(Disc(pointer, size), kSlideColour, blend(kSlideColour, kBack, 0.6));
 }
 
 Look laser(QPoint pointer, int size) {
-    return belowFreeRows(discLook(Disc(pointer, size), blend(kSlideColour, kFront, 0.8), kSlideColour));
+    return slideLook(Disc(pointer, size), blend(kSlideColour, kFront, 0.8), kSlideColour);
 }
 
 // In the open, cut by each edge, and back.
 const QPoint kPlaces[] = {{301, 222}, {302, 223}, {3, 300}, {797, 301},
                           {400, 2},   {401, 598}, {0, 599}, {300, 222}};
 
-class EffectSize : public ::testing::TestWithParam<int> {};
+class EffectOf : public ::testing::TestWithParam<std::tuple<const char *, int>> {};
 
-TEST_P(EffectSize, SpotlightDimsAllButADiscAtThePointer) {
-    Talk talk(effectSettings("1", GetParam()));
+TEST_P(EffectOf, LiesAtThePointerAndNowhereElse) {
+    const auto [type, size] = GetParam();
+    const auto look = std::string(type) == "1" ? spotlight : laser;
+    Talk talk(effectSettings(type, size));
     talk.companion.effectOn();
-    talk.expectLook("a spotlight in the centre", spotlight(talk.desktop.centre(), GetParam()));
+    talk.expectLook("the effect in the centre", look(talk.desktop.centre(), size));
     for (const QPoint place : kPlaces) {
         talk.hand.move(place);
-        talk.expectLook("a spotlight at the pointer", spotlight(place, GetParam()));
+        talk.expectLook("the effect at the pointer", look(place, size));
     }
 }
 
-TEST_P(EffectSize, LaserDotLiesAtThePointerAndLeavesTheRestAlone) {
-    Talk talk(effectSettings("2", GetParam()));
-    talk.companion.effectOn();
-    talk.expectLook("a laser dot in the centre", laser(talk.desktop.centre(), GetParam()));
-    for (const QPoint place : kPlaces) {
-        talk.hand.move(place);
-        talk.expectLook("a laser dot at the pointer", laser(place, GetParam()));
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(EvenAndOdd, EffectSize, ::testing::Values(50, 51, 150),
-                         ::testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(TypesAndSizes, EffectOf,
+                         ::testing::Combine(::testing::Values("1", "2"), ::testing::Values(51, 150)),
+                         [](const auto &each) {
+                             return (std::string(std::get<0>(each.param)) == "1" ? "Spotlight" : "Laser") +
+                                    std::to_string(std::get<1>(each.param));
+                         });
 
 class DrawnEffect : public ::testing::TestWithParam<const char *> {};
-
-TEST_P(DrawnEffect, IsGoneHalfASecondAfterTheKeyIsLetGo) {
-    Talk talk(effectSettings(GetParam()));
-    for (int round = 0; round < 2; ++round) {
-        talk.companion.effectOn();
-        talk.hand.move({200, 150});
-        talk.screen.waitFor("an effect", QRect(150, 100, 150, 100), [](const QImage &image) {
-            return !plainLook(kSlideColour)(0, 0, image.pixel(50, 50)) ||
-                   !plainLook(kSlideColour)(0, 0, image.pixel(149, 0));
-        });
-        talk.companion.receiver("event 00");
-        EXPECT_LT(talk.expectPlainSlide(), kReleaseLimit);
-        talk.expectLookStays("a clean slide", plainLook(kSlideColour), 300ms);
-    }
-}
 
 TEST_P(DrawnEffect, LooksAfterAThousandRandomMovesLikeAFreshOne) {
     Talk talk(effectSettings(GetParam(), 51));
@@ -121,24 +95,18 @@ TEST_P(UndrawnEffect, LeavesTheScreenAsItIs) {
         talk.hand.move(place);
         talk.expectLookStays("a slide without an effect", plainLook(kSlideColour), 200ms);
     }
+    EXPECT_EQ(talk.companion.storedSettings(), GetParam().settings) << "nothing is saved";
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Each, UndrawnEffect,
     ::testing::Values(
-        Undrawn{"Normal", effectSettings("0")}, Undrawn{"UnknownType", effectSettings("7")},
+        Undrawn{"FirstStart", {}}, Undrawn{"Normal", effectSettings("0")},
+        Undrawn{"UnknownType", effectSettings("7")},
         Undrawn{"LaserWithoutColour", {{"LOCAL_MOUSETYPE", "2"}, {"LOCAL_FRONTCOLOR", "garbage"}}},
         Undrawn{"SpotlightWithoutColour", {{"LOCAL_MOUSETYPE", "1"}, {"LOCAL_BACKCOLOR", "garbage"}}},
         Undrawn{"TransparentSpotlight", {{"LOCAL_MOUSETYPE", "1"}, {"LOCAL_BACKALPHA", "0"}}}),
     [](const auto &each) { return std::string(each.param.name); });
-
-TEST(FirstStart, ShowsNothingAndSavesNothing) {
-    Talk talk({});
-    talk.companion.effectOn();
-    talk.hand.move({300, 200});
-    talk.expectLookStays("a slide without an effect", plainLook(kSlideColour), 200ms);
-    EXPECT_TRUE(talk.companion.storedSettings().empty());
-}
 
 TEST(Hint, NamesTheNewModeForThreeSecondsAndIsSeenThroughTheSpotlight) {
     Talk talk(effectSettings("0", 80));

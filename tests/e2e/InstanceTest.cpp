@@ -76,15 +76,5 @@ TEST(SettingsOption, OpensTheWindowWithTheStartWhenNothingRuns) {
     waitUntil("the settings window", [&] { return desk.windows().size() == 1; });
 }
 
-TEST(RuntimeFolder, ThatCannotBeUsedCostsOneLogLineAndNothingElse) {
-    const Desktop desktop({.size = {800, 600}, .compositor = false});
-    std::ofstream(desktop.file("run/presenter-companion")) << "not a folder";
-    CompanionProcess alone(desktop, Settings{});
-    int lines = 0;
-    for (const auto &line : alone.log())
-        lines += line.text.starts_with("further starts cannot reach this one: ") ? 1 : 0;
-    EXPECT_EQ(lines, 1);
-}
-
 } // namespace
 } // namespace companion::rig

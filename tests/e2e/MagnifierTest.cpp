@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
 #include <tuple>
 
 namespace companion::rig {
@@ -45,25 +44,12 @@ TEST_P(LensOf, ShowsEveryPixelAroundThePointerEnlarged) {
 }
 
 INSTANTIATE_TEST_SUITE_P(SizesAndZooms, LensOf,
-                         ::testing::Values(std::tuple{50, 50}, std::tuple{51, 50}, std::tuple{250, 50},
-                                           std::tuple{150, 5}, std::tuple{150, 10}, std::tuple{150, 19},
-                                           std::tuple{150, 25}, std::tuple{150, 50}, std::tuple{150, 100}),
+                         ::testing::Values(std::tuple{51, 50}, std::tuple{250, 100}, std::tuple{150, 5},
+                                           std::tuple{150, 19}),
                          [](const auto &each) {
                              return "Size" + std::to_string(std::get<0>(each.param)) + "Zoom" +
                                     std::to_string(std::get<1>(each.param));
                          });
-
-TEST(Lens, IsWhereThePointerIsAfterAThousandRandomMoves) {
-    ZoomTalk talk(151, 25);
-    talk.companion.effectOn();
-    std::mt19937 random(77);
-    std::uniform_int_distribution<int> x(0, kSize.width() - 1);
-    std::uniform_int_distribution<int> y(0, kSize.height() - 1);
-    for (int i = 0; i < 1000; ++i)
-        talk.hand.move({x(random), y(random)});
-    talk.hand.move({333, 222});
-    talk.expectLook("the lens after the last move", lensLook({333, 222}, 151, 25, talk.first, talk.first));
-}
 
 TEST(Lens, KeepsItsPictureUntilASlideKeyAndIsHiddenForTheNewOne) {
     ZoomTalk talk(150, 50);
@@ -93,19 +79,6 @@ TEST(Lens, KeepsItsPictureUntilASlideKeyAndIsHiddenForTheNewOne) {
         EXPECT_GT(shown, 290ms);
         EXPECT_LT(shown, 300ms + 250ms); // The latter is the machine's, and the time to compare pictures.
     }
-}
-
-TEST(Lens, StaysHiddenWhenTheEffectEndsDuringACapture) {
-    ZoomTalk talk(150, 50);
-    talk.companion.effectOn();
-    talk.hand.move({400, 300});
-    talk.expectLook("the lens", lensLook({400, 300}, 150, 50, talk.first, talk.first));
-    // A key about 0.15 s after the effect key was let go: the capture falls upon the effect's end.
-    talk.companion.receiver("event 00");
-    letTimePass(100ms);
-    talk.hand.tapKey(kKeyPageDown);
-    talk.expectLook("no lens", pictureLook(talk.first));
-    talk.expectLookStays("no lens", pictureLook(talk.first), 800ms);
 }
 
 TEST(Lens, SlideKeysCountWhileAnotherProgramGrabsTheKeyboard) {

@@ -68,34 +68,9 @@ TEST_P(MainMonitor, HasALensThatShowsWhatLiesUnderThePointer) {
 INSTANTIATE_TEST_SUITE_P(Placements, MainMonitor, ::testing::ValuesIn(kPlacements),
                          [](const auto &placement) { return std::string(placement.param.name); });
 
-TEST(TwoPixelsToThePoint, EffectsAreTwiceAsLargeAndTheLensEnlargesPixels) {
-    const CompanionProcess::Options options{
-        .settings = {{"LOCAL_MOUSETYPE", "1"}, {"LOCAL_BACKALPHA", "0.6"}, {"LOCAL_MOUSESIZEVALUE", "50"}},
-        .environment = {{"QT_SCALE_FACTOR", "2"}}};
-    Talk talk(options, {.size = {800, 600}});
-    talk.companion.effectOn();
-    EXPECT_EQ(talk.hand.pointer(), talk.desktop.centre());
-    talk.hand.move({301, 202});
-    const Look spotlight =
-        discLook(Disc({301, 202}, 100), kSlideColour, blend(kSlideColour, qRgb(0, 0, 0), 0.6));
-    talk.expectLook("a spotlight of 100 pixels", [&](int x, int y, QRgb seen) {
-        return y < 2 * kFreeRows ? sameColour(seen, kSlideColour, 0) : spotlight(x, y, seen);
-    });
-    talk.companion.effectOff();
-    talk.companion.pressOnce("01");
-    talk.companion.pressOnce("01"); // To the lens, of 150 points.
-    const QImage picture = noise(talk.desktop.size(), 5);
-    talk.slide.setPicture(picture);
-    letTimePass(3200ms); // The hint must not be in the picture.
-    talk.expectLook("the test picture", pictureLook(picture));
-    talk.companion.effectOn();
-    talk.hand.move({401, 302});
-    talk.expectLook("a lens of 300 pixels", lensLook({401, 302}, 300, 50, picture, picture, 4));
-}
-
 class Scale : public ::testing::TestWithParam<const char *> {};
 
-TEST_P(Scale, HintDotAndLensAreMeasuredInPoints) {
+TEST_P(Scale, HintAndDotAreMeasuredInPoints) {
     const double scale = std::stod(GetParam());
     const auto pixels = [scale](int points) { return static_cast<int>(points * scale); };
     const CompanionProcess::Options options{.settings = {{"LOCAL_MOUSETYPE", "1"}},
@@ -121,15 +96,6 @@ TEST_P(Scale, HintDotAndLensAreMeasuredInPoints) {
     talk.expectLook("the dot",
                     [&](int x, int y, QRgb seen) { return hint.contains(x, y) || dot(x, y, seen); });
     talk.companion.effectOff();
-
-    talk.companion.pressOnce("01"); // To the lens.
-    talk.companion.pressOnce("02");
-    const QImage picture = noise(talk.desktop.size(), 5);
-    talk.slide.setPicture(picture);
-    talk.expectLook("the test picture without the hint", pictureLook(picture));
-    talk.companion.effectOn();
-    talk.hand.move({501, 402});
-    talk.expectLook("the lens", lensLook({501, 402}, size, 50, picture, picture, pixels(2)));
 }
 
 INSTANTIATE_TEST_SUITE_P(Factors, Scale, ::testing::Values("1.5", "2"), [](const auto &factor) {

@@ -38,12 +38,6 @@ struct Change {
 };
 
 const Change kChanges[] = {
-    {"AMonitorIsAdded",
-     {{0, 0, 800, 600}},
-     [](Desktop &d) {
-         d.setMonitors({{400, 0, 400, 600}, {0, 0, 400, 600}});
-     },
-     {400, 0, 400, 600}},
     {"TheMainMonitorGoes",
      {{0, 0, 400, 600}, {400, 0, 400, 600}},
      [](Desktop &d) {

@@ -11,11 +11,6 @@ constexpr QRgb kButton = qRgb(0xef, 0xee, 0xe2);
 constexpr QRgb kFocusFrame = qRgb(0x14, 0x14, 0x0f);
 constexpr const char *kProgram = "presenter-companion";
 
-int scaleOf(const CompanionProcess::Options &program) {
-    const auto found = program.environment.find("QT_SCALE_FACTOR");
-    return found == program.environment.end() ? 1 : std::stoi(found->second);
-}
-
 } // namespace
 
 Settings english(Settings more) {
@@ -40,8 +35,7 @@ SettingsDesk::SettingsDesk(const CompanionProcess::Options &program, const Deskt
       screen(desktop),
       hand(desktop),
       tray(lateTray ? std::nullopt : std::optional<Tray>(std::in_place, desktop)),
-      companion(desktop, program),
-      m_scale(scaleOf(program)) {
+      companion(desktop, program) {
     if (lateTray)
         tray.emplace(desktop);
     waitUntil("the tray icon", [this] { return trayIcon() != XCB_WINDOW_NONE; });
@@ -69,7 +63,7 @@ xcb_window_t SettingsDesk::open() {
                std::find(now.begin(), now.end(), m_opened) != now.end();
     });
     // The panel that asks for the receiver goes at the next poll.
-    const QPoint button = placeOf(control::kSetTime) - QPoint(40, 0) * m_scale;
+    const QPoint button = placeOf(control::kSetTime) - QPoint(40, 0);
     screen.waitForPixel(button, kButton);
     return m_opened;
 }
@@ -97,15 +91,15 @@ void SettingsDesk::awaitNoDialog() const {
 }
 
 std::vector<xcb_window_t> SettingsDesk::stack() const {
-    auto all = childrenOf(desktop.connection().root());
-    std::erase_if(all, [this](xcb_window_t window) { return !isShown(window); });
+    auto all = desktop.connection().childrenOf(desktop.connection().root());
+    std::erase_if(all, [this](xcb_window_t window) { return !desktop.connection().isShown(window); });
     return all;
 }
 
 xcb_window_t SettingsDesk::frameOf(xcb_window_t window) const {
     for (;;) {
         xcb_window_t parent = XCB_WINDOW_NONE;
-        childrenOf(window, &parent);
+        desktop.connection().childrenOf(window, &parent);
         if (parent == desktop.connection().root() || parent == XCB_WINDOW_NONE)
             return window;
         window = parent;
@@ -138,16 +132,6 @@ xcb_window_t SettingsDesk::activeWindow() const {
     return desktop.connection().rootWindowProperty("_NET_ACTIVE_WINDOW");
 }
 
-QRect SettingsDesk::areaOf(xcb_window_t window) const {
-    const XConnection &c = desktop.connection();
-    const auto sizeCookie = xcb_get_geometry(c, window);
-    const auto placeCookie = xcb_translate_coordinates(c, window, c.root(), 0, 0);
-    const XcbPtr<xcb_get_geometry_reply_t> size(xcb_get_geometry_reply(c, sizeCookie, nullptr));
-    const XcbPtr<xcb_translate_coordinates_reply_t> place(
-        xcb_translate_coordinates_reply(c, placeCookie, nullptr));
-    return size && place ? QRect(place->dst_x, place->dst_y, size->width, size->height) : QRect();
-}
-
 void SettingsDesk::moveTo(xcb_window_t window, QPoint frame) const {
     const std::array values{static_cast<std::uint32_t>(frame.x()), static_cast<std::uint32_t>(frame.y())};
     xcb_configure_window(desktop.connection(), window, XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y,
@@ -158,13 +142,13 @@ void SettingsDesk::moveTo(xcb_window_t window, QPoint frame) const {
 }
 
 QPoint SettingsDesk::placeOf(const Control &control) const {
-    return areaOf(m_opened).topLeft() + control.at * m_scale;
+    return areaOf(m_opened).topLeft() + control.at;
 }
 
 void SettingsDesk::clickInto(const Control &number) {
     click(number);
-    const QSize leftEdge = QSize(12, 1) * m_scale;
-    screen.waitFor("the number's frame", QRect(placeOf(number) - QPoint(28, 0) * m_scale, leftEdge),
+    const QSize leftEdge = QSize(12, 1);
+    screen.waitFor("the number's frame", QRect(placeOf(number) - QPoint(28, 0), leftEdge),
                    [](const QImage &image) {
                        for (int x = 0; x < image.width(); ++x)
                            if (sameColour(image.pixel(x, 0), kFocusFrame))
@@ -178,7 +162,7 @@ void SettingsDesk::drag(const Control &control, int byPoints) {
     hand.move(from);
     hand.press();
     for (int i = 1; i <= 4; ++i)
-        hand.move(from + QPoint(byPoints * m_scale * i / 4, 0));
+        hand.move(from + QPoint(byPoints * i / 4, 0));
     hand.release();
 }
 
@@ -186,7 +170,7 @@ void SettingsDesk::expectMode(std::size_t type) const {
     const QPoint besideText(-75, -30);
     waitUntil("mode button " + std::to_string(type), [&] {
         for (std::size_t i = 0; i < std::size(control::kModes); ++i)
-            if (sameColour(screen.pixel(placeOf(control::kModes[i]) + besideText * m_scale), kSelectedColour,
+            if (sameColour(screen.pixel(placeOf(control::kModes[i]) + besideText), kSelectedColour,
                            kHovered) != (i == type))
                 return false;
         return true;
@@ -213,17 +197,6 @@ void SettingsDesk::expectStored(const std::string &key, const std::string &value
     }
 }
 
-std::vector<xcb_window_t> SettingsDesk::childrenOf(xcb_window_t window, xcb_window_t *parent) const {
-    const XConnection &c = desktop.connection();
-    const XcbPtr<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(c, xcb_query_tree(c, window), nullptr));
-    if (!tree)
-        return {};
-    if (parent != nullptr)
-        *parent = tree->parent;
-    const auto *children = xcb_query_tree_children(tree.get());
-    return {children, children + xcb_query_tree_children_length(tree.get())};
-}
-
 std::string SettingsDesk::className(xcb_window_t window) const {
     const XConnection &c = desktop.connection();
     const XcbPtr<xcb_get_property_reply_t> reply(xcb_get_property_reply(
@@ -236,20 +209,13 @@ std::string SettingsDesk::className(xcb_window_t window) const {
     return std::string(all.substr(0, all.find('\0')));
 }
 
-bool SettingsDesk::isShown(xcb_window_t window) const {
-    const XConnection &c = desktop.connection();
-    const XcbPtr<xcb_get_window_attributes_reply_t> attributes(
-        xcb_get_window_attributes_reply(c, xcb_get_window_attributes(c, window), nullptr));
-    return attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
-}
-
 // All windows of the program that are on the screen, in this one and the ones within.
 void SettingsDesk::collect(xcb_window_t window, std::vector<xcb_window_t> &found) const {
-    if (!isShown(window))
+    if (!desktop.connection().isShown(window))
         return;
     if (className(window) == kProgram)
         found.push_back(window);
-    for (const xcb_window_t child : childrenOf(window))
+    for (const xcb_window_t child : desktop.connection().childrenOf(window))
         collect(child, found);
 }
 

@@ -77,8 +77,7 @@ public:
     // Waits until the overlay lies below the window's frame and above all windows that are below that.
     void expectOverlayBelow(xcb_window_t window) const;
     xcb_window_t activeWindow() const;
-    // What a window covers on the screen, without its frame.
-    QRect areaOf(xcb_window_t window) const;
+    QRect areaOf(xcb_window_t window) const { return desktop.connection().areaOf(window); }
     void moveTo(xcb_window_t window, QPoint frame) const;
 
     // In the settings window that was opened last.
@@ -110,13 +109,10 @@ public:
     CompanionProcess companion;
 
 private:
-    std::vector<xcb_window_t> childrenOf(xcb_window_t window, xcb_window_t *parent = nullptr) const;
     std::string className(xcb_window_t window) const;
-    bool isShown(xcb_window_t window) const;
     void collect(xcb_window_t window, std::vector<xcb_window_t> &found) const;
     xcb_window_t menu() const;
 
-    int m_scale;
     xcb_window_t m_opened = XCB_WINDOW_NONE;
 };
 

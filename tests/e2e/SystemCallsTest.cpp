@@ -7,7 +7,6 @@
 #include <csignal>
 #include <fstream>
 #include <regex>
-#include <set>
 
 namespace companion::rig {
 namespace {
@@ -38,13 +37,11 @@ Texts pathsIn(const std::string &call) {
 }
 
 bool changesFiles(const std::string &call) {
-    static const std::set<std::string> kAlways{
-        "creat", "mkdir",     "mkdirat", "rmdir",    "unlink",   "unlinkat",  "rename",   "renameat",
-        "link",  "renameat2", "linkat",  "symlink",  "mknod",    "symlinkat", "mknodat",  "chmod",
-        "chown", "fchmodat",  "lchown",  "fchownat", "truncate", "utimensat", "setxattr", "removexattr"};
-    static const std::regex forWriting("O_(WRONLY|RDWR|CREAT|TRUNC|TMPFILE)");
-    const std::string name = call.substr(0, call.find('('));
-    return kAlways.contains(name) || (name.starts_with("open") && std::regex_search(call, forWriting));
+    static const std::regex always(
+        "(creat|f?truncate|[fl]?(chmod|chown)|(mk|rm)dir|mknod|unlink|rename|(sym)?link|"
+        "utimens|(set|remove)xattr)(at2?)?\\(.*");
+    static const std::regex forWriting("open.*O_(WRONLY|RDWR|CREAT|TRUNC|TMPFILE).*");
+    return std::regex_match(call, always) || std::regex_match(call, forWriting);
 }
 
 bool startsWithOne(const Texts &starts, const std::string &path) {

@@ -9,26 +9,23 @@ namespace {
 constexpr double kRim = 0.8;
 
 // The first pixels that are wrong, in words; nothing if all are right.
-std::string faults(const QImage &image, const Look &look) {
+std::string faults(const QImage &image, const Look &look, int most = 4) {
     std::string text;
-    int count = 0;
-    for (int y = 0; y < image.height(); ++y) {
+    for (int y = 0, count = 0; y < image.height(); ++y) {
         const auto *row = reinterpret_cast<const QRgb *>(image.constScanLine(y));
-        for (int x = 0; x < image.width(); ++x)
-            if (!look(x, y, row[x]) && ++count <= 4)
-                text += QStringLiteral(" (%1,%2) is %3;").arg(x).arg(y).arg(row[x], 8, 16).toStdString();
+        for (int x = 0; x < image.width(); ++x) {
+            if (look(x, y, row[x]))
+                continue;
+            text += QStringLiteral(" (%1,%2) is %3;").arg(x).arg(y).arg(row[x], 8, 16).toStdString();
+            if (++count == most)
+                return text;
+        }
     }
-    return count == 0 ? text : std::to_string(count) + " wrong pixels:" + text;
+    return text;
 }
 
 bool matches(const QImage &image, const Look &look) {
-    for (int y = 0; y < image.height(); ++y) {
-        const auto *row = reinterpret_cast<const QRgb *>(image.constScanLine(y));
-        for (int x = 0; x < image.width(); ++x)
-            if (!look(x, y, row[x]))
-                return false;
-    }
-    return true;
+    return faults(image, look, 1).empty();
 }
 
 int mix(int below, int over, double alpha) {
@@ -71,6 +68,12 @@ Look plainLook(QRgb colour) {
     return [=](int, int, QRgb seen) { return sameColour(seen, colour, 0); };
 }
 
+Look slideLook(const Disc &disc, QRgb inside, QRgb outside) {
+    return [look = discLook(disc, inside, outside)](int x, int y, QRgb seen) {
+        return y < kFreeRows ? sameColour(seen, kSlideColour, 0) : look(x, y, seen);
+    };
+}
+
 // Where there are several monitors, a window manager would put a full-screen window on one of them.
 Talk::Talk(const CompanionProcess::Options &program, const DesktopOptions &options)
     : desktop(options),
@@ -97,7 +100,7 @@ milliseconds Talk::expectLook(const std::string &what, const Look &look, millise
             },
             limit);
     } catch (const WaitTimeout &timeout) {
-        throw WaitTimeout(std::string(timeout.what()) + "; " + faults(last, look));
+        throw WaitTimeout(std::string(timeout.what()) + "; wrong are" + faults(last, look));
     }
 }
 
@@ -110,6 +113,10 @@ void Talk::expectLookStays(const std::string &what, const Look &look, millisecon
                                      keepPicture(image, what));
         letTimePass(5ms);
     }
+}
+
+bool Talk::effectSeen() const {
+    return !matches(screen.grab(), [](int, int, QRgb seen) { return sameColour(seen, kSlideColour); });
 }
 
 milliseconds Talk::expectPlainSlide(milliseconds limit) const {

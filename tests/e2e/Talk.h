@@ -41,6 +41,8 @@ struct Disc {
 // `inside` and `outside` the disc; on the rim between them anything between the two.
 Look discLook(const Disc &disc, QRgb inside, QRgb outside);
 Look plainLook(QRgb colour);
+// Of the slide on all of a screen, but in the rows that no such effect reaches.
+Look slideLook(const Disc &disc, QRgb inside, QRgb outside);
 
 // A talk on a desktop of its own: a slide of one colour on all of the screen, and the program over it.
 class Talk {
@@ -54,6 +56,7 @@ public:
     // For as long as given, at every look.
     void expectLookStays(const std::string &what, const Look &look, milliseconds time) const;
     milliseconds expectPlainSlide(milliseconds limit = kPatience) const;
+    bool effectSeen() const;
 
     Desktop desktop;
     Screen screen;

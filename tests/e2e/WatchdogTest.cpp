@@ -13,15 +13,6 @@ constexpr const char *kStuck = "the program was stuck; the overlay was out of th
 const Settings kSpotlight = {{"LOCAL_MOUSETYPE", "1"}, {"LOCAL_BACKALPHA", "0.6"}};
 const Settings kLaser = {{"LOCAL_MOUSETYPE", "2"}}; // All that is seen without a compositor.
 
-bool effectSeen(const Talk &talk) {
-    const QImage picture = talk.screen.grab();
-    for (int y = 0; y < picture.height(); ++y)
-        for (int x = 0; x < picture.width(); ++x)
-            if (!sameColour(picture.pixel(x, y), kSlideColour))
-                return true;
-    return false;
-}
-
 // How often the watchdog's thread has run; -1 without one.
 long watchdogTurns(pid_t program) {
     for (const auto &task :
@@ -40,7 +31,7 @@ TEST(Watchdog, StuckProgramLetsGoOfMouseCursorAndScreenWithinHalfASecondAndComes
     for (const bool compositor : {true, false}) {
         Talk talk(compositor ? kSpotlight : kLaser, {.size = {800, 600}, .compositor = compositor});
         talk.companion.effectOn();
-        waitUntil("the effect", [&] { return effectSeen(talk); });
+        waitUntil("the effect", [&] { return talk.effectSeen(); });
         waitUntil("no cursor", [&] { return !talk.screen.cursorVisible(); });
         talk.slide.forget();
         talk.hand.clickAt({60, 310});
@@ -58,12 +49,12 @@ TEST(Watchdog, StuckProgramLetsGoOfMouseCursorAndScreenWithinHalfASecondAndComes
         EXPECT_EQ(talk.companion.logCount(kStuck), 0) << "it is still stuck";
 
         talk.companion.receiver("delay 0");
-        waitUntil("the effect again", [&] { return effectSeen(talk); });
+        waitUntil("the effect again", [&] { return talk.effectSeen(); });
         EXPECT_EQ(talk.companion.logCount(kStuck), 1);
         talk.companion.effectOff();
         talk.expectPlainSlide();
         talk.companion.effectOn();
-        waitUntil("the next effect", [&] { return effectSeen(talk); });
+        waitUntil("the next effect", [&] { return talk.effectSeen(); });
         talk.slide.forget();
         talk.hand.clickAt({80, 330});
         EXPECT_FALSE(talk.slide.pressedAt({80, 330}));
@@ -77,7 +68,7 @@ TEST(Watchdog, HealthyProgramIsLeftAloneAndTheIdleOneIsNotWoken) {
     EXPECT_EQ(watchdogTurns(talk.companion.process().pid()), -1) << "no thread before the first effect";
     talk.companion.effectOn();
     letTimePass(1500ms);
-    EXPECT_TRUE(effectSeen(talk));
+    EXPECT_TRUE(talk.effectSeen());
     talk.companion.effectOff();
     talk.expectPlainSlide();
     EXPECT_EQ(talk.companion.logCount(kStuck), 0);

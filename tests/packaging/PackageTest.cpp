@@ -2,8 +2,6 @@
 #include "support/rig/Desktop.h"
 #include "support/rig/Screen.h"
 
-#include <QImageReader>
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -108,21 +106,6 @@ TEST(Package, ProgramIsHardenedStrippedAndLooksForLibrariesInTheSystemOnly) {
         EXPECT_EQ(facts.find(unwanted), std::string::npos) << unwanted;
     const std::string stack = facts.substr(std::min(facts.find("GNU_STACK"), facts.size()));
     EXPECT_NE(stack.substr(0, stack.find('\n')).find(" RW "), std::string::npos) << stack.substr(0, 100);
-}
-
-TEST(Package, IconsAreLegibleFromTheSmallestSizeOn) {
-    for (const int size : {16, 22, 48, 256}) {
-        QImageReader reader(QString::fromStdString(kUsr + kIcons + "scalable/apps/presenter-companion.svg"));
-        reader.setScaledSize({size, size});
-        const QImage icon = reader.read();
-        ASSERT_FALSE(icon.isNull()) << size;
-        const QColor dot = icon.pixelColor(size / 2, size / 2);
-        const QColor ground = icon.pixelColor(size / 2, size * 3 / 22);
-        EXPECT_EQ(icon.pixelColor(0, 0).alpha(), 0) << size;
-        EXPECT_EQ(dot, QColor(Qt::white)) << size;
-        EXPECT_EQ(ground.alpha(), 255) << size;
-        EXPECT_GT(dot.lightness() - ground.lightness(), 100) << size;
-    }
 }
 
 TEST(Package, InstalledProgramShowsAnEffect) {

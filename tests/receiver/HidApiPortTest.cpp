@@ -4,13 +4,13 @@
 #include "core/NotificationNames.h"
 #include "receiver/HidManager.h"
 #include "support/LogRecorder.h"
+#include "support/OwnMemory.h"
 #include "support/VirtualMainQueue.h"
 #include "support/rig/HidrawDevice.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <random>
 
 namespace companion::rig {
@@ -20,14 +20,6 @@ using Bytes = HidrawDevice::Bytes;
 
 int openFiles() {
     return static_cast<int>(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
-}
-
-long residentKilobytes() {
-    std::ifstream status("/proc/self/status");
-    for (std::string line; std::getline(status, line);)
-        if (line.starts_with("RssAnon:"))
-            return std::stol(line.substr(8));
-    return 0;
 }
 
 class HidApiPortTest : public ::testing::Test {
@@ -102,11 +94,11 @@ TEST_F(HidApiPortTest, AThousandPlugsAndPullsAtRandomMomentsLeaveFilesMemoryAndP
     };
     cycle(20);
     const int files = openFiles();
-    const long memory = residentKilobytes();
+    const long memory = ownKilobytes("RssAnon");
     cycle(1000);
     EXPECT_EQ(openFiles(), files);
     if (kMemoryTells) {
-        EXPECT_LT(residentKilobytes() - memory, 2048);
+        EXPECT_LT(ownKilobytes("RssAnon") - memory, 2048);
     }
     EXPECT_EQ(queue.pending(), 1U);
     connects = 0;

@@ -9,11 +9,15 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+
 namespace companion::rig {
 namespace {
 
 using Bytes = HidrawDevice::Bytes;
 using Lines = std::vector<std::string>;
+constexpr std::array<std::uint8_t, 8> kData = {1, 2, 3, 4, 5, 6, 7, 8};
 
 class Recorder final : public DeviceManagerDelegate {
 public:
@@ -38,6 +42,11 @@ protected:
             },
             5s);
     }
+    // What a change of the devices was logged as, behind the device's address.
+    bool logged(const std::string &text) const {
+        return std::any_of(log.lines.begin(), log.lines.end(),
+                           [&](const auto &line) { return line.ends_with(" \n" + text); });
+    }
     std::shared_ptr<DeviceManager> make() {
         auto manager = DeviceManager::alloc();
         manager->setDelegate(recorder);
@@ -49,18 +58,24 @@ protected:
     LogRecorder log;
     QtMainQueue queue;
     std::shared_ptr<Recorder> recorder = std::make_shared<Recorder>();
-    DeviceManager::UseNeeds needs{{[this] { return makeUdevHotplugWatch(queue); }, 0xF055, 0x0002}};
+    int made = 0;
+    DeviceManager::UseNeeds needs{{[this] { return ++made, makeUdevHotplugWatch(queue); }, 0xF055, 0x0002}};
 };
 
 TEST_F(HotplugWatchTest, DeviceIsFoundReadWrittenToAndMissed) {
     HidrawDevice other(bed, 0xF055, 0x0003);
     other.plug(7);
     const auto manager = make();
-    EXPECT_EQ(log.lines.back(), "初始化 - 连接设备  设备列表  -- 0");
+    EXPECT_EQ(log.lines, (Lines{"打开设备成功!", "初始化 - 连接设备  设备列表  -- 0"}));
+    manager->sendData(kData);
+    EXPECT_EQ(log.lines.back(), "没有找到设备 - ");
     device.setEvent({0x55, 0x66});
     device.plug();
     waitForCalls(2);
     EXPECT_EQ(recorder->calls, (Lines{"match", "data"}));
+    EXPECT_EQ(log.count("打开成功"), 1U);
+    EXPECT_TRUE(logged("设备插入,现在usb设备数量:1"));
+    EXPECT_EQ(log.lines.back(), "接受到数据--2");
     Bytes answer(64);
     answer[0] = 0x55; // Without a report ID all bytes are the report's own.
     answer[1] = 0x66;
@@ -72,12 +87,15 @@ TEST_F(HotplugWatchTest, DeviceIsFoundReadWrittenToAndMissed) {
     device.sendInput(Bytes(64, 0x02));
     waitForCalls(4);
     EXPECT_EQ(recorder->data, Bytes(64, 0x02));
-    manager->sendData(std::array<std::uint8_t, 8>{1, 2, 3, 4, 5, 6, 7, 8});
+    EXPECT_EQ(log.lines.back(), "接受到数据--1");
+    manager->sendData(kData);
+    EXPECT_EQ(log.lines.back(), "发送数据成功!");
     EXPECT_EQ(device.outputs(), std::vector<Bytes>{(Bytes{0, 1, 2, 3, 4, 5, 6, 7, 8})});
 
     device.unplug();
     waitForCalls(5);
     EXPECT_EQ(recorder->calls.back(), "remove");
+    EXPECT_TRUE(logged("设备拔出,现在usb设备数量:0"));
     EXPECT_EQ(manager->getDeviceRef(), nullptr);
     device.plug(3);
     waitForCalls(7);
@@ -91,6 +109,66 @@ TEST_F(HotplugWatchTest, DeviceThatIsThereAlreadyMatchesOnALaterTurn) {
     EXPECT_EQ(manager->getDeviceRef(), nullptr);
     waitForCalls(2);
     EXPECT_EQ(recorder->calls, (Lines{"match", "data"}));
+}
+
+TEST_F(HotplugWatchTest, DeviceThatCannotBeOpenedIsReportedAllTheSame) {
+    const auto manager = make();
+    device.setReachable(false);
+    device.plug();
+    waitForCalls(1);
+    EXPECT_EQ(log.count("打开失败"), 1U);
+    EXPECT_EQ(recorder->calls.front(), "match");
+    manager->sendData(kData);
+    EXPECT_EQ(log.lines.back(), "发送数据失败!");
+}
+
+TEST_F(HotplugWatchTest, SecondDeviceTakesThePlaceOfTheFirstAndTheRemovalOfEitherEndsIt) {
+    HidrawDevice other(bed, 0xF055, 0x0002);
+    const auto manager = make();
+    device.plug();
+    waitForCalls(2);
+    auto *first = manager->getDeviceRef();
+    other.plug(3);
+    waitForCalls(4);
+    auto *second = manager->getDeviceRef();
+    EXPECT_NE(second, first);
+    EXPECT_TRUE(logged("设备插入,现在usb设备数量:2"));
+    device.unplug();
+    waitForCalls(5);
+    EXPECT_TRUE(logged("设备拔出,现在usb设备数量:1"));
+    EXPECT_EQ(manager->getDeviceRef(), nullptr);
+    other.sendInput({1}); // It is still listened to.
+    waitForCalls(6);
+    EXPECT_EQ(recorder->data, Bytes{1});
+    manager->connectHID();
+    EXPECT_EQ(manager->getDeviceRef(), second);
+    EXPECT_EQ(log.lines.back(), "连接设备  设备列表  -- 1");
+    manager->setDelegate(nullptr);
+    other.unplug();
+    waitUntil("the second removal", [&] {
+        QCoreApplication::processEvents();
+        return logged("设备拔出,现在usb设备数量:0");
+    });
+    manager->connectHID();
+    EXPECT_EQ(log.lines[log.lines.size() - 2], "设备：()");
+}
+
+TEST_F(HotplugWatchTest, OneInstanceIsSharedUntilANewOneHearsEverything) {
+    const auto older = DeviceManager::sharedInstance();
+    EXPECT_EQ(DeviceManager::sharedInstance(), older);
+    EXPECT_EQ(made, 1);
+    older->setDelegate(recorder);
+    const auto newer = DeviceManager::alloc();
+    EXPECT_EQ(DeviceManager::sharedInstance(), newer);
+    device.plug();
+    waitUntil("what both watches see", [&] {
+        QCoreApplication::processEvents();
+        return log.count("打开成功") == 2;
+    });
+    EXPECT_EQ(older->getDeviceRef(), nullptr);
+    EXPECT_NE(newer->getDeviceRef(), nullptr);
+    EXPECT_TRUE(recorder->calls.empty()) << "it is the older one's delegate";
+    newer->setDeviceRef(nullptr);
 }
 
 TEST_F(HotplugWatchTest, SilentDeviceDoesNotHoldUpTheMainThreadAndTimesOutAfterASecond) {

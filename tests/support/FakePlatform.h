@@ -155,17 +155,8 @@ public:
 
 class FakeTrayArea final : public TrayArea {
 public:
-    bool present() const override { return there; }
-    void onAppeared(std::function<void()> listener) override { m_listener = std::move(listener); }
-    void appear() {
-        there = true;
-        if (m_listener)
-            m_listener();
-    }
-    bool there = false;
-
-private:
-    std::function<void()> m_listener;
+    bool present() const override { return false; }
+    void onAppeared(std::function<void()>) override {}
 };
 
 class FakeWatchdog final : public Watchdog {

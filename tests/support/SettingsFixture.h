@@ -16,7 +16,6 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
 #include <memory>
 #include <vector>
 
@@ -86,19 +85,6 @@ protected:
             if (line.startsWith(QByteArray(key) + '='))
                 return line.mid(line.indexOf('=') + 1).toStdString();
         return {};
-    }
-
-    // Texts by key, in one language, from the list that the tables were reviewed against.
-    static std::map<QString, QString> reviewedTexts(int language) {
-        QFile list(QStringLiteral(COMPANION_TEST_DATA "/languages.tsv"));
-        EXPECT_TRUE(list.open(QIODevice::ReadOnly));
-        std::map<QString, QString> texts;
-        for (const QString &line : QString::fromUtf8(list.readAll()).split(u'\n', Qt::SkipEmptyParts)) {
-            const QStringList fields = line.split(u'\t');
-            if (fields.at(0).toInt() == language)
-                texts[fields.at(1)] = fields.at(2);
-        }
-        return texts;
     }
 };
 

@@ -2,12 +2,15 @@
 //   soak [MINUTES]        60 unless told otherwise; see tools/soak.sh
 // Ends with 1 if the program grew in the last half of the time, or failed in any other way.
 #include "e2e/SettingsDesk.h"
-#include "tools/Usage.h"
+
+#include <xcb/res.h>
 
 #include <algorithm>
-#include <cmath>
+#include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <random>
 #include <span>
 
@@ -20,28 +23,50 @@ namespace {
 
 constexpr QSize kScreen(1920, 1080);
 
-struct Sample {
-    double minutes;
-    Usage usage;
-    double log; // Kilobytes written since the sample before, per minute.
-};
-
-// Megabytes, kilobytes or pieces by which the last quarter's median may exceed that of the quarter before it.
-struct Bound {
+// What the program holds at a moment, and by how much the last quarter's median of it may exceed that of the
+// quarter before.
+struct Quantity {
     const char *name;
-    double (*of)(const Sample &);
     double slack;
 };
-constexpr Bound kBounds[] = {
-    {"unshared memory", [](const Sample &s) { return s.usage.unshared; }, 0.5},
-    {"open files", [](const Sample &s) { return double(s.usage.descriptors); }, 0},
-    {"threads", [](const Sample &s) { return double(s.usage.threads); }, 0},
-    {"X resources", [](const Sample &s) { return double(s.usage.xResources); },
-     4},                                                                // The toolkit's regions vary.
-    {"X pixmaps", [](const Sample &s) { return s.usage.xPixmaps; }, 8}, // A screenful, kept or not by mode.
-    {"log per minute", [](const Sample &s) { return s.log; },
-     100}, // What is logged is what is done, by chance.
-};
+constexpr std::array kQuantities{Quantity{"memory MB", 0.5}, // Unshared, and shared memory such as pictures.
+                                 Quantity{"open files", 0}, Quantity{"threads", 0},
+                                 Quantity{"X resources", 4},   // The toolkit's regions vary.
+                                 Quantity{"log kB/min", 100}}; // What is logged is what is done, by chance.
+using Sample = std::array<double, kQuantities.size()>;
+
+double kilobytes(const std::string &folder, const std::string &name) {
+    std::ifstream status(folder + "/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.starts_with(name + ":"))
+            return std::stod(line.substr(name.size() + 1));
+    return 0;
+}
+
+double entriesOf(const std::string &folder) {
+    return double(std::distance(std::filesystem::directory_iterator(folder), {}));
+}
+
+// Windows, pixmaps, regions and the like, of all its connections.
+double xResources(pid_t pid, const XConnection &c) {
+    const xcb_res_client_id_spec_t all{0, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
+    const XcbPtr<xcb_res_query_client_ids_reply_t> clients(
+        xcb_res_query_client_ids_reply(c, xcb_res_query_client_ids(c, 1, &all), nullptr));
+    double count = 0;
+    for (auto client = xcb_res_query_client_ids_ids_iterator(clients.get()); client.rem > 0;
+         xcb_res_client_id_value_next(&client)) {
+        if (xcb_res_client_id_value_value_length(client.data) == 0 ||
+            *xcb_res_client_id_value_value(client.data) != static_cast<std::uint32_t>(pid))
+            continue;
+        const auto cookie = xcb_res_query_client_resources(c, client.data->spec.client);
+        const XcbPtr<xcb_res_query_client_resources_reply_t> types(
+            xcb_res_query_client_resources_reply(c, cookie, nullptr));
+        for (auto each = xcb_res_query_client_resources_types_iterator(types.get()); each.rem > 0;
+             xcb_res_type_next(&each))
+            count += each.data->count;
+    }
+    return count;
+}
 
 class Presenter {
 public:
@@ -131,10 +156,10 @@ double median(std::vector<double> values) {
     return *middle;
 }
 
-double medianOf(const Bound &bound, std::span<const Sample> samples) {
+double medianOf(std::size_t quantity, std::span<const Sample> samples) {
     std::vector<double> values;
     for (const Sample &sample : samples)
-        values.push_back(bound.of(sample));
+        values.push_back(sample[quantity]);
     return median(std::move(values));
 }
 
@@ -143,14 +168,14 @@ bool flat(const std::vector<Sample> &samples) {
     const auto third = lastHalf.first(lastHalf.size() / 2);
     const auto fourth = lastHalf.last(lastHalf.size() - third.size());
     bool good = true;
-    std::printf("\n%-16s %14s %14s  %s\n", "median of", "third quarter", "last quarter", "may grow by");
-    for (const Bound &bound : kBounds) {
-        const double before = medianOf(bound, third);
-        const double after = medianOf(bound, fourth);
-        const bool grew = after > before + bound.slack;
-        std::printf("%-16s %14.2f %14.2f  %.2f%s\n", bound.name, before, after, bound.slack,
-                    grew ? "  GREW" : "");
-        good = good && !grew;
+    std::printf("\n%-12s %14s %14s  %s\n", "median of", "third quarter", "last quarter", "may grow by");
+    for (std::size_t i = 0; i < kQuantities.size(); ++i) {
+        const auto &[name, slack] = kQuantities[i];
+        const double before = medianOf(i, third);
+        const double after = medianOf(i, fourth);
+        good = good && after <= before + slack;
+        std::printf("%-12s %14.2f %14.2f  %.2f%s\n", name, before, after, slack,
+                    after > before + slack ? "  GREW" : "");
     }
     return good;
 }
@@ -163,6 +188,7 @@ double logKilobytes(pid_t pid) {
 
 std::vector<Sample> soak(SettingsDesk &desk, double minutes) {
     const pid_t pid = desk.companion.process().pid();
+    const std::string process = "/proc/" + std::to_string(pid);
     const XConnection connection(desk.desktop.display());
     Presenter presenter(desk);
     std::vector<Sample> samples;
@@ -170,12 +196,12 @@ std::vector<Sample> soak(SettingsDesk &desk, double minutes) {
     const auto passed = [&] {
         return std::chrono::duration<double, std::ratio<60>>(Clock::now() - start).count();
     };
-    // Short trials have enough samples, too.
-    const double step = std::min(1.0, minutes / 12);
+    const double step = std::min(1.0, minutes / 12); // Short trials have enough samples, too.
     double logBefore = logKilobytes(pid);
     double timeBefore = 0;
-    std::printf("%7s %9s %9s %6s %8s %6s %9s %9s %10s %6s\n", "minute", "unshared", "resident", "files",
-                "threads", "X res", "X pixmaps", "X server", "log kB/min", "holds");
+    std::printf("%12s", "minute");
+    for (const Quantity &each : kQuantities)
+        std::printf(" %12s", each.name);
     while (passed() < minutes) {
         const double until = timeBefore + step;
         while (passed() < until)
@@ -185,18 +211,18 @@ std::vector<Sample> soak(SettingsDesk &desk, double minutes) {
             throw std::runtime_error("the program has ended");
         const double now = passed();
         const double log = logKilobytes(pid);
-        samples.push_back({now, Usage::of(pid, desk.desktop.serverPid(), connection),
-                           (log - logBefore) / (now - timeBefore)});
-        const Usage &u = samples.back().usage;
-        std::printf("%7.1f %9.2f %9.2f %6d %8d %6d %9.2f %9.2f %10.1f %6d\n", now, u.unshared, u.resident,
-                    u.descriptors, u.threads, u.xResources, u.xPixmaps, u.serverSize, samples.back().log,
-                    presenter.holds);
+        samples.push_back({(kilobytes(process, "RssAnon") + kilobytes(process, "RssShmem")) / 1024,
+                           entriesOf(process + "/fd"), entriesOf(process + "/task"),
+                           xResources(pid, connection), (log - logBefore) / (now - timeBefore)});
+        std::printf("\n%12.1f", now);
+        for (const double value : samples.back())
+            std::printf(" %12.2f", value);
         std::fflush(stdout);
         logBefore = log;
         timeBefore = now;
     }
-    std::printf("\n%d holds, %d settings windows, %d pulls of the receiver; the log has %.0f kB\n",
-                presenter.holds, presenter.settingsWindows, presenter.pulls, logBefore);
+    std::printf("\n\n%d holds, %d settings windows, %d pulls of the receiver\n", presenter.holds,
+                presenter.settingsWindows, presenter.pulls);
     return samples;
 }
 

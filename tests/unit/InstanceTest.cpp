@@ -3,6 +3,7 @@
 
 #include "platform/instance/InstanceServer.h"
 #include "support/LogRecorder.h"
+#include "support/SocketClient.h"
 #include "support/VirtualMainQueue.h"
 
 #include <QCoreApplication>
@@ -12,13 +13,10 @@
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
-#include <sys/wait.h>
 
-#include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <future>
 
 namespace companion {
 namespace {
@@ -66,28 +64,8 @@ protected:
 
 using Outcome = InstanceClaim::Outcome;
 
-class Caller {
-public:
-    explicit Caller(const std::string &folder) {
-        const auto address = unixAddress(InstanceLock::socketPath(folder));
-        connected = ::connect(m_socket.get(), generic(*address), sizeof *address) == 0;
-    }
-    void send(std::string_view text) const {
-        [[maybe_unused]] const auto sent = ::send(m_socket.get(), text.data(), text.size(), MSG_NOSIGNAL);
-    }
-    // Whether the other end has closed; what it sent before is in `answer`.
-    bool closed() {
-        std::array<char, 64> bytes;
-        const ssize_t length = ::recv(m_socket.get(), bytes.data(), bytes.size(), 0);
-        if (length > 0)
-            answer.append(bytes.data(), static_cast<std::size_t>(length));
-        return length == 0 || (length < 0 && errno != EAGAIN);
-    }
-    bool connected = false;
-    std::string answer;
-
-private:
-    FileDescriptor m_socket = unixSocket();
+struct Caller : SocketClient {
+    explicit Caller(const std::string &folder) : SocketClient(InstanceLock::socketPath(folder)) {}
 };
 
 TEST_F(InstanceTest, OnlyASessionFolderOfOurOwnIsUsedAndElseOnePerUser) {
@@ -131,74 +109,18 @@ TEST_F(InstanceTest, AFolderThatOthersMayHavePreparedIsNotTrusted) {
     EXPECT_EQ(fs::status(own).permissions(), fs::perms::owner_all);
 }
 
-TEST_F(InstanceTest, ACrashedProgramsLockAndSocketAreTakenOver) {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        const auto held = claim();
-        ::_exit(held.outcome == Outcome::First && held.lock->listener() != nullptr ? 0 : 1);
-    }
-    int status = -1;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    ASSERT_EQ(status, 0);
-    ASSERT_TRUE(fs::is_socket(InstanceLock::socketPath(own))) << "the crash left it";
-
-    auto first = claim();
-    ASSERT_EQ(first.outcome, Outcome::First);
-    ASSERT_NE(first.lock->listener(), nullptr) << first.lock->listenerError();
-    EXPECT_EQ(fs::status(InstanceLock::socketPath(own)).permissions(),
-              fs::perms::owner_read | fs::perms::owner_write);
-    first.lock.reset();
-    EXPECT_FALSE(fs::exists(InstanceLock::socketPath(own)));
-    EXPECT_EQ(claim().outcome, Outcome::First);
-}
-
-TEST_F(InstanceTest, TheSecondHandsItsWishToTheFirstOrSaysThatItIsStuck) {
-    const auto first = claim();
-    serve(*first.lock);
-    auto second = std::async(std::launch::async, [&] { return claim(5s).outcome; });
-    ASSERT_TRUE(turnUntil([&] { return settings == 1; }));
-    EXPECT_EQ(second.get(), Outcome::Handed);
-
-    const auto third = claim(); // Nobody turns the event loop meanwhile.
-    EXPECT_EQ(third.outcome, Outcome::Stuck);
-    EXPECT_NE(third.text.find("process " + std::to_string(::getpid())), std::string::npos) << third.text;
-    EXPECT_EQ(endInstance(places, 30ms).outcome, InstanceEnd::Outcome::Stuck);
-}
-
-TEST_F(InstanceTest, EndingWaitsUntilTheOtherOneHasGoneAndMakesNothingWhenThereIsNone) {
-    EXPECT_EQ(endInstance(places, 0ms).outcome, InstanceEnd::Outcome::NoneRan);
-    EXPECT_FALSE(fs::exists(own));
-    auto first = claim();
-    serve(*first.lock);
-    auto end = std::async(std::launch::async, [&] { return endInstance(places, 5s).outcome; });
-    ASSERT_TRUE(turnUntil([&] { return quits == 1; }));
-    EXPECT_EQ(end.wait_for(50ms), std::future_status::timeout) << "it still runs";
-    server.reset();
-    first.lock.reset();
-    EXPECT_EQ(end.get(), InstanceEnd::Outcome::Ended);
-    EXPECT_EQ(quits, 1);
-}
-
-TEST_F(InstanceTest, WithoutASocketTheLockIsKeptAndTheReasonTold) {
-    places.session += "/" + std::string(100, 'x');
-    fs::create_directory(places.session);
-    const auto first = claim();
-    ASSERT_EQ(first.outcome, Outcome::First);
-    EXPECT_EQ(first.lock->listener(), nullptr);
-    EXPECT_NE(first.lock->listenerError().find("too long"), std::string::npos);
-    EXPECT_EQ(claim().outcome, Outcome::Stuck);
-}
-
 TEST_F(InstanceTest, WhateverElseArrivesOnTheSocketIsRefusedBoundedAndLoggedOnce) {
     const auto first = claim();
     serve(*first.lock);
+    EXPECT_EQ(fs::status(InstanceLock::socketPath(own)).permissions(),
+              fs::perms::owner_read | fs::perms::owner_write);
     const std::string inputs[] = {"shutdown\n", std::string("\0\xff\x1b[2J\n", 7), " settings\n",
                                   std::string(InstanceServer::kMaxLine + 1, 's'), std::string(100'000, '\n')};
     for (const std::string &input : inputs) {
         Caller caller(own);
         caller.send(input);
         EXPECT_TRUE(turnUntil([&] { return caller.closed(); }));
-        EXPECT_EQ(caller.answer.substr(0, 5), "error");
+        EXPECT_EQ(caller.received().substr(0, 5), "error");
     }
     {
         Caller gone(own);
@@ -209,7 +131,7 @@ TEST_F(InstanceTest, WhateverElseArrivesOnTheSocketIsRefusedBoundedAndLoggedOnce
     EXPECT_TRUE(turnUntil([&, n = 0]() mutable { return ++n > 10; }));
     slow.send("ings\nquit\n");
     EXPECT_TRUE(turnUntil([&] { return slow.closed(); }));
-    EXPECT_EQ(slow.answer, "ok\n");
+    EXPECT_EQ(slow.received(), "ok\n");
     EXPECT_EQ(settings, 1);
     EXPECT_EQ(quits, 0) << "one line for each connection";
     EXPECT_EQ(log.lines.size(), 1U);
@@ -232,7 +154,7 @@ TEST_F(InstanceTest, CallersThatSayNothingDoNotKeepOthersOutAndAreDropped) {
     Caller honest(own);
     honest.send("settings\n");
     EXPECT_TRUE(turnUntil([&] { return honest.closed(); }));
-    EXPECT_EQ(honest.answer, "ok\n");
+    EXPECT_EQ(honest.received(), "ok\n");
     queue.advance(2 * InstanceServer::kClientTime);
     for (const auto &each : idle)
         EXPECT_TRUE(each->closed());

@@ -81,13 +81,6 @@ protected:
     std::optional<LineWriter> writer;
 };
 
-TEST_P(LineWriterTest, ALineThatTheReaderHasRoomForIsOneWriteOnItsOwn) {
-    writer->write("one\n");
-    writer->write("two\n");
-    EXPECT_EQ(readAll(), "one\ntwo\n");
-    EXPECT_TRUE(writer->flush(0ms));
-}
-
 TEST_P(LineWriterTest, AReaderThatReadsNothingHoldsNobodyUpAndLearnsHowManyLinesItMissed) {
     const int written = writeTooMuch();
     std::string all;

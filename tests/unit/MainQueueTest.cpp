@@ -47,20 +47,14 @@ using Rigs = ::testing::Types<VirtualRig, QtRig>;
 TYPED_TEST_SUITE(MainQueueTest, Rigs);
 
 TYPED_TEST(MainQueueTest, TasksRunInTheOrderOfTheirDueTimesAndNeverInsidePost) {
-    this->rig.queue.post(20ms, this->note(3));
+    for (int i = 0; i < 100; ++i) // Due together: in posting order.
+        this->rig.queue.post(20ms, this->note(3 + i));
     this->rig.queue.post(10ms, this->note(2));
     this->rig.queue.post(0ms, this->note(1));
     this->rig.queue.post(-5ms, this->note(1));
     EXPECT_TRUE(this->ran.empty());
     this->rig.pass(25ms);
-    EXPECT_EQ(this->ran, (std::vector{1, 1, 2, 3}));
-}
-
-TYPED_TEST(MainQueueTest, TasksDueTogetherRunInPostingOrder) {
-    for (int i = 0; i < 100; ++i)
-        this->rig.queue.post(5ms, this->note(i));
-    this->rig.pass(10ms);
-    ASSERT_EQ(this->ran.size(), 100U);
+    ASSERT_EQ(this->ran.size(), 103U);
     EXPECT_TRUE(std::is_sorted(this->ran.begin(), this->ran.end()));
 }
 
@@ -72,15 +66,6 @@ TYPED_TEST(MainQueueTest, ATaskMayPostFurtherTasks) {
     });
     this->rig.pass(10ms);
     EXPECT_EQ(this->ran, (std::vector{1, 2, 3}));
-}
-
-TEST(QtMainQueueTest, ATaskThatKeepsRepostingItselfDoesNotStarveTheLoop) {
-    QtMainQueue queue;
-    QEventLoop loop;
-    std::function<void()> again = [&] { queue.post(0ms, again); };
-    again();
-    QTimer::singleShot(5, &loop, &QEventLoop::quit); // Runs only if the loop turns.
-    loop.exec();
 }
 
 TEST(QtMainQueueTest, ATurnsEndRunsWhatTheTurnPostedAndWhatThatPostsButNothingForEver) {
@@ -150,19 +135,6 @@ TEST_F(DelayedCallsTest, CancellingReachesEveryPendingRequestOfThatOperationOnly
     calls.request("hide", 300ms, count);
     calls.cancel("off");
     queue.advance(1s);
-    EXPECT_EQ(ran, 1);
-}
-
-TEST_F(DelayedCallsTest, ARestartedCallRunsOnceAtItsNewTime) {
-    DelayedCalls calls(queue);
-    for (int i = 0; i < 5; ++i) {
-        calls.cancel("off");
-        calls.request("off", 300ms, count);
-        queue.advance(100ms);
-    }
-    queue.advance(199ms);
-    EXPECT_EQ(ran, 0);
-    queue.advance(1ms);
     EXPECT_EQ(ran, 1);
 }
 

@@ -75,12 +75,6 @@ protected:
     std::unique_ptr<OverlayCanvas> canvas;
 };
 
-TEST_F(OverlayPaintTest, TheEffectRectReachesFurtherRightAndUpForOddSizes) {
-    EXPECT_EQ(effectRect({100, 100}, 50), (PointRect{75, 75, 50, 50}));
-    EXPECT_EQ(effectRect({100, 100}, 51), (PointRect{75, 75, 51, 51}));
-    EXPECT_EQ(effectRect({100, 100}, -5), (PointRect{102, 102, -5, -5}));
-}
-
 TEST_F(OverlayPaintTest, ADiscHasTheExactPlaceAndAreaForOddAndEvenSizes) {
     config.setFrontColor(Color{1, 1, 1, 1});
     config.setFrontAlpha(1);
@@ -101,34 +95,6 @@ TEST_F(OverlayPaintTest, ADiscHasTheExactPlaceAndAreaForOddAndEvenSizes) {
         }
         EXPECT_LT(worst, size > 10 ? 0.06 : 0.2) << size;
     }
-}
-
-TEST_F(OverlayPaintTest, TheSpotlightDimsEverythingButTheDiscInTheBackColourAtTheBackAlpha) {
-    const auto spotlight = addSpotlight();
-    show();
-    const Pixel dim =
-        51U << 24 | 0U << 16 | 20U << 8 | 51U; // 0.2 of everything; the colour's own 0.9 never counts.
-    EXPECT_EQ(at(320, 180), dim) << "no clear disc before the mouse has moved";
-    EXPECT_EQ(at(320, 7), 0U) << "the frame ends 8 points below the top";
-    EXPECT_EQ(at(320, 8), dim);
-    EXPECT_EQ(at(320, 359), dim);
-
-    spotlight->setSpotlightRect(effectRect({320, 180}, 50));
-    spotlight->setNeedsDisplay();
-    show();
-    EXPECT_EQ(at(320, 180), 0U);
-    EXPECT_EQ(at(296, 180), 0U);
-    EXPECT_EQ(at(294, 180), dim);
-    EXPECT_EQ(at(345, 180), dim);
-    EXPECT_EQ(at(301, 161), dim) << "the corner of the effect rect";
-
-    spotlight->setSpotlightRect(effectRect({0, 0}, 50)); // Cut by two edges of the screen.
-    spotlight->setNeedsDisplay();
-    show();
-    EXPECT_EQ(at(0, 359), 0U);
-    EXPECT_EQ(at(23, 359), 0U);
-    EXPECT_EQ(at(26, 359), dim);
-    EXPECT_EQ(at(320, 180), dim) << "the old place is dimmed again";
 }
 
 TEST_F(OverlayPaintTest, ColoursAndAlphasThatMeanNothingDrawNothing) {
@@ -158,46 +124,6 @@ TEST_F(OverlayPaintTest, SizesBeyondTheScreenAreDrawnAsFarAsItGoes) {
     spotlight->setNeedsDisplay();
     show();
     EXPECT_NE(at(320, 180), 0U) << "no disc at all";
-}
-
-TEST_F(OverlayPaintTest, AHintBelowTheSurroundIsSeenDimmedNotErased) {
-    const auto hint = std::make_shared<TextField>(PointRect{460, 280, 160, 52}, 36);
-    hint->setLayer({.backgroundColor = {1, 1, 1, 0.8}, .cornerRadius = 10});
-    canvas->root()->addSubview(hint);
-    addSpotlight();
-    show();
-    const Pixel dimmed = at(540, 50);
-    EXPECT_EQ(dimmed, over(pixelOf(config.backColor(), 0.2), pixelOf(Color{1, 1, 1, 1}, 0.8)));
-    hint->setHidden(true);
-    show();
-    EXPECT_EQ(at(540, 50), pixelOf(config.backColor(), 0.2));
-}
-
-TEST_F(OverlayPaintTest, WithoutACompositorTheSurroundIsLeftOutAndTheDotStays) {
-    addSpotlight();
-    const auto laser = addLaser();
-    laser->setLaserRect(effectRect({320, 180}, 50));
-    surface.change({kWidth, kHeight}, 1, false);
-    show();
-    EXPECT_EQ(surface.occupied, (std::vector{QRect(295, 155, 50, 50)}));
-    EXPECT_EQ(at(10, 300), 0U);
-    surface.change({kWidth, kHeight}, 1, true);
-    show();
-    EXPECT_NE(at(10, 300), 0U) << "a compositor that starts later is followed";
-}
-
-TEST_F(OverlayPaintTest, MarksOfOneTurnAreOnePassAndAPassWithoutChangePresentsNothing) {
-    const auto laser = addLaser();
-    show();
-    const int before = surface.presented;
-    for (int i = 0; i < 20; ++i) {
-        laser->setLaserRect(effectRect({100.0 + i, 100}, 50));
-        laser->setNeedsDisplay();
-    }
-    show();
-    EXPECT_EQ(surface.presented, before + 1);
-    canvas->display();
-    EXPECT_EQ(surface.presented, before + 1);
 }
 
 // Old and new disc are all that is painted, at any scale; the pixels are those of a full paint.
@@ -356,32 +282,6 @@ TEST_F(MagnifierTest, TheLensShowsThePictureAroundTheCursorEnlargedByWholeFactor
             }
         }
     }
-}
-
-TEST_F(MagnifierTest, AFactorBelowOneOrNoPictureLeavesOnlyTheRing) {
-    config.setMouseSizeValue(150);
-    config.setMouseZoomValue(5);
-    moveTo({300, 190});
-    EXPECT_EQ(at(300, 170), 0U);
-    EXPECT_EQ(at(300, 170 - 74), 0xffffffffU);
-    config.setMouseZoomValue(50);
-    image->setImage({});
-    moveTo({300, 190});
-    EXPECT_EQ(at(300, 170), 0U);
-    EXPECT_EQ(at(300, 170 - 74), 0xffffffffU);
-    lens->setRenderView(nullptr);
-    moveTo({300, 191});
-    EXPECT_EQ(at(300, 170), 0U);
-}
-
-TEST_F(MagnifierTest, BeyondThePicturesEdgeThereIsNothing) {
-    config.setMouseSizeValue(150);
-    config.setMouseZoomValue(10);
-    moveTo({0, 0});
-    EXPECT_EQ(at(0, 359), picture.pixel(0, 359));
-    moveTo({kWidth - 1, kHeight - 1});
-    EXPECT_EQ(at(639, 1), picture.pixel(639, 1));
-    EXPECT_EQ(at(600, 3), picture.pixel(600, 3));
 }
 
 TEST_F(MagnifierTest, EveryDrawingLogsTheRenderPointAndMovingPaintsTheLensOnly) {

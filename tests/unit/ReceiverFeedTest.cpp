@@ -2,6 +2,7 @@
 
 #include "platform/virtual_receiver/SocketFeed.h"
 #include "platform/virtual_receiver/VirtualHidPort.h"
+#include "support/SocketClient.h"
 #include "support/VirtualMainQueue.h"
 
 #include <QCoreApplication>
@@ -11,14 +12,10 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 
 #include <array>
-#include <cstring>
 #include <fstream>
-#include <sstream>
 
 namespace companion {
 namespace {
@@ -65,40 +62,7 @@ protected:
     std::string error;
 };
 
-// One connection from outside.
-class Client {
-public:
-    explicit Client(const std::string &path) : m_socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0)) {
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        path.copy(address.sun_path, sizeof address.sun_path - 1);
-        connected =
-            ::connect(m_socket.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0;
-    }
-
-    bool send(std::string_view text) {
-        return ::send(m_socket.get(), text.data(), text.size(), MSG_NOSIGNAL) ==
-               static_cast<ssize_t>(text.size());
-    }
-    void endInput() { ::shutdown(m_socket.get(), SHUT_WR); }
-
-    // All that came so far; `ended` once the other side has closed.
-    const std::string &received() {
-        std::array<char, 4096> bytes;
-        ssize_t length = 0;
-        while ((length = ::recv(m_socket.get(), bytes.data(), bytes.size(), 0)) > 0)
-            m_received.append(bytes.data(), static_cast<std::size_t>(length));
-        ended |= length == 0;
-        return m_received;
-    }
-
-    bool connected = false;
-    bool ended = false;
-
-private:
-    FileDescriptor m_socket;
-    std::string m_received;
-};
+using Client = SocketClient;
 
 class ReceiverSocketTest : public ReceiverFeedTest {
 protected:
@@ -109,37 +73,6 @@ protected:
 
     std::unique_ptr<ReceiverFeed> feed;
 };
-
-TEST_F(ReceiverFeedTest, TheSocketIsTheUsersOwnAndGoesWithTheFeed) {
-    const mode_t before = ::umask(0);
-    auto feed = open(path("socket"));
-    EXPECT_EQ(::umask(before), 0U) << "left as it was";
-    ASSERT_TRUE(feed) << error;
-    struct stat status {};
-    ASSERT_EQ(::stat(path("socket").c_str(), &status), 0);
-    EXPECT_TRUE(S_ISSOCK(status.st_mode));
-    EXPECT_EQ(status.st_mode & 07777, 0600U);
-    feed.reset();
-    EXPECT_FALSE(QFile::exists(QString::fromStdString(path("socket"))));
-}
-
-TEST_F(ReceiverSocketTest, ConnectionsAreServedSideBySideEachToItsLastReply) {
-    Client first(path("socket"));
-    Client second(path("socket"));
-    first.send("wait 500\njump");
-    first.endInput(); // Which ends its last line, too.
-    second.send("event 10\nplug");
-    EXPECT_TRUE(turnUntil([&] { return second.received() == "ok\n"; }));
-    second.send("ged\n");
-    EXPECT_TRUE(turnUntil([&] { return second.received() == "ok\nerror unknown command 'plugged'\n"; }));
-    for (int i = 0; i < 20; ++i)
-        turn();
-    EXPECT_EQ(first.received(), "");
-    queue.advance(500ms);
-    EXPECT_TRUE(turnUntil([&] { return first.received(), first.ended; }));
-    EXPECT_EQ(first.received(), "ok\nerror unknown command 'jump'\n");
-    EXPECT_FALSE(second.ended);
-}
 
 TEST_F(ReceiverSocketTest, ClientsThatLeaveAtAnyMomentDisturbNobody) {
     VirtualHidPort port(receiver);
@@ -160,6 +93,10 @@ TEST_F(ReceiverSocketTest, ClientsThatLeaveAtAnyMomentDisturbNobody) {
     std::array<std::uint8_t, 64> report{0x12};
     port.getFeatureReport(handle, report);
     EXPECT_EQ(report[1], 0x10) << "what a client asked for before it left is done";
+    client.send("jump");
+    client.endInput(); // Which ends its last line, too.
+    EXPECT_TRUE(turnUntil([&] { return client.closed(); }));
+    EXPECT_TRUE(client.received().ends_with("error unknown command 'jump'\n"));
 }
 
 TEST_F(ReceiverSocketTest, AReaderThatTakesNoRepliesHoldsUpOnlyItself) {
@@ -195,7 +132,7 @@ TEST_F(ReceiverSocketTest, TooManyConnectionsAreToldSoUntilOneOfThemLeaves) {
         turn();
     }
     Client refused(path("socket"));
-    EXPECT_TRUE(turnUntil([&] { return refused.received(), refused.ended; }));
+    EXPECT_TRUE(turnUntil([&] { return refused.closed(); }));
     EXPECT_EQ(refused.received(), "error too many connections\n");
     clients.pop_front();
     Client welcome(path("socket"));
@@ -220,25 +157,13 @@ TEST_F(ReceiverFeedTest, ASocketLeftBehindIsReplacedAndOneInUseIsNot) {
     EXPECT_TRUE(Client(path("other")).connected);
 }
 
-TEST_F(ReceiverFeedTest, PathsThatCannotBeAFeedAreNamed) {
-    write("file", "plug\n");
-    const std::pair<std::string, std::string> cases[] = {
-        {path(""), "is a folder"},
-        {path("none/socket"), "cannot make the socket: No such file or directory"},
-        {path("file/socket"), "Not a directory"},
-        {path(std::string(120, 'x')), "too long for a socket"},
-        {"/dev/null", "is neither a script nor a socket"},
-    };
-    for (const auto &[where, reason] : cases) {
-        EXPECT_FALSE(open(where));
-        EXPECT_EQ(error, where + ": " + reason);
-    }
-    EXPECT_FALSE(open(""));
-    EXPECT_NE(error, "");
-}
-
 TEST_F(ReceiverFeedTest, AScriptIsCheckedAsAWholeBeforeAnythingRuns) {
     const std::string script = write("bad.txt", "unplug\n\nevent 1g\nplug\n");
+    EXPECT_FALSE(open(""));
+    EXPECT_FALSE(open(path("")));
+    EXPECT_FALSE(open("/dev/null"));
+    EXPECT_EQ(error, "/dev/null: is neither a script nor a socket");
+    EXPECT_FALSE(open(path(std::string(120, 'x'))));
     EXPECT_FALSE(open(script));
     EXPECT_TRUE(error.starts_with(script + ":3: event: '1g' is no byte")) << error;
     EXPECT_FALSE(open(write("binary", std::string("\0\xff\n", 3))));
@@ -251,65 +176,23 @@ TEST_F(ReceiverFeedTest, AScriptIsCheckedAsAWholeBeforeAnythingRuns) {
     EXPECT_NE(VirtualHidPort(receiver).open(1, 2), nullptr) << "nothing was unplugged";
 }
 
-TEST_F(ReceiverFeedTest, AScriptRunsAfterTheStartAndRepliesOnStandardOutput) {
-    ::testing::internal::CaptureStdout();
-    const auto feed = open(write("script", "# demonstration\nunplug\nwait 200\nplug"));
-    ASSERT_TRUE(feed) << error;
-    VirtualHidPort port(receiver);
-    auto *handle = port.open(1, 2);
-    EXPECT_NE(handle, nullptr) << "not before the event loop turns";
-    port.close(handle);
-    turn();
-    EXPECT_EQ(port.open(1, 2), nullptr);
-    queue.advance(200ms);
-    EXPECT_NE(port.open(1, 2), nullptr);
-    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "ok\nok\nok\n");
-}
-
-TEST_F(ReceiverFeedTest, AFifoIsReadAsItIsWrittenAndItsEndEndsTheFeedOnly) {
-    ASSERT_EQ(::mkfifo(path("fifo").c_str(), 0600), 0);
-    ::testing::internal::CaptureStdout();
-    const auto feed = open(path("fifo"));
-    ASSERT_TRUE(feed) << error;
-    {
-        std::ofstream writer(path("fifo"));
-        writer << "jump\nunplug" << std::flush;
-        turn();
-    }
-    VirtualHidPort port(receiver);
-    EXPECT_TRUE(turnUntil([&] { return !isPlugged(port); }));
-    turn();
-    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "error unknown command 'jump'\nok\n");
-}
-
-TEST_F(ReceiverFeedTest, StandardInputIsAFeedAndRepliesThatNobodyTakesAreNoMatter) {
+TEST_F(ReceiverFeedTest, RepliesToStandardInputThatNobodyTakesAreNoMatter) {
     std::array<int, 2> input{};
     std::array<int, 2> output{};
-    ASSERT_EQ(::pipe(input.data()), 0);
-    ASSERT_EQ(::pipe(output.data()), 0);
-    const FileDescriptor savedInput = FileDescriptor::copyOf(STDIN_FILENO);
-    const FileDescriptor savedOutput = FileDescriptor::copyOf(STDOUT_FILENO);
-    FileDescriptor writer(input[1]);
-    FileDescriptor reader(output[0]);
+    ASSERT_EQ(::pipe(input.data()) | ::pipe(output.data()), 0);
+    const FileDescriptor saved[] = {FileDescriptor::copyOf(STDIN_FILENO),
+                                    FileDescriptor::copyOf(STDOUT_FILENO)};
     ::dup2(input[0], STDIN_FILENO);
     ::dup2(output[1], STDOUT_FILENO);
-    ::close(input[0]);
-    ::close(output[1]);
     const auto feed = open("-");
-    ::dup2(savedInput.get(), STDIN_FILENO);
-    ::dup2(savedOutput.get(), STDOUT_FILENO);
-    ASSERT_TRUE(feed) << error;
-
+    ::dup2(saved[0].get(), STDIN_FILENO);
+    ::dup2(saved[1].get(), STDOUT_FILENO);
+    for (const int end : {input[0], output[0], output[1]}) // As when the reader of the replies has ended.
+        ::close(end);
+    const FileDescriptor writer(input[1]);
     VirtualHidPort port(receiver);
-    ASSERT_EQ(::write(writer.get(), "unplug\n", 7), 7);
+    ASSERT_EQ(::write(writer.get(), "plug\ncounts\nunplug\n", 19), 19);
     EXPECT_TRUE(turnUntil([&] { return !isPlugged(port); }));
-    std::array<char, 16> reply{};
-    EXPECT_EQ(::read(reader.get(), reply.data(), reply.size()), 3);
-    EXPECT_STREQ(reply.data(), "ok\n");
-
-    reader = FileDescriptor(); // As when the reader of the replies has ended.
-    ASSERT_EQ(::write(writer.get(), "plug\ncounts\n", 12), 12);
-    EXPECT_TRUE(turnUntil([&] { return isPlugged(port); }));
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "settings_ui/ColorWell.h"
 #include "settings_ui/PictureView.h"
 #include "settings_ui/PlainView.h"
+#include "support/OwnMemory.h"
 #include "support/SettingsFixture.h"
 
 #include <QAbstractButton>
@@ -9,7 +10,6 @@
 #include <QColorDialog>
 #include <QComboBox>
 #include <QLabel>
-#include <QScreen>
 #include <QScrollBar>
 #include <QSlider>
 #include <QSpinBox>
@@ -19,15 +19,6 @@
 
 namespace companion {
 namespace {
-
-long privateKilobytes() {
-    QFile status(QStringLiteral("/proc/self/status"));
-    EXPECT_TRUE(status.open(QIODevice::ReadOnly));
-    for (const QByteArray &line : status.readAll().split('\n'))
-        if (line.startsWith("RssAnon:"))
-            return line.simplified().split(' ').at(1).toLong();
-    return 0;
-}
 
 class SettingWindowTest : public SettingsFixture {
 protected:
@@ -56,60 +47,6 @@ protected:
     }
 };
 
-TEST_F(SettingWindowTest, OpeningSavesWhatIsStoredAndShowsIt) {
-    config.setType(2);
-    config.setMouseSizeValue(111);
-    config.setMouseZoomValue(25);
-    config.setBackAlpha(0.5);
-    open();
-    EXPECT_EQ(onDisk("LOCAL_MOUSETYPE"), "2");
-    EXPECT_EQ(onDisk("LOCAL_MOUSESIZEVALUE"), "111");
-    EXPECT_EQ(onDisk("LOCAL_FRONTALPHA"), "0.8");
-    EXPECT_EQ(onDisk("LOCAL_BACKCOLOR"), "srgb 0 0 0 0.2");
-    EXPECT_EQ(find<QSlider>("mouseSizeSwitch").value(), 111);
-    EXPECT_EQ(find<QSpinBox>("mouseSizeNumber").value(), 111);
-    EXPECT_EQ(find<QSpinBox>("mouseZoomNumber").value(), 25);
-    EXPECT_EQ(find<QSpinBox>("backAlphaNumber").value(), 50);
-    EXPECT_EQ(find<QSpinBox>("frontAlphaNumber").value(), 80);
-    EXPECT_EQ(modesOn(), "0010");
-    EXPECT_EQ(picture(), "pre_jiguangbi");
-    EXPECT_TRUE(sent.empty());
-}
-
-TEST_F(SettingWindowTest, EveryNumberReachesTheFileAtOnceFromItsSliderAndFromTheFieldBesideIt) {
-    open();
-    struct Case {
-        const char *number, *slider, *typed, *key, *expected, *lowest, *highest;
-    };
-    const Case cases[] = {
-        {"mouseSizeNumber", "mouseSizeSwitch", "137", "LOCAL_MOUSESIZEVALUE", "137", "50", "250"},
-        {"mouseZoomNumber", "mouseZoomSwitch", "25", "LOCAL_MOUSEROOMVALUE", "25", "0", "100"},
-        {"backAlphaNumber", "backAlphaSwitch", "35", "LOCAL_BACKALPHA", "0.3499999940395355", "0", "1"},
-        {"frontAlphaNumber", "frontAlphaSwitch", "29", "LOCAL_FRONTALPHA", "0.28999999165534973", "0", "1"},
-    };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.typed);
-        typeNumber(c.number, c.typed);
-        EXPECT_EQ(onDisk(c.key), c.expected);
-        EXPECT_EQ(find<QSlider>(c.slider).value(), QString::fromLatin1(c.typed).toInt());
-        key(c.slider, Qt::Key_Home);
-        EXPECT_EQ(onDisk(c.key), c.lowest);
-        key(c.slider, Qt::Key_End);
-        EXPECT_EQ(onDisk(c.key), c.highest);
-        EXPECT_EQ(find<QSpinBox>(c.number).value(), find<QSlider>(c.slider).maximum());
-    }
-    auto &slider = find<QSlider>("mouseSizeSwitch");
-    QTest::mouseClick(&slider, Qt::LeftButton, {}, QPoint(2, slider.height() / 2)); // One page to the left.
-    EXPECT_EQ(onDisk("LOCAL_MOUSESIZEVALUE"), "240");
-
-    typeNumber("mouseSizeNumber", "7");
-    key("mouseSizeNumber", Qt::Key_Return);
-    EXPECT_EQ(onDisk("LOCAL_MOUSESIZEVALUE"), "50") << "the nearest size there is";
-
-    find<QSlider>("mouseSpeedSwitch").setValue(70); // Hidden, and wired all the same.
-    EXPECT_EQ(onDisk("LOCAL_MOUSESPEEDVALUE"), "70");
-}
-
 TEST_F(SettingWindowTest, SomePercentagesReadBackOneLowerAndTheOthersAsTheyWere) {
     const std::set<int> oneLower{1,  2,  3,  4,  6,  8,  11, 12, 13, 16, 19, 21, 22, 24, 26, 29, 32,
                                  35, 38, 39, 41, 42, 44, 45, 47, 48, 51, 52, 53, 57, 58, 59, 63, 64,
@@ -126,21 +63,13 @@ TEST_F(SettingWindowTest, SomePercentagesReadBackOneLowerAndTheOthersAsTheyWere)
     }
 }
 
-TEST_F(SettingWindowTest, ModeButtonsActAsOneGroupAndSaveEvenWhenAlreadyOn) {
+TEST_F(SettingWindowTest, AModeButtonThatIsOnStaysOnWhenPressedAndSavesAgain) {
     open();
-    const std::pair<const char *, const char *> presses[] = {{"modePointBtn", "0100"},
-                                                             {"modeZoomBtn", "0001"},
-                                                             {"modeZoomBtn", "0001"},
-                                                             {"modeLaserBtn", "0010"},
-                                                             {"modeNormalBtn", "1000"}};
-    for (const auto &[name, on] : presses) {
-        click(name);
-        EXPECT_EQ(modesOn(), on);
-        EXPECT_EQ(onDisk("LOCAL_MOUSETYPE"), std::to_string(std::string(on).find('1')));
-    }
+    click("modeZoomBtn");
+    EXPECT_EQ(modesOn(), "0001");
     config.setMouseSizeValue(99); // Set by somebody else, not saved yet.
-    key("modeNormalBtn", Qt::Key_Space);
-    EXPECT_EQ(modesOn(), "1000") << "pressing it again does not turn it off";
+    key("modeZoomBtn", Qt::Key_Space);
+    EXPECT_EQ(modesOn(), "0001");
     EXPECT_EQ(onDisk("LOCAL_MOUSESIZEVALUE"), "99");
 }
 
@@ -206,36 +135,27 @@ TEST_F(SettingWindowTest, ValuesThatNoControlCanShowAreShownAsTheNearestAndSaved
     }
 }
 
-TEST_F(SettingWindowTest, AColourIsChosenInADialogThatBlocksNothingAndReleasesTheWell) {
+TEST_F(SettingWindowTest, AColourIsTakenAtItsOkAndOneDialogIsOpenAtATime) {
     open();
     for (const auto &[name, key] :
          {std::pair{"backColorWell", "LOCAL_BACKCOLOR"}, std::pair{"frontColorWell", "LOCAL_FRONTCOLOR"}}) {
         const std::string before = onDisk(key);
-        auto &well = find<ColorWell>(name);
         click(name);
         auto *dialog = controller->window()->findChild<QColorDialog *>();
         ASSERT_NE(dialog, nullptr);
-        EXPECT_TRUE(well.isActive() && dialog->isVisible());
-        EXPECT_FALSE(dialog->isModal());
         EXPECT_FALSE(dialog->testOption(QColorDialog::ShowAlphaChannel));
         dialog->setCurrentColor(QColor(51, 102, 255));
-        EXPECT_EQ(onDisk(key), before) << "not before OK";
+        EXPECT_EQ(onDisk(key), before);
         dialog->accept();
         EXPECT_EQ(onDisk(key), "srgb 0.2 0.4 1 1");
-        EXPECT_FALSE(well.isActive());
+        EXPECT_FALSE(find<ColorWell>(name).isActive());
         EXPECT_EQ(log.count("窗口关闭"), 1U) << "the dialog, too, is a window that closes";
-        log.lines.clear();
-        settle();
-
-        click(name);
-        controller->window()->findChild<QColorDialog *>()->reject();
-        EXPECT_EQ(onDisk(key), "srgb 0.2 0.4 1 1");
         log.lines.clear();
         settle();
     }
     click("backColorWell");
     click("frontColorWell");
-    EXPECT_FALSE(find<ColorWell>("backColorWell").isActive()) << "one dialog at a time";
+    EXPECT_FALSE(find<ColorWell>("backColorWell").isActive());
     EXPECT_EQ(find<PlainView>("frontColorPreviewView").background(), QColor(Qt::red)) << "fixed";
     controller->dismiss(); // With a dialog open.
     settle();
@@ -248,9 +168,8 @@ TEST_F(SettingWindowTest, TheTimerIsHandedOnAsItIsAndTheButtonRestsForHalfASecon
     const std::string stored = onDisk("LOCAL_TIMEVALUE");
     auto &button = find<QAbstractButton>("timeSetBtn");
     std::vector<std::int32_t> expected;
-    for (const int minutes : {0, 1, 45, 255, 256, 300}) {
+    for (const int minutes : {0, 45, 256, 300}) {
         typeNumber("timeStepper", QByteArray::number(minutes).constData());
-        EXPECT_EQ(text("timeCountTextField"), std::to_string(minutes));
         click("timeSetBtn");
         click("timeSetBtn");
         expected.push_back(minutes);
@@ -264,14 +183,11 @@ TEST_F(SettingWindowTest, TheTimerIsHandedOnAsItIsAndTheButtonRestsForHalfASecon
 
     key("timeStepper", Qt::Key_Up);
     EXPECT_EQ(text("timeCountTextField"), "300") << "the end of the range";
-    key("timeStepper", Qt::Key_Down);
-    EXPECT_EQ(text("timeCountTextField"), "299");
-    auto &stepper = find("timeStepper");
-    QTest::mouseClick(&stepper, Qt::LeftButton, {}, QPoint(10, stepper.height() / 2));
-    EXPECT_EQ(text("timeCountTextField"), "298") << "the left half of it is less";
-    QTest::mouseClick(&stepper, Qt::LeftButton, {}, QPoint(stepper.width() - 10, stepper.height() / 2));
-    EXPECT_EQ(text("timeCountTextField"), "299") << "the right half is more";
-
+    auto &stepper = find("timeStepper"); // Less in the left half of it, more in the right one.
+    for (const auto &[x, shown] : {std::pair{10, "299"}, {10, "298"}, {stepper.width() - 10, "299"}}) {
+        QTest::mouseClick(&stepper, Qt::LeftButton, {}, QPoint(x, stepper.height() / 2));
+        EXPECT_EQ(text("timeCountTextField"), shown);
+    }
     button.setFocus();
     key("timeSetBtn", Qt::Key_Space);
     EXPECT_FALSE(button.hasFocus());
@@ -280,59 +196,42 @@ TEST_F(SettingWindowTest, TheTimerIsHandedOnAsItIsAndTheButtonRestsForHalfASecon
 }
 
 TEST_F(SettingWindowTest, ALanguageRelabelsAllEighteenCaptionsAtOnceAndTheFirstChoiceIsGerman) {
-    const std::pair<const char *, const char *> captions[] = {{"mainTitleTextField", "翻页笔设置"},
-                                                              {"noneDeciveTitleTextField", "请插入设备"},
-                                                              {"languageTextField", "语言"},
-                                                              {"penModeTitleTextField", "模式"},
-                                                              {"modeNormalBtn", "正常"},
-                                                              {"modePointBtn", "聚光"},
-                                                              {"modeLaserBtn", "数码激光"},
-                                                              {"modeZoomBtn", "放大镜"},
-                                                              {"previewTitleTextField", "效果预览"},
-                                                              {"backColorTitleTextField", "背景颜色"},
-                                                              {"frontColorTitleTextField", "前景颜色"},
-                                                              {"backAlphaTitleTextField", "透明度"},
-                                                              {"frontAlphaTitleTextField", "透明度"},
-                                                              {"mouseSizeTitleTextField", "斑点大小"},
-                                                              {"mouseSpeedTitleTextField", "鼠标速度"},
-                                                              {"mouseZoomLevelTitleTextField", "放大倍数"},
-                                                              {"timeTitleTextField", "时间设置"},
-                                                              {"timeSetBtn", "设置"}};
-    static_assert(std::size(captions) == 18);
-    const auto expectLanguage = [&](int language) {
-        const auto texts = reviewedTexts(language);
-        for (const auto &[name, key] : captions)
-            EXPECT_EQ(find(name).property("text").toString(), texts.at(QString::fromUtf8(key)))
-                << language << name;
-        EXPECT_EQ(find("mouseSizeSwitch").accessibleName(), texts.at(QStringLiteral("斑点大小")));
-        EXPECT_EQ(find("frontAlphaNumber").accessibleName(), texts.at(QStringLiteral("前景颜色")) +
-                                                                 QStringLiteral(", ") +
-                                                                 texts.at(QStringLiteral("透明度")));
+    // Each control before the key of its text.
+    const QStringList captions = QStringLiteral(R"(
+        mainTitleTextField 翻页笔设置  noneDeciveTitleTextField 请插入设备  languageTextField 语言
+        penModeTitleTextField 模式  modeNormalBtn 正常  modePointBtn 聚光  modeLaserBtn 数码激光
+        modeZoomBtn 放大镜  previewTitleTextField 效果预览  backColorTitleTextField 背景颜色
+        frontColorTitleTextField 前景颜色  backAlphaTitleTextField 透明度  frontAlphaTitleTextField 透明度
+        mouseSizeTitleTextField 斑点大小  mouseSpeedTitleTextField 鼠标速度
+        mouseZoomLevelTitleTextField 放大倍数  timeTitleTextField 时间设置  timeSetBtn 设置)")
+                                     .simplified()
+                                     .split(u' ');
+    ASSERT_EQ(captions.size(), 2 * 18);
+    const auto expectTexts = [&] {
+        for (qsizetype i = 0; i < captions.size(); i += 2)
+            EXPECT_EQ(find(captions[i].toLatin1().constData()).property("text").toString(),
+                      LanguageSetting::getText(captions[i + 1]))
+                << captions[i].toStdString();
+        EXPECT_EQ(find("frontAlphaNumber").accessibleName(),
+                  find("frontColorTitleTextField").property("text").toString() + QStringLiteral(", ") +
+                      find("frontAlphaTitleTextField").property("text").toString());
     };
     open();
-    expectLanguage(0);
-    EXPECT_EQ(find<QComboBox>("languageBtn").currentText(), QStringLiteral("German"));
-    chooseLanguage(10);
-    EXPECT_EQ(onDisk("SYSTEM_LANGUAGEINDEX"), "0");
-    expectLanguage(0);
-    EXPECT_EQ(find<QComboBox>("languageBtn").currentText(), QStringLiteral("Spanish"));
-    chooseLanguage(10); // The same item again.
-    EXPECT_EQ(onDisk("SYSTEM_LANGUAGEINDEX"), "10");
-    expectLanguage(10);
-    EXPECT_EQ(log.count("选中语言:10"), 2U);
+    expectTexts();
+    for (const char *expected : {"0", "10"}) { // The same item twice.
+        chooseLanguage(10);
+        EXPECT_EQ(onDisk("SYSTEM_LANGUAGEINDEX"), expected);
+        EXPECT_EQ(find<QComboBox>("languageBtn").currentText(), QStringLiteral("Spanish"));
+        expectTexts();
+    }
     for (int language = 11; language >= 0; --language) {
         chooseLanguage(language);
-        expectLanguage(language);
+        EXPECT_EQ(onDisk("SYSTEM_LANGUAGEINDEX"), std::to_string(language));
+        expectTexts();
     }
-
     store.setValue(QStringLiteral("SYSTEM_LANGUAGEINDEX"), QStringLiteral("7"));
     reopen();
-    const char *const titles[] = {"German",   "English", "French",    "Italian", "Portugal", "Polish",
-                                  "Romanian", "Czech",   "Hungarian", "Slovak",  "Spanish",  "Dutch"};
     auto &button = find<QComboBox>("languageBtn");
-    ASSERT_EQ(button.count(), 12);
-    for (int i = 0; i < 12; ++i)
-        EXPECT_EQ(button.itemText(i), QLatin1String(titles[i]));
     EXPECT_EQ(button.currentIndex(), 7);
     button.showPopup();
     settle();
@@ -348,41 +247,6 @@ TEST_F(SettingWindowTest, AStoredLanguageThatIsNoneKeepsTheWindowFromOpening) {
     EXPECT_FALSE(controller->isPresented());
     EXPECT_EQ(center.observerCount(), 0U);
     EXPECT_EQ(QApplication::allWidgets().size(), 0);
-}
-
-TEST_F(SettingWindowTest, ThePanelAsksForTheReceiverUntilItIsThere) {
-    controller->show();
-    settle();
-    const auto &panel = find("noneDeciveBgView");
-    const auto &button = find("modeNormalBtn");
-    EXPECT_TRUE(panel.isVisible());
-    EXPECT_FALSE(button.isVisible());
-    for (int i = 0; i < 3; ++i) {
-        center.post(LOCAL_DEVICECONNECT);
-        EXPECT_FALSE(panel.isVisible());
-        EXPECT_TRUE(button.isVisible());
-        EXPECT_FALSE(find("mouseSpeedBgView").isVisible());
-    }
-    for (int i = 0; i < 2; ++i) {
-        center.post(LOCAL_DEVICEDISCONNECT);
-        EXPECT_TRUE(panel.isVisible());
-        EXPECT_FALSE(button.isVisible());
-    }
-}
-
-TEST_F(SettingWindowTest, TheWindowStandsOnTopInTheMiddleAndBlocksNothing) {
-    open();
-    const QWidget &window = *controller->window();
-    EXPECT_TRUE(window.windowFlags() & Qt::WindowStaysOnTopHint);
-    EXPECT_FALSE(window.isModal());
-    EXPECT_TRUE(window.windowTitle().isEmpty());
-    EXPECT_FALSE(window.testAttribute(Qt::WA_QuitOnClose)) << "closing it must not end the program";
-    const QPoint off =
-        window.geometry().center() - QGuiApplication::primaryScreen()->availableGeometry().center();
-    EXPECT_LE(std::max(std::abs(off.x()), std::abs(off.y())), 4);
-    EXPECT_NE(controller->nativeWindow(), 0U);
-    controller->show();
-    EXPECT_EQ(controller->window(), &window) << "the open one comes to the front";
 }
 
 TEST_F(SettingWindowTest, TheWindowMayBeDismissedOrDestroyedFromWhereverItIsBeingCalled) {
@@ -428,20 +292,16 @@ TEST_F(SettingWindowTest, FiveHundredOpeningsLeaveNothingBehind) {
         config.setType(static_cast<std::uint64_t>(i % 4));
         open();
         EXPECT_EQ(center.observerCount(), 4U);
-        const bool resting = i % 2 == 1;
-        if (resting)
-            click("timeSetBtn");
+        click("timeSetBtn");
         controller->dismiss();
         settle();
-        EXPECT_EQ(center.observerCount(), resting ? 4U : 0U)
-            << "kept by the task that ends the button's rest";
         queue.advance(std::chrono::milliseconds(500));
         log.lines.clear();
         if (i == 5)
-            warm = privateKilobytes();
+            warm = ownKilobytes("RssAnon");
     }
 #ifndef __SANITIZE_ADDRESS__ // It keeps what was freed.
-    EXPECT_LE(privateKilobytes() - warm, 4096);
+    EXPECT_LE(ownKilobytes("RssAnon") - warm, 4096);
 #endif
     EXPECT_EQ(center.observerCount(), 0U);
     EXPECT_EQ(QApplication::allWidgets().size(), 0);

@@ -32,22 +32,6 @@ protected:
     }
 };
 
-TEST_F(SettingsTest, AFirstStartHasTheDefaultsAndWritesNothing) {
-    SettingsStore store(path);
-    const ConfigManager config(store);
-    EXPECT_EQ(config.type(), 0U);
-    EXPECT_EQ(config.mouseSizeValue(), 50);
-    EXPECT_EQ(config.mouseZoomValue(), 50);
-    EXPECT_EQ(config.mouseSpeedValue(), 50);
-    EXPECT_EQ(config.timeValue(), 1);
-    EXPECT_EQ(config.backAlpha(), 0.2);
-    EXPECT_EQ(config.frontAlpha(), 0.8);
-    EXPECT_EQ(config.backColor(), (Color{0, 0, 0, 0.2}));
-    EXPECT_EQ(config.frontColor(), (Color{1, 0, 0, 1}));
-    EXPECT_FALSE(QFile::exists(path));
-    EXPECT_TRUE(log.lines.empty());
-}
-
 TEST_F(SettingsTest, WhatIsSavedComesBackExactlyButForAlphasInSinglePrecision) {
     const Color odd{0.1, 1.0 / 3.0, 1e-17, 0.7};
     {

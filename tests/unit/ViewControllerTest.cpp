@@ -1,6 +1,5 @@
 #include "support/ViewControllerFixture.h"
 
-#include <array>
 #include <limits>
 
 namespace companion {
@@ -23,25 +22,6 @@ TEST_F(ViewControllerTest, StartUpClicksOnceAtTheCentreCapturesOnceAndShowsNothi
     EXPECT_TRUE(platform.fakeSurface.occupied.empty());
     EXPECT_EQ(controller->logTextField()->superview(), nullptr);
     EXPECT_FALSE(controller->logTextField()->isHidden());
-}
-
-TEST_F(ViewControllerTest, TheWholeRoadFromTheHeldKeyToTheEffectAndBack) {
-    config.setType(kEffectSpotlight);
-    window->windowDidLoad();
-    controller->viewDidLoad();
-    controller->viewDidAppear();
-    queue.advance(1s);
-    receiver.setEvent(std::array<std::uint8_t, 1>{0x10});
-    queue.advance(100ms);
-    EXPECT_TRUE(controller->mouseEffectIsOn());
-    moveTo({200, 200});
-    EXPECT_NE(at(0, 599), 0U);
-    EXPECT_EQ(at(200, 400), 0U);
-    receiver.setEvent(std::array<std::uint8_t, 1>{0x00});
-    queue.advance(400ms);
-    EXPECT_FALSE(controller->mouseEffectIsOn());
-    EXPECT_EQ(at(0, 599), 0U);
-    EXPECT_FALSE(platform.fakeSurface.mouse.back());
 }
 
 TEST_F(ViewControllerTest, TwentyPostsGiveOneRebuildOneClickAndOneMoreAfterTheKeyIsLetGo) {
@@ -87,16 +67,6 @@ TEST_F(ViewControllerTest, AGapOfThreeHundredMillisecondsEndsTheEffectAndOneLess
     EXPECT_FALSE(shown(controller->laserView()));
 }
 
-TEST_F(ViewControllerTest, InThePlainModeTheMouseIsNeverTakenButStillLetGo) {
-    load();
-    hold(500ms);
-    moveTo({5, 5});
-    queue.advance(1s);
-    EXPECT_EQ(platform.fakeSurface.mouse, (std::vector{false}));
-    EXPECT_EQ(platform.mouse.clicks(), 2);
-    EXPECT_TRUE(controller->normalView());
-}
-
 TEST_F(ViewControllerTest, MovesAndDragsAreDrawnOnlyWhileTheEffectIsOn) {
     config.setType(kEffectSpotlight);
     config.setMouseSizeValue(51);
@@ -136,9 +106,7 @@ TEST_F(ViewControllerTest, RefreshBuildsTheViewOfTheTypeAndATypeThatIsNoneBuilds
     center.post(NOTIFY_REFRESHPEN); // Also while the effect is on, which then goes on with the new view.
     EXPECT_NE(controller->laserView(), held);
     EXPECT_TRUE(shown(controller->laserView()));
-    EXPECT_EQ(platform.mouse.clicks(), 1);
     queue.advance(1s);
-    EXPECT_FALSE(shown(controller->laserView()));
     config.setType(7);
     effectKey();
     moveTo({100, 100});
@@ -150,34 +118,34 @@ TEST_F(ViewControllerTest, RefreshBuildsTheViewOfTheTypeAndATypeThatIsNoneBuilds
 
 TEST_F(ViewControllerTest, SizeStepsStayWithinTheirBoundsAndAreSavedAndShown) {
     load();
-    const auto step = [this](std::int64_t from, std::string_view name) {
-        config.setMouseSizeValue(from);
-        center.post(name);
-        EXPECT_EQ(store.value(QStringLiteral("LOCAL_MOUSESIZEVALUE")),
-                  QString::number(config.mouseSizeValue()));
-        EXPECT_EQ(hint(), QStringLiteral("◉:%1").arg(config.mouseSizeValue()));
-        return config.mouseSizeValue();
-    };
-    EXPECT_EQ(step(245, LOCAL_MOUSESIZEVALUEADD), 250);
-    EXPECT_EQ(step(250, LOCAL_MOUSESIZEVALUEADD), 250);
-    EXPECT_EQ(step(240, LOCAL_MOUSESIZEVALUEADD), 250);
-    EXPECT_EQ(step(55, LOCAL_MOUSESIZEVALUESUB), 50);
-    EXPECT_EQ(step(50, LOCAL_MOUSESIZEVALUESUB), 50);
-    EXPECT_EQ(step(60, LOCAL_MOUSESIZEVALUESUB), 50);
-    EXPECT_EQ(step(9999, LOCAL_MOUSESIZEVALUESUB), 9989);
-    EXPECT_EQ(step(9999, LOCAL_MOUSESIZEVALUEADD), 250);
-    EXPECT_EQ(step(-5, LOCAL_MOUSESIZEVALUEADD), 5);
-    EXPECT_EQ(step(-5, LOCAL_MOUSESIZEVALUESUB), 50);
-    EXPECT_EQ(step(std::numeric_limits<std::int64_t>::max(), LOCAL_MOUSESIZEVALUEADD), 250);
+    const std::int64_t most = std::numeric_limits<std::int64_t>::max();
+    const std::int64_t cases[][3] = {// From, one step up, one step down.
+                                     {245, 250, 235},   {250, 250, 240}, {240, 250, 230},
+                                     {55, 65, 50},      {50, 60, 50},    {60, 70, 50},
+                                     {9999, 250, 9989}, {-5, 5, 50},     {most, 250, most - 10}};
+    for (const auto &[from, up, down] : cases)
+        for (const auto &[key, to] :
+             {std::pair{LOCAL_MOUSESIZEVALUEADD, up}, {LOCAL_MOUSESIZEVALUESUB, down}}) {
+            config.setMouseSizeValue(from);
+            center.post(key);
+            EXPECT_EQ(config.mouseSizeValue(), to);
+            EXPECT_EQ(store.value(QStringLiteral("LOCAL_MOUSESIZEVALUE")), QString::number(to));
+            EXPECT_EQ(hint(), QStringLiteral("◉:%1").arg(to));
+        }
 }
 
 TEST_F(ViewControllerTest, ModeSwitchesCycleResetTheSizeAndTakeEffectAtTheNextRisingEdge) {
     load();
     effectKey();
     config.setMouseSizeValue(80);
-    for (const std::uint64_t type : {kEffectSpotlight, kEffectLaser, kEffectZoom, kEffectNormal}) {
+    const std::pair<std::uint64_t, const char *> modes[] = {{kEffectSpotlight, "Spotlight"},
+                                                            {kEffectLaser, "Digital Pointer"},
+                                                            {kEffectZoom, "Lupe"},
+                                                            {kEffectNormal, "Standard"}};
+    for (const auto &[type, name] : modes) {
         center.post(LOCAL_MOUSETYPESWITCH);
         EXPECT_EQ(config.type(), type);
+        EXPECT_EQ(hint(), QLatin1String(name)); // In the user's language.
         EXPECT_EQ(config.mouseSizeValue(), 150);
         EXPECT_EQ(store.value(QStringLiteral("LOCAL_MOUSETYPE")), QString::number(type));
     }
@@ -189,34 +157,6 @@ TEST_F(ViewControllerTest, ModeSwitchesCycleResetTheSizeAndTakeEffectAtTheNextRi
     center.post(LOCAL_MOUSETYPESWITCH);
     EXPECT_EQ(config.type(), kEffectSpotlight) << "a damaged language setting does not end a talk";
     EXPECT_EQ(log.lines.back(), "SYSTEM_LANGUAGEINDEX is 12, which is not in the range 0 to 11");
-}
-
-TEST_F(ViewControllerTest, MotionsAreFollowedOnlyWhileThereIsAnEffect) {
-    load();
-    EXPECT_FALSE(platform.monitor.following);
-    hold(200ms);
-    EXPECT_TRUE(platform.monitor.following);
-    queue.advance(1s);
-    EXPECT_FALSE(platform.monitor.following);
-}
-
-TEST_F(ViewControllerTest, TheHintNamesTheModeInTheUsersLanguage) {
-    load();
-    const std::vector<QStringList> names = {
-        {QStringLiteral("Spotlight"), QStringLiteral("Digital Pointer"), QStringLiteral("Lupe"),
-         QStringLiteral("Standard")},
-        {QStringLiteral("Spotlight"), QStringLiteral("Digital Pointer"), QStringLiteral("Magnifier"),
-         QStringLiteral("Normal")},
-        {QStringLiteral("Projecteur"), QStringLiteral("Pointeur"), QStringLiteral("Loupe"),
-         QStringLiteral("Normal")},
-    };
-    for (int index = 0; index < 3; ++index) {
-        store.setValue(QStringLiteral("SYSTEM_LANGUAGEINDEX"), QString::number(index));
-        for (const QString &name : names[std::size_t(index)]) {
-            center.post(LOCAL_MOUSETYPESWITCH);
-            EXPECT_EQ(hint(), name);
-        }
-    }
 }
 
 TEST_F(ViewControllerTest, TheHintGoesThreeSecondsAfterTheLastOfSeveralSteps) {
@@ -245,10 +185,6 @@ TEST_F(ViewControllerTest,
     const auto &lens = controller->zoomView();
     EXPECT_TRUE(shown(lens));
     EXPECT_EQ(lens->frame(), (PointRect{0, 0, 51, 51}));
-    EXPECT_EQ(lens->layer().borderWidth, 2.0);
-    EXPECT_EQ(lens->layer().cornerRadius, 25.0);
-    EXPECT_EQ(lens->renderView()->frame(), (PointRect{0, 4000, 800, 592}));
-    EXPECT_EQ(controller->zoomScreenShotImageView()->frame(), (PointRect{0, 0, 800, 600}));
     queue.advance(99ms);
     EXPECT_TRUE(shown(lens));
     queue.advance(1ms);
@@ -260,8 +196,6 @@ TEST_F(ViewControllerTest,
     EXPECT_EQ(platform.capture.asked, 1);
     EXPECT_TRUE(shown(lens));
     moveTo({200, 200});
-    EXPECT_EQ(lens->frame(), (PointRect{175, 175, 51, 51}));
-    EXPECT_EQ(lens->renderPoint(), (Point{175, 175}));
     EXPECT_EQ(at(200, 400), 0xff336699U);
     platform.fakeSurface.change({5000, 4500}, 1, true);
     EXPECT_EQ(controller->zoomView()->renderView()->frame().y, 4500)
@@ -297,23 +231,6 @@ TEST_F(ViewControllerTest, ClosingTheSettingsWindowByNotificationRefreshesAndCli
     EXPECT_EQ(platform.mouse.clicks(), 0);
     queue.advance(1ms);
     EXPECT_EQ(platform.mouse.clicks(), 1);
-}
-
-TEST_F(ViewControllerTest, TheOverlayFollowsTheScreenAlsoWhileTheEffectIsOn) {
-    config.setType(kEffectSpotlight);
-    load();
-    hold(100ms);
-    platform.fakeSurface.change({400, 300}, 2, true);
-    effectKey();
-    queue.advance(0ms);
-    EXPECT_EQ(controller->spotlightView()->frame(), (PointRect{0, 0, 400, 292}));
-    EXPECT_EQ(controller->effectSwitchHintTextField()->frame(), (PointRect{220, 220, 160, 52}));
-    moveTo({200, 100});
-    EXPECT_EQ(at(400, 400), 0U) << "device pixels, twice the points";
-    EXPECT_NE(at(400, 340), 0U);
-    platform.fakeSurface.change({}, 1, true); // No screen at all: zero frames, clicks at the origin.
-    queue.advance(1s);
-    EXPECT_EQ(platform.mouse.posted.back().second, QPointF(0, 0));
 }
 
 TEST_F(ViewControllerTest, WindowLevelsAndThePassThroughFollowTheirNotifications) {

@@ -1,7 +1,6 @@
+#include "support/OwnMemory.h"
 #include "support/VirtualMainQueue.h"
 #include "x11/X11Fixture.h"
-
-#include <fstream>
 
 namespace companion {
 namespace {
@@ -50,22 +49,13 @@ TEST_F(CaptureTest, APictureStaysAsItWasAndOutlivesThePlatform) {
     EXPECT_EQ(after.pixel(1919, 1079), 0xfffedcba);
 }
 
-// Kilobytes of shared memory that count for this process.
-long sharedMemoryInUse() {
-    std::ifstream status("/proc/self/status");
-    for (std::string line; std::getline(status, line);)
-        if (line.starts_with("RssShmem:"))
-            return std::stol(line.substr(9));
-    return -1;
-}
-
 TEST_F(CaptureTest, ScreenSizedMemoryIsReusedForAWhileAndThenGivenBack) {
     startServer();
     VirtualMainQueue time;
     std::string error;
     const auto timed = makeX11Platform({time, nullptr, desktop->display()}, error);
     ASSERT_NE(timed, nullptr) << error;
-    const long idle = sharedMemoryInUse();
+    const long idle = ownKilobytes("RssShmem");
     const long screen = 1920 * 1080 * 4 / 1024;
 
     QImage image = capture(*timed);
@@ -77,9 +67,9 @@ TEST_F(CaptureTest, ScreenSizedMemoryIsReusedForAWhileAndThenGivenBack) {
     EXPECT_EQ(image.constBits(), memory);
 
     image = QImage();
-    EXPECT_GE(sharedMemoryInUse(), idle + screen - 100);
+    EXPECT_GE(ownKilobytes("RssShmem"), idle + screen - 100);
     time.advance(std::chrono::milliseconds(2000));
-    EXPECT_LE(sharedMemoryInUse(), idle + 100);
+    EXPECT_LE(ownKilobytes("RssShmem"), idle + 100);
 }
 
 } // namespace

@@ -102,23 +102,6 @@ TEST_F(InputTest, EventsThatCameAlongWithAnAnswerDoNotWait) {
     EXPECT_TRUE(eventuallyTypes({MouseMoved}));
 }
 
-TEST_F(InputTest, EachMonitorSeesItsOwnTypesAndMayAddAnother) {
-    startOverlay();
-    int pressed = 0, added = 0;
-    platform->inputMonitor().addGlobalMonitor(1u << 10, [&](const InputEvent &event) {
-        EXPECT_EQ(event.type, KeyDown);
-        if (++pressed > 1)
-            return;
-        for (int i = 0; i < 50; ++i)
-            platform->inputMonitor().addGlobalMonitor(1u << 11, [&](const InputEvent &) { ++added; });
-    });
-    hand->move({5, 5});
-    hand->tapKey(rig::kKeyB);
-    EXPECT_TRUE(eventually([&] { return pressed == 1; }));
-    hand->tapKey(rig::kKeyB); // Releases are asked for only now.
-    EXPECT_TRUE(eventually([&] { return added == 50; }));
-}
-
 // What the server still has to tell must not undo what the program asked for since.
 TEST_F(InputTest, AMotionFromBeforeTheHidingDoesNotEndIt) {
     startServer();

@@ -23,18 +23,6 @@ xcb_window_t OverlayWindows::find(int windowClass) const {
     return XCB_NONE;
 }
 
-bool OverlayWindows::isMapped(xcb_window_t window) const {
-    const XcbPtr<xcb_get_window_attributes_reply_t> attributes(xcb_get_window_attributes_reply(
-        m_connection, xcb_get_window_attributes(m_connection, window), nullptr));
-    return attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
-}
-
-QRect OverlayWindows::geometry(xcb_window_t window) const {
-    const XcbPtr<xcb_get_geometry_reply_t> g(
-        xcb_get_geometry_reply(m_connection, xcb_get_geometry(m_connection, window), nullptr));
-    return g ? QRect(g->x, g->y, g->width, g->height) : QRect();
-}
-
 std::vector<QRect> OverlayWindows::outline() const {
     return shape(drawn(), XCB_SHAPE_SK_BOUNDING);
 }
@@ -56,7 +44,7 @@ std::vector<QRect> OverlayWindows::shape(xcb_window_t window, int kind) const {
 
 QImage OverlayWindows::content() const {
     const xcb_window_t window = drawn();
-    const QSize size = geometry(window).size();
+    const QSize size = m_connection.areaOf(window).size();
     QImage image(size, QImage::Format_ARGB32_Premultiplied);
     const XcbPtr<xcb_get_image_reply_t> reply(
         xcb_get_image_reply(m_connection,
@@ -68,13 +56,6 @@ QImage OverlayWindows::content() const {
         return {};
     std::memcpy(image.bits(), xcb_get_image_data(reply.get()), static_cast<std::size_t>(image.sizeInBytes()));
     return image;
-}
-
-std::vector<xcb_window_t> OverlayWindows::stack() const {
-    const XcbPtr<xcb_query_tree_reply_t> tree(
-        xcb_query_tree_reply(m_connection, xcb_query_tree(m_connection, m_connection.root()), nullptr));
-    const auto *windows = xcb_query_tree_children(tree.get());
-    return {windows, windows + xcb_query_tree_children_length(tree.get())};
 }
 
 void OverlayWindows::pretendCompositor() {

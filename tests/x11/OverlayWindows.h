@@ -15,14 +15,14 @@ public:
 
     xcb_window_t drawn() const { return find(XCB_WINDOW_CLASS_INPUT_OUTPUT); }
     xcb_window_t catcher() const { return find(XCB_WINDOW_CLASS_INPUT_ONLY); }
-    bool isMapped(xcb_window_t window) const;
-    QRect geometry(xcb_window_t window) const;
+    bool isMapped(xcb_window_t window) const { return m_connection.isShown(window); }
     // Where something shows, and where the mouse is taken.
     std::vector<QRect> outline() const;
     std::vector<QRect> mouseTaken() const;
     QImage content() const;
 
-    std::vector<xcb_window_t> stack() const; // All of the desktop's windows, from the bottom up.
+    // All of the desktop's windows, from the bottom up.
+    std::vector<xcb_window_t> stack() const { return m_connection.childrenOf(m_connection.root()); }
 
     // Makes the server believe that a compositor runs.
     void pretendCompositor();

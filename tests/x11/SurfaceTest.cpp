@@ -182,12 +182,6 @@ TEST_F(SurfaceTest, TheMouseIsTakenEverywhereOrNowhere) {
         return numbers;
     };
 
-    // Nowhere, even where the overlay shows something.
-    present({{{kScreen, kHalfRed}}, {}, {kScreen}});
-    ASSERT_TRUE(eventually([&] { return !overlay->outline().empty(); }));
-    hand->clickAt({200, 200});
-    EXPECT_TRUE(eventually([&] { return presses() == std::vector{1}; }));
-
     // Everywhere, even where nothing shows, with every button and the wheel.
     present({{{kScreen, 0}}, {}, {}});
     surface->setTakesMouse(true);
@@ -224,36 +218,6 @@ TEST_F(SurfaceTest, TheBackLevelIsOutOfSightAndEveryFrontLevelStartsAfresh) {
     EXPECT_TRUE(eventually([&] { return overlay->isMapped(drawn) && overlay->isMapped(catcher); }));
     EXPECT_TRUE(overlay->outline().empty());
     EXPECT_EQ(overlay->mouseTaken(), std::vector{kScreen}) << "the mouse is still wanted";
-}
-
-TEST_F(SurfaceTest, TheMainScreenIsFollowedWhileItChanges) {
-    startOverlay();
-    int changes = 0;
-    surface->onChanged([&] { ++changes; });
-    const auto everywhere = [&](const QRect &area) {
-        return eventually([&] {
-            return overlay->geometry(overlay->drawn()) == area &&
-                   overlay->geometry(overlay->catcher()) == area;
-        });
-    };
-    surface->setTakesMouse(true);
-    present({{{kScreen, kHalfRed}}, {}, {kScreen}});
-
-    // Two monitors side by side, the right one the main one.
-    desktop->setMonitors({{800, 80, 1120, 1000}, {0, 0, 800, 1080}});
-    EXPECT_TRUE(everywhere(QRect(800, 80, 1120, 1000)));
-    EXPECT_EQ(surface->size(), (Size{1120, 1000}));
-    EXPECT_TRUE(overlay->outline().empty()) << "old content is gone until it is painted again";
-    EXPECT_EQ(overlay->mouseTaken(), std::vector{QRect(0, 0, 1120, 1000)});
-    EXPECT_GE(changes, 1);
-
-    // Back to one, then to a desktop with no monitor at all.
-    desktop->setMonitors({});
-    EXPECT_TRUE(everywhere(kScreen));
-    // Fails, after having done it.
-    rig::ChildProcess({"xrandr", "--output", "screen", "--off"}, desktop->environment()).waitForExit();
-    desktop->run({"xrandr", "--fb", "1600x900"});
-    EXPECT_TRUE(everywhere(QRect(0, 0, 1600, 900)));
 }
 
 // The whole outline is cut anew for a part that changes.

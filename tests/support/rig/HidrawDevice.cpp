@@ -19,7 +19,6 @@ namespace {
 
 constexpr std::uint8_t kReportId = 0x12;
 constexpr std::size_t kReportLength = 64;
-constexpr std::size_t kShortLength = 2;
 
 // The smallest descriptors with these usages: all that a program looks at.
 const HidrawDevice::Bytes kKeyboardDescriptor = {0x05, 0x01, 0x09, 0x06, 0xA1, 0x01, 0xC0};
@@ -202,7 +201,7 @@ long HidrawDevice::getFeature(std::uint64_t presence, std::size_t interface, Byt
         full[1] = m_once.front();
         m_once.pop_front();
     }
-    const std::size_t length = std::min(report.size(), m_mode == Mode::Short ? kShortLength : full.size());
+    const std::size_t length = std::min(report.size(), full.size());
     std::copy_n(full.begin(), length, report.begin());
     return static_cast<long>(length);
 }
@@ -252,11 +251,6 @@ void HidrawDevice::sendInput(const Bytes &report) {
         throw std::system_error(errno, std::generic_category(), "an input report");
 }
 
-void HidrawDevice::countOpen() {
-    const std::lock_guard lock(m_mutex);
-    ++m_opens;
-}
-
 std::vector<HidrawDevice::Bytes> HidrawDevice::written() const {
     const std::lock_guard lock(m_mutex);
     return m_written;
@@ -270,11 +264,6 @@ std::vector<HidrawDevice::Bytes> HidrawDevice::outputs() const {
 std::vector<HidrawDevice::Clock::time_point> HidrawDevice::reads() const {
     const std::lock_guard lock(m_mutex);
     return m_reads;
-}
-
-int HidrawDevice::opens() const {
-    const std::lock_guard lock(m_mutex);
-    return m_opens;
 }
 
 } // namespace companion::rig

@@ -19,7 +19,7 @@ public:
         Keyboard, // Refuses feature reports.
         Vendor,   // Answers them.
     };
-    enum class Mode { Ok, Stall, Short };
+    enum class Mode { Ok, Stall };
     using Bytes = std::vector<std::uint8_t>;
     using Clock = std::chrono::steady_clock;
 
@@ -44,7 +44,6 @@ public:
     std::vector<Bytes> written() const;           // Feature reports, report ID first.
     std::vector<Bytes> outputs() const;           // Output reports, report ID first.
     std::vector<Clock::time_point> reads() const; // When feature reads began.
-    int opens() const;
 
 private:
     friend class HidrawTestbed;
@@ -60,7 +59,6 @@ private:
     long output(std::uint64_t presence, const Bytes &report);
     bool isPresent(std::uint64_t presence) const;
 
-    void countOpen();
     void link(const Node &node) const;
     void addNode(std::size_t interface, int number);
     Bytes descriptor(std::size_t interface) const;
@@ -81,7 +79,6 @@ private:
     std::deque<std::uint8_t> m_once;
     Mode m_mode = Mode::Ok;
     milliseconds m_delay{0};
-    int m_opens = 0;
     std::vector<Bytes> m_written;
     std::vector<Bytes> m_outputs;
     std::vector<Clock::time_point> m_reads;

@@ -1,47 +1,42 @@
 #pragma once
 
+#include "support/rig/CompanionProcess.h"
 #include "support/rig/HidrawDevice.h"
-#include "support/rig/ReceiverRig.h"
+
+#include <QTemporaryDir>
+
+#include <csignal>
+#include <memory>
 
 namespace companion::rig {
 
-// The identifiers that the rigs' receiver carries, which the program under test is given.
-inline constexpr std::uint16_t kRigVendorId = 0x1209;
-inline constexpr std::uint16_t kRigProductId = 0x00AB;
-
-// A receiver's nodes as the kernel shows them, opened by the real HIDAPI.
-class HidrawRig final : public ReceiverRig {
+// The unmodified program over the real USB libraries, with a receiver that a test has in its hand: plugged in
+// at the start unless told otherwise, and no key is held.
+class HidrawRig {
 public:
-    explicit HidrawRig(const Environment &environment,
+    explicit HidrawRig(const Environment &environment = {}, // Without a display unless it names one.
                        std::vector<HidrawDevice::Interface> interfaces = {HidrawDevice::Interface::Vendor},
-                       bool plugged = true)
-        : m_device(m_bed, kRigVendorId, kRigProductId, std::move(interfaces)) {
-        if (plugged)
-            m_device.plug();
-        Environment all = m_bed.environment();
-        all.insert(environment.begin(), environment.end());
-        start({"--receiver=1209:00ab"}, all);
-    }
-    ~HidrawRig() override { program().signal(9); } // Nothing is left to answer it.
+                       bool plugged = true);
+    ~HidrawRig() { m_program->signal(SIGKILL); } // Nothing is left to answer it.
 
-    void plug() override { m_device.plug(); }
-    void unplug() override { m_device.unplug(); }
-    void replug() override {
-        m_device.unplug();
-        m_device.plug();
-    }
-    void setEvent(const Codes &bytes) override { m_device.setEvent(bytes); }
-    void once(const Codes &codes) override { m_device.once(codes); }
-    void setMode(Mode mode) override { m_device.setMode(static_cast<HidrawDevice::Mode>(mode)); }
-    void setDelay(milliseconds delay) override { m_device.setDelay(delay); }
-    int opens() override { return m_device.opens(); }
-    int reads() override { return static_cast<int>(m_device.reads().size()); }
+    void replug(); // At once: between two polls, usually.
+    int reads() const { return static_cast<int>(device.reads().size()); }
+    void waitForReads(int more) const;
 
-    HidrawDevice &device() { return m_device; }
+    std::vector<CompanionProcess::LogLine> log() const { return CompanionProcess::linesOf(m_program->err()); }
+    // When lines with this text were written, from the `first`th on; waits for so many.
+    std::vector<milliseconds> timesOf(const std::string &text, std::size_t count,
+                                      std::size_t first = 0) const;
 
 private:
     HidrawTestbed m_bed;
-    HidrawDevice m_device;
+
+public:
+    HidrawDevice device;
+
+private:
+    QTemporaryDir m_folder;
+    std::unique_ptr<ChildProcess> m_program;
 };
 
 } // namespace companion::rig

@@ -53,10 +53,7 @@ struct HidrawTestbed::Native::Handler {
     static void connected(UMockdevIoctlBase *base, UMockdevIoctlClient *client) {
         auto &self = native(base);
         const std::lock_guard lock(self.mutex);
-        const Route route = self.nodes[umockdev_ioctl_client_get_devnode(client)];
-        self.clients[client] = route;
-        if (route.device)
-            route.device->countOpen();
+        self.clients[client] = self.nodes[umockdev_ioctl_client_get_devnode(client)];
     }
 
     static void vanished(UMockdevIoctlBase *base, UMockdevIoctlClient *client) {

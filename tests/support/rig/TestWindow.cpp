@@ -60,22 +60,12 @@ void TestWindow::map(const Desktop &desktop, Kind kind, const QRect &geometry) {
     const QRect wanted = kind == Kind::FullScreen ? QRect(QPoint(0, 0), desktop.size()) : geometry;
     waitUntil("a test window on the screen", [&] {
         readEvents();
-        const QRect now = currentGeometry();
+        const QRect now = m_connection.areaOf(m_window);
         // A frame may move a managed window by its own width.
         return m_exposed && (kind == Kind::Managed ? now.size() == wanted.size() : now == wanted);
     });
     if (managed)
         waitUntil("a test window with the focus", [this] { return focused(); });
-}
-
-QRect TestWindow::currentGeometry() {
-    const auto geometryCookie = xcb_get_geometry(m_connection, m_window);
-    const auto placeCookie = xcb_translate_coordinates(m_connection, m_window, m_connection.root(), 0, 0);
-    const XcbPtr<xcb_get_geometry_reply_t> geometry(
-        xcb_get_geometry_reply(m_connection, geometryCookie, nullptr));
-    const XcbPtr<xcb_translate_coordinates_reply_t> place(
-        xcb_translate_coordinates_reply(m_connection, placeCookie, nullptr));
-    return geometry && place ? QRect(place->dst_x, place->dst_y, geometry->width, geometry->height) : QRect();
 }
 
 void TestWindow::setColour(QRgb colour) {

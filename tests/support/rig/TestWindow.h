@@ -38,7 +38,6 @@ public:
 
 private:
     void map(const Desktop &desktop, Kind kind, const QRect &geometry);
-    QRect currentGeometry();
     void readEvents();
 
     XConnection m_connection;

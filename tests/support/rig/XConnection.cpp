@@ -44,6 +44,32 @@ bool XConnection::hasProperty(xcb_window_t window, const std::string &property) 
     return reply && reply->type != XCB_ATOM_NONE;
 }
 
+std::vector<xcb_window_t> XConnection::childrenOf(xcb_window_t window, xcb_window_t *parent) const {
+    const XcbPtr<xcb_query_tree_reply_t> tree(
+        xcb_query_tree_reply(m_connection, xcb_query_tree(m_connection, window), nullptr));
+    if (!tree)
+        return {};
+    if (parent != nullptr)
+        *parent = tree->parent;
+    const auto *children = xcb_query_tree_children(tree.get());
+    return {children, children + xcb_query_tree_children_length(tree.get())};
+}
+
+bool XConnection::isShown(xcb_window_t window) const {
+    const XcbPtr<xcb_get_window_attributes_reply_t> attributes(xcb_get_window_attributes_reply(
+        m_connection, xcb_get_window_attributes(m_connection, window), nullptr));
+    return attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
+}
+
+QRect XConnection::areaOf(xcb_window_t window) const {
+    const auto sizeCookie = xcb_get_geometry(m_connection, window);
+    const auto placeCookie = xcb_translate_coordinates(m_connection, window, root(), 0, 0);
+    const XcbPtr<xcb_get_geometry_reply_t> size(xcb_get_geometry_reply(m_connection, sizeCookie, nullptr));
+    const XcbPtr<xcb_translate_coordinates_reply_t> place(
+        xcb_translate_coordinates_reply(m_connection, placeCookie, nullptr));
+    return size && place ? QRect(place->dst_x, place->dst_y, size->width, size->height) : QRect();
+}
+
 QPoint XConnection::pointer() const {
     const auto cookie = xcb_query_pointer(m_connection, root());
     const XcbPtr<xcb_query_pointer_reply_t> reply(xcb_query_pointer_reply(m_connection, cookie, nullptr));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QPoint>
+#include <QRect>
 #include <QSize>
 
 #include <xcb/xcb.h>
@@ -8,6 +9,7 @@
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace companion::rig {
 
@@ -36,6 +38,11 @@ public:
     // The first window that a property of the root names; none if it is not there.
     xcb_window_t rootWindowProperty(const std::string &property) const;
     bool hasProperty(xcb_window_t window, const std::string &property) const;
+    // From the bottom up; with where they lie in turn.
+    std::vector<xcb_window_t> childrenOf(xcb_window_t window, xcb_window_t *parent = nullptr) const;
+    bool isShown(xcb_window_t window) const;
+    // What a window covers on the screen, without its frame.
+    QRect areaOf(xcb_window_t window) const;
     QPoint pointer() const;
     QSize screenSize() const;
     // Returns when the server has carried out every request so far.
