@@ -140,7 +140,7 @@ TEST_F(DayOfPolls, LeavesNothingBehindAndEndsEveryEffectWithinHalfASecond) {
     EXPECT_EQ(most[1].tasks, most[0].tasks);
     EXPECT_EQ(most[1].observers, most[0].observers);
     EXPECT_EQ(most[1].views, most[0].views);
-    EXPECT_LE(most[1].memory, most[0].memory + 100'000); // By chance one effect is larger than another.
+    EXPECT_LE(most[1].memory, most[0].memory + 200'000); // By chance an effect, and its picture, is larger.
     EXPECT_LE(most[1].tasks, 2U) << "the next poll, and little else";
     EXPECT_LE(most[1].views, 5U) << "hint, lens, two holders, one effect";
     EXPECT_GT(receiver.counts().reads - reads, 500'000U) << "the day had polls";
