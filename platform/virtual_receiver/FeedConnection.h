@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/Lifetime.h"
 #include "core/FileDescriptor.h"
+#include "core/Lifetime.h"
 #include "platform/virtual_receiver/ReceiverCommands.h"
 
 #include <functional>
