@@ -72,7 +72,11 @@ TEST_F(SettingsOnDiskTest, FiveHundredKilledWritersLeaveOneCompleteStateAndNothi
     auto *told = static_cast<Told *>(
         mmap(nullptr, sizeof(Told), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
     ASSERT_NE(told, MAP_FAILED);
+    using Clock = std::chrono::steady_clock;
+    const auto begun = Clock::now();
     save(0);
+    const auto oneSave = std::chrono::ceil<std::chrono::microseconds>(Clock::now() - begun).count();
+    std::uniform_int_distribution moment(0, 3 * static_cast<int>(oneSave));
     std::mt19937 chance(20240229);
     std::int64_t first = 1;
     int inASave = 0; // Kills after a save that nobody had heard of yet: the kills did hit saves.
@@ -92,7 +96,7 @@ TEST_F(SettingsOnDiskTest, FiveHundredKilledWritersLeaveOneCompleteStateAndNothi
         }
         for (int i = 0; i < 100'000 && !told->writing; ++i)
             usleep(100); // A sanitized writer takes long to come to it.
-        usleep(std::uniform_int_distribution<unsigned>(0, 3'000)(chance));
+        usleep(static_cast<unsigned>(moment(chance)));
         ::kill(writer, SIGKILL);
         ASSERT_EQ(waitpid(writer, nullptr, 0), writer);
 
