@@ -99,7 +99,7 @@ void ViewController::initData() {
 
 void ViewController::getPermission() {
     clickCentre();
-    m_needs.platform.screenCapture().captureDesktop([](const QImage &) {});
+    m_needs.platform.screenCapture().probe();
 }
 
 void ViewController::viewDidAppear() {

@@ -43,6 +43,7 @@ class NullScreenCapture final : public ScreenCapture {
 public:
     bool available() const override { return false; }
     void captureDesktop(std::function<void(const QImage &)> done) override { done(QImage()); }
+    void probe() override {}
 };
 
 class NullCursor final : public CursorVisibility {

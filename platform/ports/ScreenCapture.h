@@ -18,6 +18,10 @@ public:
     // means refused. The image stays as it is for as long as it is held, at the cost of a whole screen's
     // memory; drop it before the next capture and that memory is used again.
     virtual void captureDesktop(std::function<void(const QImage &)> done) = 0;
+
+    // Takes as small a picture as can be, for nobody: where the user must allow pictures of the screen, this
+    // is what makes the desktop ask.
+    virtual void probe() = 0;
 };
 
 } // namespace companion

@@ -75,6 +75,12 @@ void X11Capture::captureDesktop(std::function<void(const QImage &)> done) {
     done(image);
 }
 
+// A whole picture would cost the start most of its time on a large screen.
+void X11Capture::probe() {
+    if (m_available && !m_screens.mainScreen().isEmpty())
+        copied(QRect(m_screens.mainScreen().topLeft(), QSize(1, 1)));
+}
+
 QImage X11Capture::shared(const QRect &area) {
     const std::size_t pixels =
         static_cast<std::size_t>(area.width()) * static_cast<std::size_t>(area.height());

@@ -19,6 +19,7 @@ public:
 
     bool available() const override { return m_available; }
     void captureDesktop(std::function<void(const QImage &)> done) override;
+    void probe() override;
 
 private:
     QImage shared(const QRect &area);

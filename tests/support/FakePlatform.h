@@ -138,8 +138,10 @@ public:
         else
             done(picture);
     }
+    void probe() override { ++probed; }
     bool late = false;
     int asked = 0;
+    int probed = 0;
     QImage picture;
     std::vector<std::function<void(const QImage &)>> waiting;
 };
