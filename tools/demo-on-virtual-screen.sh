@@ -39,6 +39,10 @@ DISPLAY=:$(<"$scratch/display")
 export DISPLAY
 openbox --sm-disable >"$scratch/openbox.log" 2>&1 &
 children+=($!)
+window_manager_is_up() {
+    xprop -root -notype _NET_SUPPORTING_WM_CHECK | grep -q '#'
+}
+wait_for "the window manager" window_manager_is_up # It loses windows that are shown while it starts.
 picom --config /dev/null --backend xrender >"$scratch/picom.log" 2>&1 &
 children+=($!)
 
