@@ -2,6 +2,7 @@
 #include "app/Autostart.h"
 #include "app/CommandLine.h"
 #include "app/Doctor.h"
+#include "app/SessionBus.h"
 #include "app/SignalWatch.h"
 #include "app/WaylandSession.h"
 #include "core/Log.h"
@@ -77,20 +78,11 @@ bool chooseDisplay(std::string &error) {
     return x11ServerAnswers(error);
 }
 
-// Without a session bus the toolkit would have one started, which takes time and outlives us.
-void startNoSessionBus() {
-    const QByteArray folder = qgetenv("XDG_RUNTIME_DIR");
-    const QByteArray usual = folder + "/bus";
-    if (!qEnvironmentVariableIsSet("DBUS_SESSION_BUS_ADDRESS") &&
-        (folder.isEmpty() || access(usual.constData(), F_OK) != 0))
-        qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
-}
-
 // Qt is asked about screens and tray where there is a display; the rest needs none.
 int runDoctor(const CommandLine &line, int argumentCount, char **arguments) {
     std::string error;
     std::unique_ptr<QApplication> application;
-    startNoSessionBus();
+    disableUselessSessionBus();
     qInstallMessageHandler(toLog);
     if (chooseDisplay(error))
         application = std::make_unique<QApplication>(argumentCount, arguments);
@@ -155,7 +147,7 @@ int main(int argc, char **argv) {
     if (!claim.text.empty())
         Log::line("further starts cannot reach this one: " + claim.text);
 
-    startNoSessionBus();
+    disableUselessSessionBus();
     SignalWatch::blockSignals();
     qInstallMessageHandler(toLog);
     QApplication application(qtArgumentCount, argv);

@@ -18,7 +18,7 @@ class Bus {
 public:
     explicit Bus(const Desktop &desktop)
         : m_desktop(desktop),
-          m_address("unix:path=" + desktop.file("bus")),
+          m_address("unix:path=" + desktop.file("the%20bus")), // A blank, escaped.
           m_daemon({"dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address",
                     "--address=" + m_address},
                    desktop.environment()) {
@@ -30,6 +30,8 @@ public:
         all["DBUS_SESSION_BUS_ADDRESS"] = m_address;
         return all;
     }
+
+    void stop() { m_daemon.signal(SIGSTOP); }
 
 private:
     const Desktop &m_desktop;
@@ -86,6 +88,26 @@ TEST(WithoutSessionBus, NoneIsStarted) {
     ChildProcess program({companionProgram(), "--virtual-receiver"}, environment);
     program.waitForError(kNoTray);
     EXPECT_FALSE(std::filesystem::exists(desktop.file("launched")));
+}
+
+TEST(StoppedSessionBus, KeepsNobodyWaitingNeitherLaterNorAtTheStart) {
+    const Desktop desktop({.size = {1024, 768}, .compositor = false});
+    Bus bus(desktop);
+    const CompanionProcess::Options options{.settings = kEnglish, .environment = bus.environment()};
+    {
+        const Panel panel(bus);
+        CompanionProcess companion(desktop, options);
+        panel.waitForIcon();
+        bus.stop();
+        ChildProcess settings({companionProgram(), "--settings"}, bus.environment());
+        EXPECT_EQ(settings.waitForExit(), 0) << settings.err();
+        companion.effectOn();
+        companion.effectOff();
+    }
+    CompanionProcess companion(desktop, options);
+    companion.waitForLog("the session bus does not answer: no tray icon through it");
+    companion.effectOn();
+    companion.effectOff();
 }
 
 TEST(XEmbedTray, GetsTheIconWhenItComesLateAndWhenItComesBack) {
