@@ -12,28 +12,23 @@ namespace {
 
 // Runs a shell line in a mount namespace of its own, as root there, and then the program. Rights do not bind
 // root, mounts do.
-std::vector<std::string> withMounts(const std::string &line) {
-    std::vector<std::string> command{"unshare", "--mount", "--propagation", "private"};
+Command withMounts(const std::string &line) {
+    Command command{"unshare", "--mount", "--propagation", "private"};
     if (geteuid() != 0)
         command.insert(command.end(), {"--user", "--map-root-user"});
     command.insert(command.end(), {"sh", "-c", line + " && exec \"$0\" \"$@\""});
     return command;
 }
 
-bool canMount(const Desktop &desktop) {
-    auto command = withMounts("mount -t tmpfs none /mnt");
-    command.push_back("true");
-    return ChildProcess(command, desktop.environment()).waitForExit() == 0;
-}
-
 // The desktop's folders have to be known before the program starts.
 class Home : public ::testing::Test {
 protected:
     Desktop desktop{{.size = {800, 600}}};
-    std::string config = desktop.file("config");
 
     void SetUp() override {
-        if (!canMount(desktop))
+        Command trial = withMounts("mount -t tmpfs none /mnt");
+        trial.push_back("true");
+        if (runToEnd(trial, desktop.environment()).status != 0)
             GTEST_SKIP() << "needs the right to mount: root, or user namespaces";
     }
     CompanionProcess start(const std::string &mounts) const {
@@ -52,9 +47,10 @@ protected:
 };
 
 TEST_F(Home, ThatIsReadOnlyIsOneLogLineAndEverythingElseWorks) {
-    CompanionProcess companion = start("for folder in \"$HOME\" \"$XDG_CONFIG_HOME\" \"$XDG_CACHE_HOME\" "
-                                       "\"$XDG_DATA_HOME\"; do mount --bind "
-                                       "-o ro \"$folder\" \"$folder\" || exit; done");
+    CompanionProcess companion =
+        start(R"(for folder in "$HOME" "$XDG_CONFIG_HOME" "$XDG_CACHE_HOME" "$XDG_DATA_HOME"; do
+                     mount --bind -o ro "$folder" "$folder" || exit
+                 done)");
     for (int i = 0; i < 3; ++i) {
         companion.effectOn();
         companion.effectOff();
@@ -67,15 +63,15 @@ TEST_F(Home, ThatIsReadOnlyIsOneLogLineAndEverythingElseWorks) {
 }
 
 TEST_F(Home, ThatIsFullKeepsTheOldSettingsUntilThereIsRoomAgain) {
-    CompanionProcess companion =
-        start("cp -r \"$XDG_CONFIG_HOME\" \"$XDG_RUNTIME_DIR/copy\" && mount -t tmpfs -o size=64k none "
-              "\"$XDG_CONFIG_HOME\" && cp -r \"$XDG_RUNTIME_DIR/copy/.\" \"$XDG_CONFIG_HOME\"");
+    CompanionProcess companion = start(R"(cp -r "$XDG_CONFIG_HOME" "$XDG_RUNTIME_DIR/copy" &&
+                 mount -t tmpfs -o size=64k none "$XDG_CONFIG_HOME" &&
+                 cp -r "$XDG_RUNTIME_DIR/copy/." "$XDG_CONFIG_HOME")");
     companion.pressOnce("01");
     const std::string before = settingsOf(companion);
     EXPECT_NE(before.find("LOCAL_MOUSETYPE=2\n"), std::string::npos) << before;
 
     const std::string filler =
-        "/proc/" + std::to_string(companion.process().pid()) + "/root" + config + "/filler";
+        "/proc/" + std::to_string(companion.process().pid()) + "/root" + desktop.file("config/filler");
     for (std::ofstream file(filler); file << std::string(1024, '#') << std::flush;)
         ;
     for (int i = 0; i < 3; ++i)

@@ -5,25 +5,16 @@
 
 #include <csignal>
 #include <filesystem>
-#include <fstream>
 
 namespace companion::rig {
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-struct Ended {
-    int status;
-    std::string out;
-    std::string err;
-};
-
-Ended runToEnd(const Environment &environment, const std::vector<std::string> &arguments) {
-    std::vector<std::string> command{companionProgram()};
-    command.insert(command.end(), arguments.begin(), arguments.end());
-    ChildProcess child(command, environment);
-    const int status = child.waitForExit();
-    return {status, child.out(), child.err()};
+Ended companionWith(const Command &arguments, const Environment &environment) {
+    Command command = arguments;
+    command.insert(command.begin(), companionProgram());
+    return runToEnd(command, environment);
 }
 
 std::string controlSocket(const Desktop &desktop) {
@@ -33,19 +24,19 @@ std::string controlSocket(const Desktop &desktop) {
 TEST(SecondStart, ShowsTheSettingsOfTheFirstAndEndsThere) {
     SettingsDesk desk(kEnglish);
     EXPECT_TRUE(desk.windows().empty());
-    EXPECT_EQ(runToEnd(desk.desktop.environment(), {}).status, 0);
+    EXPECT_EQ(companionWith({}, desk.desktop.environment()).status, 0);
     waitUntil("the settings window", [&] { return desk.windows().size() == 1; });
 
     Environment elsewhere = desk.desktop.environment(); // As from a remote shell.
     elsewhere.erase("DISPLAY");
-    EXPECT_EQ(runToEnd(elsewhere, {"--settings"}).status, 0);
+    EXPECT_EQ(companionWith({"--settings"}, elsewhere).status, 0);
     letTimePass(300ms);
     EXPECT_EQ(desk.windows().size(), 1U) << "the open window is shown again, not a second one";
 
-    EXPECT_EQ(runToEnd(elsewhere, {"--quit"}).status, 0);
+    EXPECT_EQ(companionWith({"--quit"}, elsewhere).status, 0);
     EXPECT_EQ(desk.companion.process().waitForExit(), 0);
     EXPECT_FALSE(std::filesystem::exists(controlSocket(desk.desktop)));
-    const Ended none = runToEnd(elsewhere, {"--quit"});
+    const Ended none = companionWith({"--quit"}, elsewhere);
     EXPECT_EQ(none.status, 0);
     EXPECT_EQ(none.out, "presenter-companion does not run\n");
 }
@@ -54,10 +45,9 @@ TEST(SecondStart, SaysWithinTwoSecondsThatTheFirstHangsAndReplacesOneThatWasKill
     const Desktop desktop({.size = {800, 600}, .compositor = false});
     CompanionProcess first(desktop, Settings{});
     first.process().signal(SIGSTOP);
-    for (const std::vector<std::string> &arguments :
-         {std::vector<std::string>{}, {"--settings"}, {"--quit"}}) {
+    for (const Command &arguments : {Command{}, {"--settings"}, {"--quit"}}) {
         const auto before = Clock::now();
-        const Ended second = runToEnd(desktop.environment(), arguments);
+        const Ended second = companionWith(arguments, desktop.environment());
         EXPECT_LT(Clock::now() - before, 2s);
         EXPECT_EQ(second.status, 1);
         EXPECT_NE(second.err.find("process " + std::to_string(first.process().pid())), std::string::npos)
@@ -67,7 +57,7 @@ TEST(SecondStart, SaysWithinTwoSecondsThatTheFirstHangsAndReplacesOneThatWasKill
     first.process().waitForExit();
     EXPECT_TRUE(std::filesystem::exists(controlSocket(desktop)));
     CompanionProcess next(desktop, Settings{});
-    EXPECT_EQ(runToEnd(desktop.environment(), {"--quit"}).status, 0);
+    EXPECT_EQ(companionWith({"--quit"}, desktop.environment()).status, 0);
     EXPECT_EQ(next.process().waitForExit(), 0);
 }
 

@@ -63,7 +63,7 @@ TEST(Lens, KeepsItsPictureUntilASlideKeyAndIsHiddenForTheNewOne) {
     talk.expectLookStays("the old picture in the lens", lensLook(place, 150, 50, talk.first, talk.second),
                          600ms);
 
-    for (const std::uint8_t key : {kKeyPageDown, kKeyPageUp, kKeyB, kKeyF5}) {
+    for (const Key key : {kKeyPageDown, kKeyPageUp, kKeyB, kKeyF5}) {
         const bool forth = key == kKeyPageDown || key == kKeyB;
         const QImage &before = forth ? talk.first : talk.second;
         const QImage &after = forth ? talk.second : talk.first;

@@ -40,16 +40,8 @@ TEST_P(MainMonitor, AloneHasTheEffectRightUnderThePointer) {
     talk.companion.effectOn();
     // The middle of the main one by its size alone: not where it lies.
     EXPECT_EQ(talk.hand.pointer(), QPoint(place.main.width() / 2, place.main.height() / 2));
-    const QRgb dimmed = blend(kSlideColour, qRgb(0, 0, 0), 0.6);
-    for (const QPoint at : {place.main.center(), place.main.bottomLeft() + QPoint(6, -8)}) {
-        talk.hand.move(at);
-        const Look spotlight = discLook(Disc(at, pixels(100)), kSlideColour, dimmed);
-        talk.expectLook("a spotlight on the main monitor", [&](int x, int y, QRgb seen) {
-            return place.main.adjusted(0, pixels(kFreeRows), 0, 0).contains(x, y)
-                       ? spotlight(x, y, seen)
-                       : sameColour(seen, kSlideColour, 0);
-        });
-    }
+    for (const QPoint at : {place.main.center(), place.main.bottomLeft() + QPoint(6, -8)})
+        talk.expectSpotlight(at, place.main, scale);
     talk.companion.effectOff();
     talk.expectPlainSlide();
 }

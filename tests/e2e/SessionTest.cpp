@@ -10,25 +10,7 @@
 namespace companion::rig {
 namespace {
 
-const Settings kSpotlight{
-    {"LOCAL_MOUSETYPE", "1"}, {"LOCAL_MOUSESIZEVALUE", "100"}, {"LOCAL_BACKALPHA", "0.6"}};
-constexpr QRgb kDimmed = qRgb(0x14, 0x29, 0x3D); // The slide under black at 0.6.
 constexpr QRgb kLockColour = qRgb(0x40, 0x00, 0x40);
-
-void expectSpotlight(Talk &talk, QPoint at, const QRect &main) {
-    talk.hand.move(at);
-    talk.expectLook(
-        "a spotlight", [&, disc = discLook(Disc(at, 100), kSlideColour, kDimmed)](int x, int y, QRgb seen) {
-            return main.adjusted(0, kFreeRows, 0, 0).contains(x, y) ? disc(x, y, seen)
-                                                                    : sameColour(seen, kSlideColour, 0);
-        });
-}
-
-void expectFree(Talk &talk, QPoint at) {
-    talk.hand.clickAt(at);
-    waitUntil("a click below", [&] { return talk.slide.pressedAt(at); });
-    talk.slide.forget();
-}
 
 struct Change {
     const char *name;
@@ -73,13 +55,13 @@ TEST_P(WhileTheEffectIsOn, TheEffectEndsCleanAndTheNextOneFits) {
     EXPECT_LT(talk.expectPlainSlide(), kReleaseLimit);
     letTimePass(300ms); // The effect's own last click.
     const QPoint inside = change.mainAfter.center();
-    expectFree(talk, inside);
+    talk.expectFree(inside);
 
     talk.companion.effectOn();
-    expectSpotlight(talk, inside, change.mainAfter);
+    talk.expectSpotlight(inside, change.mainAfter);
     talk.companion.effectOff();
     talk.expectPlainSlide();
-    expectFree(talk, inside);
+    talk.expectFree(inside);
 }
 
 INSTANTIATE_TEST_SUITE_P(Changes, WhileTheEffectIsOn, ::testing::ValuesIn(kChanges),
@@ -112,9 +94,8 @@ private:
 
 TEST(ScreenLock, EndsWithNothingOfOursLeft) {
     Talk talk(kSpotlight);
-    const QRect all(QPoint(0, 0), talk.desktop.size());
     talk.companion.effectOn();
-    expectSpotlight(talk, {200, 200}, all);
+    talk.expectSpotlight({200, 200});
     {
         const LockScreen lock(talk.desktop);
         talk.companion.effectOff();
@@ -125,18 +106,17 @@ TEST(ScreenLock, EndsWithNothingOfOursLeft) {
         talk.expectLook("the lock screen alone again", plainLook(kLockColour));
     }
     talk.expectPlainSlide();
-    expectFree(talk, {210, 210});
+    talk.expectFree({210, 210});
     talk.companion.effectOn();
-    expectSpotlight(talk, {250, 250}, all);
+    talk.expectSpotlight({250, 250});
     talk.companion.effectOff();
     talk.expectPlainSlide();
-    expectFree(talk, {220, 220});
+    talk.expectFree({220, 220});
 }
 
 // The clock moves on while the program does not, and timers of two seconds are due at once.
 TEST(Suspend, EndsTheEffectOfAKeyThatWasLetGoMeanwhile) {
     Talk talk(kSpotlight);
-    const QRect all(QPoint(0, 0), talk.desktop.size());
     const auto sleepWhile = [&](const char *command) {
         talk.companion.process().signal(SIGSTOP);
         auto told = std::async(std::launch::async, [&] { talk.companion.receiver(command); });
@@ -147,15 +127,15 @@ TEST(Suspend, EndsTheEffectOfAKeyThatWasLetGoMeanwhile) {
     talk.companion.effectOn();
     sleepWhile("event 10"); // Held all the time: off, for the last poll is long ago, and on again.
     letTimePass(500ms);
-    expectSpotlight(talk, {200, 200}, all);
+    talk.expectSpotlight({200, 200});
     for (const char *command : {"event 00", "unplug"}) {
         sleepWhile(command);
         EXPECT_LT(talk.expectPlainSlide(), kReleaseLimit) << command;
         letTimePass(300ms);
-        expectFree(talk, {210, 210});
+        talk.expectFree({210, 210});
         talk.companion.receiver("plug");
         talk.companion.effectOn();
-        expectSpotlight(talk, {250, 250}, all);
+        talk.expectSpotlight({250, 250});
     }
     talk.companion.effectOff();
     talk.expectPlainSlide();

@@ -72,8 +72,9 @@ std::vector<xcb_window_t> SettingsDesk::windows() const {
     std::vector<xcb_window_t> found;
     for (const xcb_window_t frame : stack())
         collect(frame, found);
-    std::erase_if(
-        found, [this](xcb_window_t window) { return !desktop.connection().hasProperty(window, "WM_STATE"); });
+    std::erase_if(found, [this](xcb_window_t window) {
+        return desktop.connection().property(window, "WM_STATE").empty();
+    });
     return found;
 }
 
@@ -110,7 +111,7 @@ std::vector<xcb_window_t> SettingsDesk::overlay() const {
     std::vector<xcb_window_t> found;
     const auto all = stack();
     const auto drawn = std::find_if(all.begin(), all.end(), [this](xcb_window_t window) {
-        return desktop.connection().hasProperty(window, "_COMPTON_SHADOW");
+        return !desktop.connection().property(window, "_COMPTON_SHADOW").empty();
     });
     if (drawn == all.end())
         throw std::runtime_error("there is no overlay");
@@ -198,15 +199,8 @@ void SettingsDesk::expectStored(const std::string &key, const std::string &value
 }
 
 std::string SettingsDesk::className(xcb_window_t window) const {
-    const XConnection &c = desktop.connection();
-    const XcbPtr<xcb_get_property_reply_t> reply(xcb_get_property_reply(
-        c, xcb_get_property(c, 0, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, 64), nullptr));
-    if (!reply)
-        return {};
-    // The instance's name, a zero byte, the class's; a window without a class has nothing at all here.
-    const std::string_view all(static_cast<const char *>(xcb_get_property_value(reply.get())),
-                               static_cast<std::size_t>(xcb_get_property_value_length(reply.get())));
-    return std::string(all.substr(0, all.find('\0')));
+    // The instance's name, a zero byte, the class's.
+    return desktop.connection().property(window, "WM_CLASS").c_str();
 }
 
 // All windows of the program that are on the screen, in this one and the ones within.

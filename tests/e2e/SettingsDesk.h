@@ -21,7 +21,6 @@ struct Control {
 namespace control {
 inline constexpr Control kLanguage{{713, 29}, 0};
 inline constexpr Control kModes[] = {{{115, 120}, 1}, {{297, 120}, 2}, {{115, 216}, 3}, {{297, 216}, 4}};
-inline constexpr Control kPicture{{598, 168}, -1};
 inline constexpr Control kSizeSlider{{234, 309}, 5}, kSizeNumber{{357, 309}, 6};
 inline constexpr Control kZoomSlider{{234, 372}, 7}, kZoomNumber{{357, 372}, 8};
 inline constexpr Control kLessTime{{212, 434}, 9}, kMoreTime{{251, 434}, 9}, kSetTime{{333, 434}, 10};
@@ -82,7 +81,6 @@ public:
 
     // In the settings window that was opened last.
     QPoint placeOf(const Control &control) const;
-    QRgb pixelAt(const Control &control) const { return screen.pixel(placeOf(control)); }
     // As fast as a hand is: a window manager holds each press back until it has looked at it, and mixes up
     // what comes meanwhile.
     void click(const Control &control) {

@@ -105,9 +105,8 @@ TEST(HostileSettings, LanguageThatIsNoneIsOneLogLineForEachAttemptAndNoWindow) {
     SettingsDesk desk(Settings{{"SYSTEM_LANGUAGEINDEX", "99"}});
     const auto complaints = [&] {
         const auto log = desk.companion.log();
-        return std::count_if(log.begin(), log.end(), [](const CompanionProcess::LogLine &line) {
-            return line.text.find("99") != std::string::npos;
-        });
+        return std::count_if(log.begin(), log.end(),
+                             [](const auto &line) { return line.text.find("99") != std::string::npos; });
     };
     for (int i = 1; i <= 2; ++i) {
         desk.choose(Setting);
@@ -118,8 +117,6 @@ TEST(HostileSettings, LanguageThatIsNoneIsOneLogLineForEachAttemptAndNoWindow) {
     }
     desk.companion.pressOnce("01"); // Works on, though without a name for the mode.
     desk.expectStored("LOCAL_MOUSETYPE", "1");
-    EXPECT_EQ(desk.stored("SYSTEM_LANGUAGEINDEX"), "99");
-    EXPECT_TRUE(desk.companion.process().running());
 }
 
 } // namespace

@@ -14,9 +14,9 @@ namespace {
 using Texts = std::vector<std::string>;
 
 // Follows every thread; the program keeps its process number.
-Texts traced(const std::string &into, const Texts &command = {}) {
-    Texts all{"strace", "-D",          "-f", "-qq", "-s", "512", "-e", "trace=%network,%file",
-              "-e",     "signal=none", "-o", into};
+Command traced(const std::string &into, const Command &command = {}) {
+    Command all{"strace", "-D",          "-f", "-qq", "-s", "512", "-e", "trace=%network,%file",
+                "-e",     "signal=none", "-o", into};
     all.insert(all.end(), command.begin(), command.end());
     return all;
 }
@@ -52,7 +52,7 @@ bool startsWithOne(const Texts &starts, const std::string &path) {
 TEST(SystemCalls, OfASessionReachNoNetworkAndChangeNoFilesButTheProgramsOwn) {
     const QTemporaryDir scratch;
     const std::string trace = scratch.filePath(QStringLiteral("trace")).toStdString();
-    if (ChildProcess({"strace", "-qq", "-o", trace, "true"}, inheritedEnvironment()).waitForExit() != 0)
+    if (runToEnd({"strace", "-qq", "-o", trace, "true"}, inheritedEnvironment()).status != 0)
         GTEST_SKIP() << "needs strace, and the right to trace one's own processes";
     Texts calls;
 
@@ -65,9 +65,9 @@ TEST(SystemCalls, OfASessionReachNoNetworkAndChangeNoFilesButTheProgramsOwn) {
     desk.expectStored("LOCAL_MOUSETYPE", "3");
     desk.click(control::kBackColor);
     desk.awaitDialog();
-    desk.hand.tapKey(kKeyA,
-                     kKeyAlt); // Among the user's own colours, which the toolkit keeps for the next time.
-    letTimePass(200ms);        // A button that is chosen by a key stays down for a moment.
+    // Among the user's own colours, which the toolkit keeps for the next time.
+    desk.hand.tapKey(kKeyA, kKeyAlt);
+    letTimePass(200ms); // A button that is chosen by a key stays down for a moment.
     desk.hand.tapKey(kKeyEscape);
     desk.awaitNoDialog();
     desk.hand.tapKey(kKeyEscape);

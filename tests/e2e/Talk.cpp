@@ -68,12 +68,6 @@ Look plainLook(QRgb colour) {
     return [=](int, int, QRgb seen) { return sameColour(seen, colour, 0); };
 }
 
-Look slideLook(const Disc &disc, QRgb inside, QRgb outside) {
-    return [look = discLook(disc, inside, outside)](int x, int y, QRgb seen) {
-        return y < kFreeRows ? sameColour(seen, kSlideColour, 0) : look(x, y, seen);
-    };
-}
-
 // Where there are several monitors, a window manager would put a full-screen window on one of them.
 Talk::Talk(const CompanionProcess::Options &program, const DesktopOptions &options)
     : desktop(options),
@@ -117,6 +111,22 @@ void Talk::expectLookStays(const std::string &what, const Look &look, millisecon
 
 bool Talk::effectSeen() const {
     return !matches(screen.grab(), [](int, int, QRgb seen) { return sameColour(seen, kSlideColour); });
+}
+
+void Talk::expectSpotlight(QPoint at, const QRect &monitor, double scale) {
+    const QRect main = monitor.isValid() ? monitor : QRect(QPoint(0, 0), desktop.size());
+    const QRect reached = main.adjusted(0, static_cast<int>(kFreeRows * scale), 0, 0);
+    hand.move(at);
+    expectLook("a spotlight", [reached, disc = discLook(Disc(at, static_cast<int>(100 * scale)), kSlideColour,
+                                                        kDimmed)](int x, int y, QRgb seen) {
+        return reached.contains(x, y) ? disc(x, y, seen) : sameColour(seen, kSlideColour, 0);
+    });
+}
+
+void Talk::expectFree(QPoint at) {
+    slide.forget();
+    hand.clickAt(at);
+    waitUntil("a click below", [&] { return slide.pressedAt(at); });
 }
 
 milliseconds Talk::expectPlainSlide(milliseconds limit) const {

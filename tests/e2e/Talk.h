@@ -19,6 +19,12 @@ inline constexpr int kFreeRows = 8;
 // its next poll.
 inline constexpr milliseconds kReleaseLimit = 500ms + 100ms;
 
+inline const Settings kSpotlight{
+    {"LOCAL_MOUSETYPE", "1"}, {"LOCAL_MOUSESIZEVALUE", "100"}, {"LOCAL_BACKALPHA", "0.6"}};
+inline const Settings kLaser{
+    {"LOCAL_MOUSETYPE", "2"}, {"LOCAL_MOUSESIZEVALUE", "100"}, {"LOCAL_FRONTALPHA", "0.8"}};
+inline constexpr QRgb kDimmed = qRgb(0x14, 0x29, 0x3D); // The slide under that spotlight's black.
+
 // Whether a pixel of the screen is as it should be.
 using Look = std::function<bool(int x, int y, QRgb seen)>;
 
@@ -41,9 +47,6 @@ struct Disc {
 // `inside` and `outside` the disc; on the rim between them anything between the two.
 Look discLook(const Disc &disc, QRgb inside, QRgb outside);
 Look plainLook(QRgb colour);
-// Of the slide on all of a screen, but in the rows that no such effect reaches.
-Look slideLook(const Disc &disc, QRgb inside, QRgb outside);
-
 // A talk on a desktop of its own: a slide of one colour on all of the screen, and the program over it.
 class Talk {
 public:
@@ -57,6 +60,11 @@ public:
     void expectLookStays(const std::string &what, const Look &look, milliseconds time) const;
     milliseconds expectPlainSlide(milliseconds limit = kPatience) const;
     bool effectSeen() const;
+    // Moves the mouse there, and waits for kSpotlight's disc around it on this monitor, or all of the screen,
+    // and nothing elsewhere.
+    void expectSpotlight(QPoint at, const QRect &monitor = {}, double scale = 1);
+    // A click there reaches the slide.
+    void expectFree(QPoint at);
 
     Desktop desktop;
     Screen screen;

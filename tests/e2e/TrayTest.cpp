@@ -42,7 +42,7 @@ private:
 // A panel with a StatusNotifier tray, as programs see it. Ready when the constructor returns.
 class Panel {
 public:
-    Panel(const Bus &bus, std::vector<std::string> options = {"--host"})
+    Panel(const Bus &bus, Command options = {"--host"})
         : m_process((options.insert(options.begin(), COMPANION_STATUS_NOTIFIER_HOST), options),
                     bus.environment(), true) {
         waitForLine("ready");
@@ -99,8 +99,8 @@ TEST(StoppedSessionBus, KeepsNobodyWaitingNeitherLaterNorAtTheStart) {
         CompanionProcess companion(desktop, options);
         panel.waitForIcon();
         bus.stop();
-        ChildProcess settings({companionProgram(), "--settings"}, bus.environment());
-        EXPECT_EQ(settings.waitForExit(), 0) << settings.err();
+        const Ended settings = runToEnd({companionProgram(), "--settings"}, bus.environment());
+        EXPECT_EQ(settings.status, 0) << settings.err;
         companion.effectOn();
         companion.effectOff();
     }

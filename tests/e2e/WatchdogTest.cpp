@@ -10,8 +10,6 @@ namespace companion::rig {
 namespace {
 
 constexpr const char *kStuck = "the program was stuck; the overlay was out of the way meanwhile";
-const Settings kSpotlight = {{"LOCAL_MOUSETYPE", "1"}, {"LOCAL_BACKALPHA", "0.6"}};
-const Settings kLaser = {{"LOCAL_MOUSETYPE", "2"}}; // All that is seen without a compositor.
 
 // How often the watchdog's thread has run; -1 without one.
 long watchdogTurns(pid_t program) {
@@ -29,6 +27,7 @@ long watchdogTurns(pid_t program) {
 
 TEST(Watchdog, StuckProgramLetsGoOfMouseCursorAndScreenWithinHalfASecondAndComesBack) {
     for (const bool compositor : {true, false}) {
+        // All that is seen without a compositor is the laser's dot.
         Talk talk(compositor ? kSpotlight : kLaser, {.size = {800, 600}, .compositor = compositor});
         talk.companion.effectOn();
         waitUntil("the effect", [&] { return talk.effectSeen(); });

@@ -38,14 +38,14 @@ std::set<std::string> described(const std::string &section) {
 }
 
 TEST(ManualPage, DescribesTheOptionsOfTheHelpTextAndNoOthers) {
-    ChildProcess program({companionProgram(), "--help"}, inheritedEnvironment());
-    ASSERT_EQ(program.waitForExit(), 0);
+    const Ended program = runToEnd({companionProgram(), "--help"}, inheritedEnvironment());
+    ASSERT_EQ(program.status, 0);
     std::set<std::string> options;
-    std::istringstream help(program.out());
+    std::istringstream help(program.out);
     for (std::string line; std::getline(help, line);)
         if (line.starts_with("  --"))
             options.insert(line.substr(2, line.find(' ', 2) - 2));
-    EXPECT_GE(options.size(), 9U) << program.out();
+    EXPECT_GE(options.size(), 9U) << program.out;
     EXPECT_EQ(described("OPTIONS"), options);
 }
 

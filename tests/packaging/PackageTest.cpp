@@ -1,5 +1,5 @@
 // The package that users install, as it was just made and unpacked.
-#include "support/rig/Desktop.h"
+#include "support/rig/CompanionProcess.h"
 #include "support/rig/Screen.h"
 
 #include <gtest/gtest.h>
@@ -39,11 +39,10 @@ const std::set<std::string> kInstalled{
 };
 
 // The output of a command that must end well.
-std::string outputOf(const std::vector<std::string> &command,
-                     const Environment &environment = inheritedEnvironment()) {
-    ChildProcess child(command, environment);
-    EXPECT_EQ(child.waitForExit(120s), 0) << child.name() << "\n" << child.out() << child.err();
-    return child.out();
+std::string outputOf(const Command &command, const Environment &environment = inheritedEnvironment()) {
+    const Ended ended = runToEnd(command, environment, 120s);
+    EXPECT_EQ(ended.status, 0) << command.front() << "\n" << ended.out << ended.err;
+    return ended.out;
 }
 
 std::set<std::string> filesBelow(const fs::path &folder) {
@@ -76,7 +75,7 @@ TEST(Package, HoldsWhatIsInstalledAndDebiansListOfChanges) {
     }
 }
 
-TEST(Package, AsksForTheLibrariesAndForWhatIsOnlyLoadedAtRunTime) {
+TEST(Package, AsksForWhatIsOnlyLoadedAtRunTimeToo) {
     const std::string depends = outputOf({"dpkg-deb", "--field", COMPANION_PACKAGE, "Depends"});
     for (const char *package :
          {"libqt6svg6", "libqt6gui6", "libqt6widgets6", "libhidapi-hidraw0", "libxcb-xinput0", "libc6"})
@@ -90,10 +89,10 @@ TEST(Package, PleasesTheCheckersOfTheFilesThatOthersRead) {
     outputOf({"desktop-file-validate", kUsr + kDesktopEntry, COMPANION_AUTOSTART_ENTRY}, environment);
     outputOf({"appstreamcli", "validate", "--no-net", kUsr + kMetainfo}, environment);
 
-    ChildProcess manual({"man", "--warnings", "-l", kUsr + kManualPage}, environment);
-    EXPECT_EQ(manual.waitForExit(), 0);
-    EXPECT_EQ(manual.err(), "");
-    EXPECT_NE(manual.out().find("--virtual-receiver"), std::string::npos);
+    const Ended manual = runToEnd({"man", "--warnings", "-l", kUsr + kManualPage}, environment);
+    EXPECT_EQ(manual.status, 0);
+    EXPECT_EQ(manual.err, "");
+    EXPECT_NE(manual.out.find("--virtual-receiver"), std::string::npos);
 }
 
 TEST(Package, ProgramIsHardenedStrippedAndLooksForLibrariesInTheSystemOnly) {
@@ -112,14 +111,8 @@ TEST(Package, InstalledProgramShowsAnEffect) {
     const Desktop desktop({.size = {640, 480}});
     EXPECT_EQ(outputOf({kProgram, "--version"}, desktop.environment()),
               "presenter-companion " COMPANION_VERSION "\n");
-    ChildProcess doctor({kProgram, "--doctor"}, desktop.environment());
-    EXPECT_EQ(doctor.waitForExit(), 1); // There is no receiver.
-    EXPECT_NE(doctor.out().find("640x480"), std::string::npos) << doctor.out();
-
     const Screen screen(desktop);
-    fs::create_directories(desktop.file("config/presenter-companion"));
-    std::ofstream(desktop.file("config/presenter-companion/presenter-companion.conf"))
-        << "[General]\nLOCAL_MOUSETYPE=2\nLOCAL_FRONTALPHA=1\n";
+    writeSettings(desktop, {{"LOCAL_MOUSETYPE", "2"}, {"LOCAL_FRONTALPHA", "1"}});
     ChildProcess program({kProgram, "--virtual-receiver=-"}, desktop.environment(), true);
     program.write("wait-get 2\nevent 10\n");
     screen.waitForPixel(desktop.centre(), qRgb(255, 0, 0));

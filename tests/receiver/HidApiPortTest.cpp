@@ -41,6 +41,32 @@ protected:
     HidManager link{{queue, center, hid, 0x1209, 0x00AB}};
 };
 
+TEST_F(HidApiPortTest, TheInterfaceThatAnswersIsFoundBehindKeyboards) {
+    using enum HidrawDevice::Interface;
+    HidrawDevice receiver(bed, 0x1209, 0x00AB, {Keyboard, Keyboard, Vendor});
+    receiver.setEvent({0x20}); // Means nothing, but is logged.
+    receiver.plug();
+    link.initManager();
+    queue.advance(1000ms);
+    EXPECT_EQ(log.count("获得数据 12,20, 0, 0"), 6U);
+    receiver.unplug();
+    receiver.plug();
+    queue.advance(1100ms);
+    EXPECT_GE(log.count("获得数据 12,20, 0, 0"), 12U);
+}
+
+TEST_F(HidApiPortTest, ANodeThatCannotBeOpenedYetIsTriedAgainInSilence) {
+    device.setReachable(false);
+    device.plug();
+    link.initManager();
+    queue.advance(2000ms);
+    EXPECT_EQ(device.reads, 0);
+    EXPECT_TRUE(log.lines.empty()) << log.lines.front();
+    device.setReachable(true);
+    queue.advance(1000ms);
+    EXPECT_GE(connects, 5);
+}
+
 TEST_F(HidApiPortTest, TimerTravelsInSixtyFourBytesOfWhichTheSecondIsItsLowEight) {
     link.sendTimerWithTimeInt(45);
     device.plug();
@@ -63,7 +89,7 @@ TEST_F(HidApiPortTest, EachPullIsToldOnceAndAStallIsNone) {
     link.initManager();
     queue.advance(1000ms);
     EXPECT_EQ(connects, 6);
-    device.setMode(HidrawDevice::Mode::Stall);
+    device.stalled = true;
     queue.advance(1000ms);
     EXPECT_EQ(connects, 16);
     EXPECT_EQ(disconnects, 0);
@@ -71,7 +97,7 @@ TEST_F(HidApiPortTest, EachPullIsToldOnceAndAStallIsNone) {
     queue.advance(5000ms);
     EXPECT_EQ(disconnects, 1);
     device.plug();
-    device.setMode(HidrawDevice::Mode::Ok);
+    device.stalled = false;
     queue.advance(500ms);
     device.unplug(); // And back between two polls, under another node.
     device.plug(5);

@@ -1,96 +1,56 @@
 // The receiver link as a whole: the real program over the real USB libraries.
-#include "support/rig/Desktop.h"
-#include "support/rig/HidrawRig.h"
+#include "support/rig/CompanionProcess.h"
+#include "support/rig/HidrawDevice.h"
 #include "support/rig/Screen.h"
 #include "support/rig/TestWindow.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 namespace companion::rig {
 namespace {
 
-// A code that means nothing: it is logged at each poll and does nothing else.
-const std::string kPolled = "获得数据 12,20, 0, 0";
+constexpr QRgb kSlideColour = qRgb(0x33, 0x66, 0x99);
 
-milliseconds medianGap(const std::vector<milliseconds> &times) {
-    std::vector<milliseconds> gaps;
-    for (std::size_t i = 1; i < times.size(); ++i)
-        gaps.push_back(times[i] - times[i - 1]);
-    std::nth_element(gaps.begin(), gaps.begin() + static_cast<std::ptrdiff_t>(gaps.size() / 2), gaps.end());
-    return gaps[gaps.size() / 2];
-}
-
-std::size_t countOf(const HidrawRig &rig, const std::string &text) {
-    const auto lines = rig.log();
-    return static_cast<std::size_t>(
-        std::count_if(lines.begin(), lines.end(), [&](const auto &line) { return line.text == text; }));
-}
-
-TEST(HidrawReceiverTest, AReceiverIsPolledTenTimesASecond) {
-    HidrawRig rig;
-    rig.device.setEvent({0x20});
-    EXPECT_NEAR(double(medianGap(rig.timesOf(kPolled, 21)).count()), 100, 10);
-    rig.device.setEvent({0x00});
-    rig.waitForReads(2);
-    const std::size_t logged = rig.log().size();
-    rig.waitForReads(3);
-    EXPECT_EQ(rig.log().size(), logged) << "no key, no line";
-}
-
-TEST(HidrawReceiverTest, TheEffectFollowsTheKeyAndEndsWithAPulledReceiver) {
+TEST(HidrawReceiverTest, TheEffectFollowsTheKeyAndEndsWithAReceiverPulledAtAnyMoment) {
     const Desktop desktop({.size = {640, 480}});
     const Screen screen(desktop);
-    const QRgb colour = qRgb(0x33, 0x66, 0x99);
-    const TestWindow slide(desktop, TestWindow::Kind::FullScreen, colour);
-    HidrawRig rig(desktop.environment());
-    rig.waitForReads(2);
-    rig.device.once({0x01}); // From plain to the spotlight, which dims all else.
-    rig.waitForReads(2);
-    rig.device.setEvent({0x10});
-    const auto dimmed = [&](const QImage &picture) { return !sameColour(picture.pixel(0, 0), colour); };
-    screen.waitFor("a dimmed corner", {5, 100, 1, 1}, dimmed);
-    rig.device.unplug();
-    screen.waitForPixel({5, 100}, colour, 2s);
-}
+    const TestWindow slide(desktop, TestWindow::Kind::FullScreen, kSlideColour);
+    writeSettings(desktop, {{"LOCAL_MOUSETYPE", "1"}}); // The spotlight, which dims all else.
+    HidrawTestbed bed;
+    HidrawDevice device(bed, 0x1209, 0x00AB);
+    device.plug();
+    Environment environment = desktop.environment();
+    environment.merge(bed.environment());
+    ChildProcess program({companionProgram(), "--receiver=1209:00ab"}, environment);
+    const auto waitForReads = [&](int more) {
+        const int wanted = device.reads + more;
+        waitUntil("polls", [&] { return device.reads >= wanted; });
+    };
 
-TEST(HidrawReceiverTest, TheInterfaceThatAnswersIsFoundBehindAKeyboard) {
-    using enum HidrawDevice::Interface;
-    for (const auto &interfaces : {std::vector{Keyboard, Vendor}, std::vector{Keyboard, Keyboard, Vendor}}) {
-        HidrawRig rig({}, interfaces);
-        rig.device.setEvent({0x20});
-        rig.timesOf(kPolled, 3);
-        rig.replug();
-        rig.timesOf(kPolled, 3, countOf(rig, kPolled));
-    }
-}
+    waitForReads(2);
+    const int before = device.reads;
+    letTimePass(2s);
+    EXPECT_NEAR(device.reads - before, 20, 1);
 
-TEST(HidrawReceiverTest, APullInTheMiddleOfAReadEndsTheReadAndTheLinkComesBack) {
-    HidrawRig rig;
-    rig.device.setEvent({0x20});
-    rig.timesOf(kPolled, 2);
-    rig.device.setDelay(5100ms); // As the kernel waits for a device that keeps silent.
-    rig.waitForReads(1);
-    rig.device.unplug();
-    rig.device.setDelay(0ms);
-    const auto pulled = std::chrono::steady_clock::now();
-    rig.device.plug();
-    rig.timesOf(kPolled, 2, countOf(rig, kPolled));
-    EXPECT_LT(std::chrono::steady_clock::now() - pulled, 3s);
-}
+    const auto expectDimmed = [&] {
+        screen.waitFor("a dimmed corner", {5, 100, 1, 1},
+                       [](const QImage &picture) { return !sameColour(picture.pixel(0, 0), kSlideColour); });
+    };
+    device.setEvent({0x10});
+    expectDimmed();
+    device.unplug();
+    screen.waitForPixel({5, 100}, kSlideColour, 2s);
 
-TEST(HidrawReceiverTest, ANodeThatCannotBeOpenedYetIsTriedAgainInSilence) {
-    HidrawRig rig({}, {HidrawDevice::Interface::Vendor}, false);
-    rig.device.setReachable(false);
-    rig.device.plug();
-    rig.device.setEvent({0x20});
-    rig.timesOf("viewDidAppear", 1);
-    letTimePass(1200ms);
-    EXPECT_EQ(rig.reads(), 0);
-    EXPECT_EQ(rig.log().back().text, "viewDidAppear");
-    rig.device.setReachable(true);
-    rig.timesOf(kPolled, 2);
+    device.plug();
+    expectDimmed();
+    device.delay = 5100ms; // As the kernel waits for a device that keeps silent.
+    waitForReads(1);
+    device.unplug(); // In the middle of a read.
+    screen.waitForPixel({5, 100}, kSlideColour, 2s);
+    device.delay = 0ms;
+    device.plug();
+    expectDimmed();
+    program.signal(SIGKILL); // Nothing is left to answer it.
 }
 
 } // namespace

@@ -33,14 +33,12 @@ public:
 
 class HotplugWatchTest : public ::testing::Test {
 protected:
+    void await(const std::string &what, const std::function<bool()> &condition) {
+        const auto turn = [&] { return QCoreApplication::processEvents(), condition(); };
+        waitUntil(what, turn, 5s);
+    }
     void waitForCalls(std::size_t count) {
-        waitUntil(
-            std::to_string(count) + " calls of the delegate",
-            [&] {
-                QCoreApplication::processEvents();
-                return recorder->calls.size() >= count;
-            },
-            5s);
+        await("calls of the delegate", [&] { return recorder->calls.size() >= count; });
     }
     // What a change of the devices was logged as, behind the device's address.
     bool logged(const std::string &text) const {
@@ -84,40 +82,30 @@ TEST_F(HotplugWatchTest, DeviceIsFoundReadWrittenToAndMissed) {
     device.sendInput({0x01});
     waitForCalls(3);
     EXPECT_EQ(recorder->data, Bytes{0x01});
-    device.sendInput(Bytes(64, 0x02));
-    waitForCalls(4);
-    EXPECT_EQ(recorder->data, Bytes(64, 0x02));
     EXPECT_EQ(log.lines.back(), "接受到数据--1");
     manager->sendData(kData);
     EXPECT_EQ(log.lines.back(), "发送数据成功!");
     EXPECT_EQ(device.outputs(), std::vector<Bytes>{(Bytes{0, 1, 2, 3, 4, 5, 6, 7, 8})});
 
     device.unplug();
-    waitForCalls(5);
+    waitForCalls(4);
     EXPECT_EQ(recorder->calls.back(), "remove");
     EXPECT_TRUE(logged("设备拔出,现在usb设备数量:0"));
     EXPECT_EQ(manager->getDeviceRef(), nullptr);
     device.plug(3);
-    waitForCalls(7);
-    EXPECT_EQ(recorder->calls[5], "match");
+    waitForCalls(6);
+    EXPECT_EQ(recorder->calls[4], "match");
 }
 
-TEST_F(HotplugWatchTest, DeviceThatIsThereAlreadyMatchesOnALaterTurn) {
+TEST_F(HotplugWatchTest, DeviceThatIsThereAlreadyMatchesOnALaterTurnEvenIfItCannotBeOpened) {
+    device.setReachable(false);
     device.plug();
     const auto manager = make();
     EXPECT_EQ(log.lines, Lines{"打开设备成功!"});
     EXPECT_EQ(manager->getDeviceRef(), nullptr);
-    waitForCalls(2);
-    EXPECT_EQ(recorder->calls, (Lines{"match", "data"}));
-}
-
-TEST_F(HotplugWatchTest, DeviceThatCannotBeOpenedIsReportedAllTheSame) {
-    const auto manager = make();
-    device.setReachable(false);
-    device.plug();
     waitForCalls(1);
     EXPECT_EQ(log.count("打开失败"), 1U);
-    EXPECT_EQ(recorder->calls.front(), "match");
+    EXPECT_EQ(recorder->calls, Lines{"match"});
     manager->sendData(kData);
     EXPECT_EQ(log.lines.back(), "发送数据失败!");
 }
@@ -145,10 +133,7 @@ TEST_F(HotplugWatchTest, SecondDeviceTakesThePlaceOfTheFirstAndTheRemovalOfEithe
     EXPECT_EQ(log.lines.back(), "连接设备  设备列表  -- 1");
     manager->setDelegate(nullptr);
     other.unplug();
-    waitUntil("the second removal", [&] {
-        QCoreApplication::processEvents();
-        return logged("设备拔出,现在usb设备数量:0");
-    });
+    await("the second removal", [&] { return logged("设备拔出,现在usb设备数量:0"); });
     manager->connectHID();
     EXPECT_EQ(log.lines[log.lines.size() - 2], "设备：()");
 }
@@ -161,10 +146,7 @@ TEST_F(HotplugWatchTest, OneInstanceIsSharedUntilANewOneHearsEverything) {
     const auto newer = DeviceManager::alloc();
     EXPECT_EQ(DeviceManager::sharedInstance(), newer);
     device.plug();
-    waitUntil("what both watches see", [&] {
-        QCoreApplication::processEvents();
-        return log.count("打开成功") == 2;
-    });
+    await("what both watches see", [&] { return log.count("打开成功") == 2; });
     EXPECT_EQ(older->getDeviceRef(), nullptr);
     EXPECT_NE(newer->getDeviceRef(), nullptr);
     EXPECT_TRUE(recorder->calls.empty()) << "it is the older one's delegate";
@@ -172,17 +154,14 @@ TEST_F(HotplugWatchTest, OneInstanceIsSharedUntilANewOneHearsEverything) {
 }
 
 TEST_F(HotplugWatchTest, SilentDeviceDoesNotHoldUpTheMainThreadAndTimesOutAfterASecond) {
-    device.setDelay(5s);
+    device.delay = 5s;
     const auto manager = make();
     device.plug();
     waitForCalls(1);
     const auto asked = std::chrono::steady_clock::now();
     waitForCalls(2);
-    const auto waited = std::chrono::steady_clock::now() - asked;
-    EXPECT_EQ(log.lines.back(), "接受到数据--2");
+    EXPECT_NEAR(double((std::chrono::steady_clock::now() - asked) / 1ms), 1200, 300);
     EXPECT_TRUE(recorder->data.empty());
-    EXPECT_GT(waited, 900ms);
-    EXPECT_LT(waited, 1500ms);
 }
 
 } // namespace

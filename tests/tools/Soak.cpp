@@ -3,6 +3,8 @@
 // Ends with 1 if the program grew in the last half of the time, or failed in any other way.
 #include "e2e/SettingsDesk.h"
 
+#include <QCoreApplication>
+
 #include <xcb/res.h>
 
 #include <algorithm>
@@ -13,8 +15,6 @@
 #include <fstream>
 #include <random>
 #include <span>
-
-#include <sys/stat.h>
 
 using namespace companion::rig;
 using Clock = std::chrono::steady_clock;
@@ -50,17 +50,15 @@ double entriesOf(const std::string &folder) {
 // Windows, pixmaps, regions and the like, of all its connections.
 double xResources(pid_t pid, const XConnection &c) {
     const xcb_res_client_id_spec_t all{0, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
-    const XcbPtr<xcb_res_query_client_ids_reply_t> clients(
-        xcb_res_query_client_ids_reply(c, xcb_res_query_client_ids(c, 1, &all), nullptr));
+    const auto clients = c.reply(xcb_res_query_client_ids_reply, xcb_res_query_client_ids(c, 1, &all));
     double count = 0;
     for (auto client = xcb_res_query_client_ids_ids_iterator(clients.get()); client.rem > 0;
          xcb_res_client_id_value_next(&client)) {
         if (xcb_res_client_id_value_value_length(client.data) == 0 ||
             *xcb_res_client_id_value_value(client.data) != static_cast<std::uint32_t>(pid))
             continue;
-        const auto cookie = xcb_res_query_client_resources(c, client.data->spec.client);
-        const XcbPtr<xcb_res_query_client_resources_reply_t> types(
-            xcb_res_query_client_resources_reply(c, cookie, nullptr));
+        const auto types = c.reply(xcb_res_query_client_resources_reply,
+                                   xcb_res_query_client_resources(c, client.data->spec.client));
         for (auto each = xcb_res_query_client_resources_types_iterator(types.get()); each.rem > 0;
              xcb_res_type_next(&each))
             count += each.data->count;
@@ -150,17 +148,12 @@ private:
     std::mt19937 m_chance{20240229};
 };
 
-double median(std::vector<double> values) {
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
-
 double medianOf(std::size_t quantity, std::span<const Sample> samples) {
     std::vector<double> values;
     for (const Sample &sample : samples)
         values.push_back(sample[quantity]);
-    return median(std::move(values));
+    std::nth_element(values.begin(), values.begin() + std::ssize(values) / 2, values.end());
+    return values[values.size() / 2];
 }
 
 bool flat(const std::vector<Sample> &samples) {
@@ -180,12 +173,6 @@ bool flat(const std::vector<Sample> &samples) {
     return good;
 }
 
-double logKilobytes(pid_t pid) {
-    struct stat status {};
-    stat(("/proc/" + std::to_string(pid) + "/fd/2").c_str(), &status);
-    return static_cast<double>(status.st_size) / 1024;
-}
-
 std::vector<Sample> soak(SettingsDesk &desk, double minutes) {
     const pid_t pid = desk.companion.process().pid();
     const std::string process = "/proc/" + std::to_string(pid);
@@ -197,7 +184,8 @@ std::vector<Sample> soak(SettingsDesk &desk, double minutes) {
         return std::chrono::duration<double, std::ratio<60>>(Clock::now() - start).count();
     };
     const double step = std::min(1.0, minutes / 12); // Short trials have enough samples, too.
-    double logBefore = logKilobytes(pid);
+    const auto logKilobytes = [&] { return double(desk.companion.process().err().size()) / 1024; };
+    double logBefore = logKilobytes();
     double timeBefore = 0;
     std::printf("%12s", "minute");
     for (const Quantity &each : kQuantities)
@@ -210,7 +198,7 @@ std::vector<Sample> soak(SettingsDesk &desk, double minutes) {
         if (!desk.companion.process().running())
             throw std::runtime_error("the program has ended");
         const double now = passed();
-        const double log = logKilobytes(pid);
+        const double log = logKilobytes();
         samples.push_back({(kilobytes(process, "RssAnon") + kilobytes(process, "RssShmem")) / 1024,
                            entriesOf(process + "/fd"), entriesOf(process + "/task"),
                            xResources(pid, connection), (log - logBefore) / (now - timeBefore)});
@@ -229,6 +217,7 @@ std::vector<Sample> soak(SettingsDesk &desk, double minutes) {
 } // namespace
 
 int main(int argc, char **argv) {
+    const QCoreApplication application(argc, argv);
     const double minutes = argc > 1 ? std::atof(argv[1]) : 60;
     if (argc > 2 || !(minutes >= 1)) {
         std::fputs("usage: soak [MINUTES], 1 or more\n", stderr);

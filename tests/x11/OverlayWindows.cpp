@@ -2,20 +2,16 @@
 
 #include <xcb/shape.h>
 
-#include <cstring>
-
 namespace companion {
-
-using rig::XcbPtr;
 
 // Besides the tests' own windows, which have no alpha, only the overlay's are out of a window manager's
 // reach.
 xcb_window_t OverlayWindows::find(int windowClass) const {
     for (const auto window : stack()) {
-        const XcbPtr<xcb_get_window_attributes_reply_t> attributes(xcb_get_window_attributes_reply(
-            m_connection, xcb_get_window_attributes(m_connection, window), nullptr));
-        const XcbPtr<xcb_get_geometry_reply_t> geometry(
-            xcb_get_geometry_reply(m_connection, xcb_get_geometry(m_connection, window), nullptr));
+        const auto attributes = m_connection.reply(xcb_get_window_attributes_reply,
+                                                   xcb_get_window_attributes(m_connection, window));
+        const auto geometry =
+            m_connection.reply(xcb_get_geometry_reply, xcb_get_geometry(m_connection, window));
         if (attributes && geometry && attributes->override_redirect && attributes->_class == windowClass &&
             (windowClass == XCB_WINDOW_CLASS_INPUT_ONLY || geometry->depth == 32))
             return window;
@@ -32,9 +28,9 @@ std::vector<QRect> OverlayWindows::mouseTaken() const {
 }
 
 std::vector<QRect> OverlayWindows::shape(xcb_window_t window, int kind) const {
-    const XcbPtr<xcb_shape_get_rectangles_reply_t> reply(xcb_shape_get_rectangles_reply(
-        m_connection, xcb_shape_get_rectangles(m_connection, window, static_cast<xcb_shape_kind_t>(kind)),
-        nullptr));
+    const auto reply = m_connection.reply(
+        xcb_shape_get_rectangles_reply,
+        xcb_shape_get_rectangles(m_connection, window, static_cast<xcb_shape_kind_t>(kind)));
     std::vector<QRect> found;
     const auto *r = xcb_shape_get_rectangles_rectangles(reply.get());
     for (int i = 0; i < xcb_shape_get_rectangles_rectangles_length(reply.get()); ++i)
@@ -43,19 +39,16 @@ std::vector<QRect> OverlayWindows::shape(xcb_window_t window, int kind) const {
 }
 
 QImage OverlayWindows::content() const {
-    const xcb_window_t window = drawn();
-    const QSize size = m_connection.areaOf(window).size();
-    QImage image(size, QImage::Format_ARGB32_Premultiplied);
-    const XcbPtr<xcb_get_image_reply_t> reply(
-        xcb_get_image_reply(m_connection,
-                            xcb_get_image(m_connection, XCB_IMAGE_FORMAT_Z_PIXMAP, window, 0, 0,
-                                          static_cast<std::uint16_t>(size.width()),
-                                          static_cast<std::uint16_t>(size.height()), ~0u),
-                            nullptr));
+    const QSize size = m_connection.screenSize();
+    const auto reply = m_connection.reply(xcb_get_image_reply,
+                                          xcb_get_image(m_connection, XCB_IMAGE_FORMAT_Z_PIXMAP, drawn(), 0,
+                                                        0, static_cast<std::uint16_t>(size.width()),
+                                                        static_cast<std::uint16_t>(size.height()), ~0u));
     if (!reply)
         return {};
-    std::memcpy(image.bits(), xcb_get_image_data(reply.get()), static_cast<std::size_t>(image.sizeInBytes()));
-    return image;
+    return QImage(xcb_get_image_data(reply.get()), size.width(), size.height(),
+                  QImage::Format_ARGB32_Premultiplied)
+        .copy();
 }
 
 void OverlayWindows::pretendCompositor() {

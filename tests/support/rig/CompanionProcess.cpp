@@ -1,25 +1,13 @@
 #include "support/rig/CompanionProcess.h"
 
+#include <QTime>
+
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
 namespace companion::rig {
-namespace {
-
-void writeSettings(const std::string &path, const Settings &settings) {
-    if (settings.empty())
-        return;
-    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-    std::ofstream file(path);
-    file << "[General]\n";
-    for (const auto &[key, value] : settings)
-        file << key << '=' << value << '\n';
-}
-
-} // namespace
-
 std::string companionProgram() {
     const char *other = std::getenv("COMPANION_UNDER_TEST");
     return other != nullptr ? other : COMPANION_PROGRAM;
@@ -29,49 +17,68 @@ std::string settingsFile(const Desktop &desktop) {
     return desktop.file("config/presenter-companion/presenter-companion.conf");
 }
 
+void writeSettings(const Desktop &desktop, const Settings &settings) {
+    if (settings.empty())
+        return;
+    const std::string path = settingsFile(desktop);
+    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+    std::ofstream file(path);
+    file << "[General]\n";
+    for (const auto &[key, value] : settings)
+        file << key << '=' << value << '\n';
+}
+
 CompanionProcess::CompanionProcess(const Desktop &desktop, const Settings &settings)
     : CompanionProcess(desktop, Options{.settings = settings}) {}
 
 CompanionProcess::CompanionProcess(const Desktop &desktop, const Options &options)
     : m_desktop(desktop),
       m_input(desktop) {
-    writeSettings(settingsFile(desktop), options.settings);
+    writeSettings(desktop, options.settings);
     const std::string socket = desktop.file("receiver");
     Environment environment = desktop.environment();
     for (const auto &[key, value] : options.environment)
         environment[key] = value;
-    std::vector<std::string> command = options.wrapper;
+    Command command = options.wrapper;
     command.push_back(companionProgram());
     command.push_back("--virtual-receiver=" + socket);
     command.insert(command.end(), options.arguments.begin(), options.arguments.end());
-    const int before = m_input.clicks();
-    m_process = std::make_unique<ChildProcess>(command, environment);
     try {
-        m_receiver = std::make_unique<LineSocket>(socket);
-        waitForCentreClicks(before + 1);
+        waitForCentreClickAfter([&] { m_process = std::make_unique<ChildProcess>(command, environment); });
+        waitUntil("a listener on " + socket, [&] {
+            m_receiver = std::make_unique<SocketClient>(socket);
+            return m_receiver->connected;
+        });
         receiver("wait-get 2 10000");
     } catch (const std::exception &failure) {
-        throw std::runtime_error(std::string(failure.what()) + "; the program wrote:\n" + m_process->err());
+        throw std::runtime_error(std::string(failure.what()) + "; the program wrote:\n" +
+                                 (m_process ? m_process->err() : std::string()));
     }
 }
 
 std::string CompanionProcess::receiver(const std::string &command) {
-    const std::string answer = ask(command);
+    std::size_t end = std::string::npos;
+    if (!m_receiver->send(command + "\n"))
+        throw std::runtime_error("the virtual receiver is gone");
+    waitUntil("the answer to \"" + command + "\"", [&] {
+        end = m_receiver->received().find('\n', m_answered);
+        if (end == std::string::npos && m_receiver->closed())
+            throw std::runtime_error("the virtual receiver left without an answer to \"" + command + "\"");
+        return end != std::string::npos;
+    });
+    const std::string answer = m_receiver->received().substr(m_answered, end - m_answered);
+    m_answered = end + 1;
     if (!answer.starts_with("ok"))
         throw std::runtime_error("the virtual receiver answered \"" + command + "\" with \"" + answer + "\"");
     return answer.size() > 3 ? answer.substr(3) : std::string();
 }
 
 void CompanionProcess::effectOn() {
-    const int before = m_input.clicks();
-    receiver("event 10");
-    waitForCentreClicks(before + 1);
+    waitForCentreClickAfter([this] { receiver("event 10"); });
 }
 
 void CompanionProcess::effectOff() {
-    const int before = m_input.clicks();
-    receiver("event 00");
-    waitForCentreClicks(before + 1);
+    waitForCentreClickAfter([this] { receiver("event 00"); });
 }
 
 void CompanionProcess::pressOnce(const std::string &code) {
@@ -79,44 +86,35 @@ void CompanionProcess::pressOnce(const std::string &code) {
     receiver("wait-get 2 10000"); // The first of them may have been under way already.
 }
 
-void CompanionProcess::waitForCentreClicks(int count) {
-    waitUntil("click number " + std::to_string(count) + " in the screen's centre",
-              [&] { return m_input.clicks() >= count; });
+void CompanionProcess::waitForCentreClickAfter(const std::function<void()> &cause) {
+    const int before = m_input.clicks();
+    cause();
+    waitUntil("a click in the screen's centre", [&] { return m_input.clicks() > before; });
 }
 
-std::vector<CompanionProcess::LogLine> CompanionProcess::linesOf(const std::string &standardError) {
+std::vector<CompanionProcess::LogLine> CompanionProcess::log() const {
     std::vector<LogLine> lines;
-    std::istringstream all(standardError);
-    for (std::string line; std::getline(all, line);) {
-        int hours = 0;
-        int minutes = 0;
-        int seconds = 0;
-        int thousandths = 0;
-        int textStart = 0;
-        if (std::sscanf(line.c_str(), "%*d-%*d-%*d %d:%d:%d.%d %n", &hours, &minutes, &seconds, &thousandths,
-                        &textStart) == 4)
-            lines.push_back({std::chrono::hours(hours) + std::chrono::minutes(minutes) +
-                                 std::chrono::seconds(seconds) + milliseconds(thousandths),
-                             line.substr(static_cast<std::size_t>(textStart))});
+    for (const QString &line : QString::fromStdString(m_process->err()).split(u'\n')) {
+        // A date, the time, and the text; what does not begin so goes on from the line before.
+        const QTime time = QTime::fromString(line.mid(11, 12), Qt::ISODateWithMs);
+        if (time.isValid())
+            lines.push_back({milliseconds(time.msecsSinceStartOfDay()), line.mid(24).toStdString()});
     }
     return lines;
 }
 
 int CompanionProcess::logCount(const std::string &text) const {
-    int count = 0;
-    for (const LogLine &line : log())
-        count += line.text == text ? 1 : 0;
-    return count;
+    const auto lines = log();
+    return static_cast<int>(
+        std::count_if(lines.begin(), lines.end(), [&](const LogLine &line) { return line.text == text; }));
 }
 
-void CompanionProcess::waitForLog(const std::string &text, int count, milliseconds limit) {
-    waitUntil(
-        "log line \"" + text + "\" number " + std::to_string(count), [&] { return logCount(text) >= count; },
-        limit);
+void CompanionProcess::waitForLog(const std::string &text) const {
+    waitUntil("log line \"" + text + "\"", [&] { return logCount(text) > 0; });
 }
 
-std::map<std::string, std::string> CompanionProcess::storedSettings() const {
-    std::map<std::string, std::string> settings;
+Settings CompanionProcess::storedSettings() const {
+    Settings settings;
     std::ifstream file(settingsFile(m_desktop));
     for (std::string line; std::getline(file, line);)
         if (const auto equals = line.find('='); equals != std::string::npos)

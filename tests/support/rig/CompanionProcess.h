@@ -1,8 +1,8 @@
 #pragma once
 
+#include "support/SocketClient.h"
 #include "support/rig/ChildProcess.h"
 #include "support/rig/InputRecorder.h"
-#include "support/rig/LineSocket.h"
 
 #include <map>
 #include <memory>
@@ -17,10 +17,10 @@ using Settings = std::map<std::string, std::string>;
 class CompanionProcess {
 public:
     struct Options {
-        Settings settings{};                  // What the settings file holds at the start; none: no file.
-        std::vector<std::string> arguments{}; // Besides the virtual receiver.
-        Environment environment{};            // Besides the desktop's.
-        std::vector<std::string> wrapper{};   // A command that ends in running the program, which follows it.
+        Settings settings{};       // What the settings file holds at the start.
+        Command arguments{};       // Besides the virtual receiver.
+        Environment environment{}; // Besides the desktop's.
+        Command wrapper{};         // Ends in running the program, which follows it.
     };
 
     // Ready when the constructor returns: the receiver is polled, the start's own click is over.
@@ -29,8 +29,6 @@ public:
 
     // Sends one command to the virtual receiver and wants "ok". Returns what follows it.
     std::string receiver(const std::string &command);
-    // The answer as it is.
-    std::string ask(const std::string &command) { return m_receiver->ask(command); }
 
     // Holds the effect key, and waits until the effect is on and its click in the screen's centre is over.
     // The pointer is in the centre then.
@@ -47,25 +45,27 @@ public:
         milliseconds time; // Since midnight.
         std::string text;
     };
-    static std::vector<LogLine> linesOf(const std::string &standardError);
-    std::vector<LogLine> log() const { return linesOf(m_process->err()); }
+    std::vector<LogLine> log() const;
     int logCount(const std::string &text) const; // Lines with exactly this text.
-    void waitForLog(const std::string &text, int count = 1, milliseconds limit = kPatience);
+    void waitForLog(const std::string &text) const;
 
-    std::map<std::string, std::string> storedSettings() const;
+    Settings storedSettings() const;
 
 private:
-    void waitForCentreClicks(int count);
+    void waitForCentreClickAfter(const std::function<void()> &cause);
 
     const Desktop &m_desktop;
     InputRecorder m_input;
     std::unique_ptr<ChildProcess> m_process;
-    std::unique_ptr<LineSocket> m_receiver;
+    std::unique_ptr<SocketClient> m_receiver;
+    std::size_t m_answered = 0; // How much of what the receiver said has been read.
 };
 
 // Where the program under test lies: that of this build, unless COMPANION_UNDER_TEST in the environment names
 // another.
 std::string companionProgram();
 std::string settingsFile(const Desktop &desktop);
+// None: no file.
+void writeSettings(const Desktop &desktop, const Settings &settings);
 
 } // namespace companion::rig

@@ -1,8 +1,7 @@
 #include "support/rig/Desktop.h"
 
-#include <QDir>
-
 #include <csignal>
+#include <filesystem>
 
 namespace companion::rig {
 namespace {
@@ -23,7 +22,7 @@ bool managesProbe(const XConnection &connection) {
     bool managed = false;
     for (int i = 0; i < 50 && !managed; ++i) {
         letTimePass(2ms);
-        managed = connection.hasProperty(probe, "WM_STATE");
+        managed = !connection.property(probe, "WM_STATE").empty();
     }
     xcb_destroy_window(connection, probe);
     connection.sync();
@@ -38,19 +37,17 @@ Desktop::Desktop(const DesktopOptions &options) : m_environment(inheritedEnviron
                                            {"XDG_CACHE_HOME", "cache"},
                                            {"XDG_DATA_HOME", "data"},
                                            {"XDG_RUNTIME_DIR", "run"}}) {
-        QDir().mkpath(QString::fromStdString(file(folder)));
-        QFile::setPermissions(QString::fromStdString(file(folder)),
-                              QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        std::filesystem::create_directory(file(folder));
+        std::filesystem::permissions(file(folder), std::filesystem::perms::owner_all);
         m_environment[variable] = file(folder);
     }
     m_environment["DBUS_SESSION_BUS_ADDRESS"] = "unix:path=" + file("no-bus"); // Refused at once.
 
     // The server picks a free number itself and tells it; -noreset keeps it after its last client left.
-    std::vector<std::string> server{
-        "Xvfb",   "-displayfd", "1", "-noreset", "-screen", "0", dimensions(options.size) + "x24",
-        "-fbdir", file(".")};
+    Command server{"Xvfb", "-displayfd", "1", "-noreset", "-fbdir", file(".")};
+    server.insert(server.end(), {"-screen", "0", dimensions(options.size) + "x24"});
     server.insert(server.end(), options.serverOptions.begin(), options.serverOptions.end());
-    m_server = std::make_unique<ChildProcess>(server, m_environment);
+    m_server.emplace(server, m_environment);
     waitUntil("the number of a new X server", [this] {
         if (!m_server->running())
             throw std::runtime_error("Xvfb ended: " + m_server->err());
@@ -58,7 +55,7 @@ Desktop::Desktop(const DesktopOptions &options) : m_environment(inheritedEnviron
     });
     m_display = ":" + m_server->out().substr(0, m_server->out().find('\n'));
     m_environment["DISPLAY"] = m_display;
-    m_connection = std::make_unique<XConnection>(m_display);
+    m_connection.emplace(m_display);
     setMonitors(options.monitors);
     if (options.windowManager)
         startWindowManager();
@@ -71,8 +68,7 @@ std::string Desktop::file(const std::string &name) const {
 }
 
 void Desktop::startWindowManager() {
-    m_windowManager =
-        std::make_unique<ChildProcess>(std::vector<std::string>{"openbox", "--sm-disable"}, m_environment);
+    m_windowManager.emplace(Command{"openbox", "--sm-disable"}, m_environment);
     waitUntil("the window manager", [this] {
         return m_connection->rootWindowProperty("_NET_SUPPORTING_WM_CHECK") != XCB_WINDOW_NONE;
     });
@@ -80,8 +76,7 @@ void Desktop::startWindowManager() {
 }
 
 void Desktop::startCompositor() {
-    m_compositor = std::make_unique<ChildProcess>(
-        std::vector<std::string>{"picom", "--config", "/dev/null", "--backend", "xrender"}, m_environment);
+    m_compositor.emplace(Command{"picom", "--config", "/dev/null", "--backend", "xrender"}, m_environment);
     waitUntil("the compositor",
               [this] { return m_connection->selectionOwner(kCompositorSelection) != XCB_WINDOW_NONE; });
 }
@@ -102,15 +97,12 @@ void Desktop::setSize(const QSize &size) {
     // The server knows only the size that it started with; any other mode has to be made first. The clock
     // rate and the blanking mean nothing to it.
     const std::string mode = dimensions(size);
-    const auto [w, h] = std::pair{size.width(), size.height()};
-    if (ChildProcess list({"xrandr"}, m_environment);
-        list.waitForExit() == 0 && list.out().find(" " + mode + " ") == std::string::npos) {
-        std::vector<std::string> newMode{"xrandr", "--newmode", mode, "60"};
-        for (const int number : {w, w + 8, w + 16, w + 24, h, h + 2, h + 4, h + 8})
-            newMode.push_back(std::to_string(number));
-        run(newMode);
-        run({"xrandr", "--addmode", "screen", mode});
-    }
+    Command newMode{"xrandr", "--newmode", mode, "60"};
+    for (const auto &[length, step] : {std::pair{size.width(), 8}, {size.height(), 2}})
+        for (const int more : {0, step, 2 * step, 4 * step})
+            newMode.push_back(std::to_string(length + more));
+    run(newMode);
+    run({"xrandr", "--addmode", "screen", mode});
     run({"xrandr", "--output", "screen", "--mode", mode});
     waitUntil("a screen of " + mode, [&] { return this->size() == size; });
 }
@@ -131,10 +123,9 @@ void Desktop::setMonitors(const std::vector<QRect> &monitors) {
     }
 }
 
-void Desktop::run(std::vector<std::string> command) {
-    ChildProcess child(std::move(command), m_environment);
-    if (child.waitForExit() != 0)
-        throw std::runtime_error(child.name() + " failed: " + child.err());
+void Desktop::run(const Command &command) const {
+    if (const Ended ended = runToEnd(command, m_environment); ended.status != 0)
+        throw std::runtime_error(command.front() + " failed: " + ended.err);
 }
 
 } // namespace companion::rig

@@ -7,7 +7,6 @@
 #include <QSize>
 #include <QTemporaryDir>
 
-#include <memory>
 #include <optional>
 
 namespace companion::rig {
@@ -16,7 +15,7 @@ struct DesktopOptions {
     QSize size{1024, 768};
     bool windowManager = true;
     bool compositor = true;
-    std::vector<std::string> serverOptions{};
+    Command serverOptions{};
     std::vector<QRect> monitors{}; // Parts of the screen, the main one first; none: one monitor is all of it.
 };
 
@@ -48,21 +47,21 @@ public:
 
     void stopServer(); // With SIGKILL, too.
 
-    // Not larger than the size that it started with.
+    // Once to each size, and not larger than what it started with.
     void setSize(const QSize &size);
     // Instead of those set before; named part0, part1 and so on.
     void setMonitors(const std::vector<QRect> &monitors);
     // A program on this desktop, to its end; throws if it fails.
-    void run(std::vector<std::string> command);
+    void run(const Command &command) const;
 
 private:
     QTemporaryDir m_folder;
     Environment m_environment;
     std::string m_display;
-    std::unique_ptr<ChildProcess> m_server;
-    std::unique_ptr<XConnection> m_connection;
-    std::unique_ptr<ChildProcess> m_windowManager;
-    std::unique_ptr<ChildProcess> m_compositor;
+    std::optional<ChildProcess> m_server;
+    std::optional<XConnection> m_connection;
+    std::optional<ChildProcess> m_windowManager;
+    std::optional<ChildProcess> m_compositor;
     int m_monitors = 0; // Set, not the server's own.
 };
 

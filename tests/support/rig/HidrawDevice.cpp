@@ -1,11 +1,11 @@
 #include "support/rig/HidrawDevice.h"
 
-#include "support/rig/HidrawTestbedNative.h"
-
 #include <fcntl.h>
+#include <pty.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <termios.h>
+#include <umockdev.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -51,19 +51,20 @@ std::string add(UMockdevTestbed *bed, const char *subsystem, const std::string &
     return folder;
 }
 
-// A raw terminal: what is written to one end is read at the other. Returns the end that is ours.
+// A raw terminal: what is written to one end is read at the other. Returns the end that is ours alone: when
+// it is closed, what programs have open is dead.
 int openTerminal(std::string &otherEnd) {
-    const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    termios raw{};
+    cfmakeraw(&raw);
+    int ours = -1;
+    int theirs = -1;
     char name[64];
-    if (terminal < 0 || grantpt(terminal) != 0 || unlockpt(terminal) != 0 ||
-        ptsname_r(terminal, name, sizeof name) != 0)
+    if (openpty(&ours, &theirs, name, &raw, nullptr) != 0)
         throw std::system_error(errno, std::generic_category(), "a terminal for a device node");
-    termios mode{};
-    tcgetattr(terminal, &mode);
-    cfmakeraw(&mode);
-    tcsetattr(terminal, TCSANOW, &mode);
+    fcntl(ours, F_SETFD, FD_CLOEXEC);
+    close(theirs);
     otherEnd = name;
-    return terminal;
+    return ours;
 }
 
 } // namespace
@@ -78,9 +79,8 @@ HidrawDevice::HidrawDevice(HidrawTestbed &bed, std::uint16_t vendorId, std::uint
 HidrawDevice::~HidrawDevice() {
     unplug();
     // Clients may still have it open.
-    auto &native = *m_bed.m_native;
-    const std::lock_guard lock(native.mutex);
-    for (auto &[client, route] : native.clients)
+    const std::lock_guard lock(m_bed.m_mutex);
+    for (auto &[client, route] : m_bed.m_clients)
         if (route.device == this)
             route = {};
 }
@@ -92,10 +92,9 @@ void HidrawDevice::plug(int firstNode) {
         const std::lock_guard lock(m_mutex);
         m_presence = ++m_plugIns;
     }
-    auto *bed = m_bed.m_native->bed;
     // One port for each pair of identifiers and node, so that several devices fit in.
     m_folders.push_back(
-        add(bed, "usb", print("1-%d", firstNode + 1), "",
+        add(m_bed.m_bed, "usb", print("1-%d", firstNode + 1), "",
             {"idVendor", print("%04x", m_vendorId), "idProduct", print("%04x", m_productId), "bcdDevice",
              "0100", "manufacturer", "Test", "product", "Receiver", "serial", "0001"},
             {"DEVTYPE", "usb_device"}));
@@ -104,7 +103,7 @@ void HidrawDevice::plug(int firstNode) {
 }
 
 void HidrawDevice::link(const Node &node) const {
-    const std::filesystem::path path = m_bed.m_native->folder + node.path;
+    const std::filesystem::path path = m_bed.m_folder + node.path;
     std::filesystem::create_directories(path.parent_path());
     std::filesystem::remove(path);
     std::filesystem::create_symlink(m_reachable ? node.terminal : "nowhere", path);
@@ -117,7 +116,6 @@ void HidrawDevice::setReachable(bool reachable) {
 }
 
 void HidrawDevice::addNode(std::size_t interface, int number) {
-    auto &native = *m_bed.m_native;
     Node node;
     node.path = print("/dev/hidraw%d", number);
     node.otherEnd = openTerminal(node.terminal);
@@ -127,25 +125,25 @@ void HidrawDevice::addNode(std::size_t interface, int number) {
     const unsigned major = gnu_dev_major(status.st_rdev);
     const unsigned minor = gnu_dev_minor(status.st_rdev);
 
-    native.route(node.path, {this, interface, m_presence});
+    m_bed.route(node.path, {this, interface, m_presence});
     link(node);
 
     const std::string usbInterface =
-        add(native.bed, "usb", print("%d:1.%zu", number, interface), m_folders.front(),
+        add(m_bed.m_bed, "usb", print("%d:1.%zu", number, interface), m_folders.front(),
             {"bInterfaceNumber", print("%02zu", interface)}, {"DEVTYPE", "usb_interface"});
     const std::string hid =
-        add(native.bed, "hid", print("0003:%04X:%04X.%04X", m_vendorId, m_productId, ++native.hidNumber),
+        add(m_bed.m_bed, "hid", print("0003:%04X:%04X.%04X", m_vendorId, m_productId, ++m_bed.m_hidNumber),
             usbInterface, {},
             {"HID_ID", print("0003:%08X:%08X", m_vendorId, m_productId), "HID_NAME", "Test Receiver",
              "HID_UNIQ", "0001", "HID_PHYS", "usb-test/input0"});
     const Bytes report = descriptor(interface);
-    umockdev_testbed_set_attribute_binary(native.bed, hid.c_str(), "report_descriptor",
+    umockdev_testbed_set_attribute_binary(m_bed.m_bed, hid.c_str(), "report_descriptor",
                                           const_cast<guint8 *>(report.data()),
                                           static_cast<int>(report.size()));
     const std::string raw =
-        add(native.bed, "hidraw", print("hidraw%d", number), hid, {"dev", print("%u:%u", major, minor)},
+        add(m_bed.m_bed, "hidraw", print("hidraw%d", number), hid, {"dev", print("%u:%u", major, minor)},
             {"DEVNAME", node.path, "MAJOR", std::to_string(major), "MINOR", std::to_string(minor)});
-    umockdev_testbed_set_attribute_link(native.bed, raw.c_str(), "device", "..");
+    umockdev_testbed_set_attribute_link(m_bed.m_bed, raw.c_str(), "device", "..");
     m_folders.insert(m_folders.end(), {usbInterface, hid, raw});
     m_nodes.push_back(std::move(node));
 }
@@ -153,20 +151,19 @@ void HidrawDevice::addNode(std::size_t interface, int number) {
 void HidrawDevice::unplug() {
     if (m_nodes.empty())
         return;
-    auto &native = *m_bed.m_native;
     {
         const std::lock_guard lock(m_mutex);
         m_presence = 0;
     }
     m_pulled.notify_all();
     for (const Node &node : m_nodes) {
-        std::filesystem::remove(native.folder + node.path);
-        native.route(node.path, {});
+        std::filesystem::remove(m_bed.m_folder + node.path);
+        m_bed.route(node.path, {});
         close(node.otherEnd);
     }
     for (auto folder = m_folders.rbegin(); folder != m_folders.rend(); ++folder) {
-        umockdev_testbed_uevent(native.bed, folder->c_str(), "remove");
-        umockdev_testbed_remove_device(native.bed, folder->c_str());
+        umockdev_testbed_uevent(m_bed.m_bed, folder->c_str(), "remove");
+        umockdev_testbed_remove_device(m_bed.m_bed, folder->c_str());
     }
     m_folders.clear();
     m_nodes.clear();
@@ -185,22 +182,16 @@ long HidrawDevice::getFeature(std::uint64_t presence, std::size_t interface, Byt
     if (m_interfaces[interface] == Interface::Keyboard)
         return -EPIPE;
     std::unique_lock lock(m_mutex);
-    m_reads.push_back(Clock::now());
-    if (m_delay > milliseconds::zero())
-        m_pulled.wait_for(lock, m_delay, [&] { return m_presence != presence; });
+    ++reads;
+    m_pulled.wait_for(lock, delay.load(), [&] { return m_presence != presence; });
     if (m_presence != presence)
         return -ENODEV;
-    if (m_mode == Mode::Stall || report.empty() || (report[0] != kReportId && report[0] != 0))
+    if (stalled || report.empty() || (report[0] != kReportId && report[0] != 0))
         return -EPIPE;
     // Without a report ID the kernel puts a zero before the report.
     Bytes full(report[0] == 0 ? kReportLength + 1 : kReportLength);
     full[0] = report[0];
-    if (m_once.empty()) {
-        std::copy_n(m_event.begin(), std::min(m_event.size(), full.size() - 1), full.begin() + 1);
-    } else {
-        full[1] = m_once.front();
-        m_once.pop_front();
-    }
+    std::copy_n(m_event.begin(), std::min(m_event.size(), full.size() - 1), full.begin() + 1);
     const std::size_t length = std::min(report.size(), full.size());
     std::copy_n(full.begin(), length, report.begin());
     return static_cast<long>(length);
@@ -210,7 +201,7 @@ long HidrawDevice::setFeature(std::uint64_t presence, std::size_t interface, con
     const std::lock_guard lock(m_mutex);
     if (presence != m_presence)
         return -ENODEV;
-    if (m_mode == Mode::Stall || m_interfaces[interface] == Interface::Keyboard)
+    if (stalled || m_interfaces[interface] == Interface::Keyboard)
         return -EPIPE;
     m_written.push_back(report);
     return static_cast<long>(report.size());
@@ -220,7 +211,7 @@ long HidrawDevice::output(std::uint64_t presence, const Bytes &report) {
     const std::lock_guard lock(m_mutex);
     if (presence != m_presence)
         return -ENODEV;
-    if (m_mode == Mode::Stall)
+    if (stalled)
         return -EPIPE;
     m_outputs.push_back(report);
     return static_cast<long>(report.size());
@@ -229,21 +220,6 @@ long HidrawDevice::output(std::uint64_t presence, const Bytes &report) {
 void HidrawDevice::setEvent(Bytes bytes) {
     const std::lock_guard lock(m_mutex);
     m_event = std::move(bytes);
-}
-
-void HidrawDevice::once(const Bytes &codes) {
-    const std::lock_guard lock(m_mutex);
-    m_once.insert(m_once.end(), codes.begin(), codes.end());
-}
-
-void HidrawDevice::setMode(Mode mode) {
-    const std::lock_guard lock(m_mutex);
-    m_mode = mode;
-}
-
-void HidrawDevice::setDelay(milliseconds delay) {
-    const std::lock_guard lock(m_mutex);
-    m_delay = delay;
 }
 
 void HidrawDevice::sendInput(const Bytes &report) {
@@ -259,11 +235,6 @@ std::vector<HidrawDevice::Bytes> HidrawDevice::written() const {
 std::vector<HidrawDevice::Bytes> HidrawDevice::outputs() const {
     const std::lock_guard lock(m_mutex);
     return m_outputs;
-}
-
-std::vector<HidrawDevice::Clock::time_point> HidrawDevice::reads() const {
-    const std::lock_guard lock(m_mutex);
-    return m_reads;
 }
 
 } // namespace companion::rig

@@ -2,10 +2,9 @@
 
 #include "support/rig/HidrawTestbed.h"
 
-#include <chrono>
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
-#include <deque>
 #include <string>
 #include <vector>
 
@@ -19,9 +18,7 @@ public:
         Keyboard, // Refuses feature reports.
         Vendor,   // Answers them.
     };
-    enum class Mode { Ok, Stall };
     using Bytes = std::vector<std::uint8_t>;
-    using Clock = std::chrono::steady_clock;
 
     HidrawDevice(HidrawTestbed &bed, std::uint16_t vendorId, std::uint16_t productId,
                  std::vector<Interface> interfaces = {Interface::Vendor});
@@ -35,15 +32,14 @@ public:
     // Whether its nodes can be opened, as when the rules have not given the rights yet.
     void setReachable(bool reachable);
 
-    void setEvent(Bytes bytes);    // Bytes 1 and up of every answer.
-    void once(const Bytes &codes); // For one answer each, before the standing event.
-    void setMode(Mode mode);
-    void setDelay(milliseconds delay); // Every feature read lasts so long, unless a pull ends it.
+    void setEvent(Bytes bytes); // Bytes 1 and up of every answer.
     void sendInput(const Bytes &report);
+    std::atomic<bool> stalled = false; // Refuses whatever it is asked.
+    std::atomic<milliseconds> delay{}; // Every feature read lasts so long, unless a pull ends it.
 
-    std::vector<Bytes> written() const;           // Feature reports, report ID first.
-    std::vector<Bytes> outputs() const;           // Output reports, report ID first.
-    std::vector<Clock::time_point> reads() const; // When feature reads began.
+    std::vector<Bytes> written() const; // Feature reports, report ID first.
+    std::vector<Bytes> outputs() const; // Output reports, report ID first.
+    std::atomic<int> reads = 0;         // Feature reads that have begun.
 
 private:
     friend class HidrawTestbed;
@@ -76,12 +72,8 @@ private:
     std::uint64_t m_plugIns = 0;
     std::uint64_t m_presence = 0; // Which plugging-in this is; 0 while unplugged.
     Bytes m_event;
-    std::deque<std::uint8_t> m_once;
-    Mode m_mode = Mode::Ok;
-    milliseconds m_delay{0};
     std::vector<Bytes> m_written;
     std::vector<Bytes> m_outputs;
-    std::vector<Clock::time_point> m_reads;
 };
 
 } // namespace companion::rig

@@ -1,19 +1,16 @@
-#include "support/rig/HidrawTestbedNative.h"
+#include "support/rig/HidrawDevice.h"
 
 #include <linux/hidraw.h>
 #include <sys/ioctl.h>
+#include <umockdev.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <stdexcept>
 
 namespace companion::rig {
 namespace {
-
-struct HandlerObject {
-    UMockdevIoctlBase base;
-    void *owner; // The testbed's Native.
-};
 
 void complete(UMockdevIoctlClient *client, long lengthOrError) {
     umockdev_ioctl_client_complete(client, lengthOrError < 0 ? -1 : lengthOrError,
@@ -39,31 +36,26 @@ HidrawDevice::Bytes bytesOf(const T &value) {
 
 } // namespace
 
-struct HidrawTestbed::Native::Handler {
-    static HidrawTestbed::Native &native(UMockdevIoctlBase *base) {
-        return *static_cast<HidrawTestbed::Native *>(reinterpret_cast<HandlerObject *>(base)->owner);
+// What clients do, on the library's thread. Input reports come through the terminal behind a node, without
+// us.
+struct HidrawTestbed::Handler {
+    static Route routeOf(UMockdevIoctlClient *client, HidrawTestbed &bed) {
+        const std::lock_guard lock(bed.m_mutex);
+        return bed.m_clients[client];
     }
 
-    static Route routeOf(UMockdevIoctlBase *base, UMockdevIoctlClient *client) {
-        auto &self = native(base);
-        const std::lock_guard lock(self.mutex);
-        return self.clients[client];
+    static void connected(UMockdevIoctlBase *, UMockdevIoctlClient *client, HidrawTestbed *bed) {
+        const std::lock_guard lock(bed->m_mutex);
+        bed->m_clients[client] = bed->m_nodes[umockdev_ioctl_client_get_devnode(client)];
     }
 
-    static void connected(UMockdevIoctlBase *base, UMockdevIoctlClient *client) {
-        auto &self = native(base);
-        const std::lock_guard lock(self.mutex);
-        self.clients[client] = self.nodes[umockdev_ioctl_client_get_devnode(client)];
+    static void vanished(UMockdevIoctlBase *, UMockdevIoctlClient *client, HidrawTestbed *bed) {
+        const std::lock_guard lock(bed->m_mutex);
+        bed->m_clients.erase(client);
     }
 
-    static void vanished(UMockdevIoctlBase *base, UMockdevIoctlClient *client) {
-        auto &self = native(base);
-        const std::lock_guard lock(self.mutex);
-        self.clients.erase(client);
-    }
-
-    static gboolean control(UMockdevIoctlBase *base, UMockdevIoctlClient *client) {
-        const Route route = routeOf(base, client);
+    static gboolean control(UMockdevIoctlBase *, UMockdevIoctlClient *client, HidrawTestbed *bed) {
+        const Route route = routeOf(client, *bed);
         const unsigned long request = umockdev_ioctl_client_get_request(client);
         UMockdevIoctlData *argument = umockdev_ioctl_client_get_arg(client);
         if (!route.device || !route.device->isPresent(route.presence)) {
@@ -106,75 +98,45 @@ struct HidrawTestbed::Native::Handler {
         }
     }
 
-    static gboolean write(UMockdevIoctlBase *base, UMockdevIoctlClient *client) {
-        const Route route = routeOf(base, client);
+    static gboolean write(UMockdevIoctlBase *, UMockdevIoctlClient *client, HidrawTestbed *bed) {
+        const Route route = routeOf(client, *bed);
         complete(client, route.device ? route.device->output(route.presence,
                                                              load(umockdev_ioctl_client_get_arg(client)))
                                       : -ENODEV);
         return TRUE;
     }
-
-    // Input reports come through the terminal itself, which also knows of the pull.
-    static gboolean read(UMockdevIoctlBase *, UMockdevIoctlClient *client) {
-        int error = 0;
-        const int length = umockdev_ioctl_client_execute(client, &error, nullptr);
-        umockdev_ioctl_client_complete(client, length, error);
-        return TRUE;
-    }
-
-    static void initialiseClass(void *type, void *) {
-        auto *functions = static_cast<UMockdevIoctlBaseClass *>(type);
-        functions->handle_ioctl = control;
-        functions->handle_read = read;
-        functions->handle_write = write;
-        functions->client_connected = connected;
-        functions->client_vanished = vanished;
-    }
-
-    static UMockdevIoctlBase *make(HidrawTestbed::Native *owner) {
-        static const GType type = g_type_register_static_simple(
-            umockdev_ioctl_base_get_type(), "CompanionHidrawHandler", sizeof(UMockdevIoctlBaseClass),
-            initialiseClass, sizeof(HandlerObject), nullptr, GTypeFlags{});
-        auto *object = static_cast<HandlerObject *>(g_object_new(type, nullptr));
-        object->owner = owner;
-        return &object->base;
-    }
 };
 
-HidrawTestbed::Native::Native() : bed(umockdev_testbed_new()), handler(Handler::make(this)) {
-    char *path = umockdev_testbed_get_root_dir(bed);
-    folder = path;
+HidrawTestbed::HidrawTestbed() : m_bed(umockdev_testbed_new()), m_handler(umockdev_ioctl_base_new()) {
+    g_signal_connect(m_handler, "client-connected", G_CALLBACK(Handler::connected), this);
+    g_signal_connect(m_handler, "client-vanished", G_CALLBACK(Handler::vanished), this);
+    g_signal_connect(m_handler, "handle-ioctl", G_CALLBACK(Handler::control), this);
+    g_signal_connect(m_handler, "handle-write", G_CALLBACK(Handler::write), this);
+    char *path = umockdev_testbed_get_root_dir(m_bed);
+    m_folder = path;
     g_free(path);
 }
 
-HidrawTestbed::Native::~Native() {
-    for (const std::string &node : attached)
-        umockdev_testbed_detach_ioctl(bed, node.c_str(), nullptr);
-    g_object_unref(bed);
-    g_object_unref(handler);
+HidrawTestbed::~HidrawTestbed() {
+    for (const std::string &node : m_attached)
+        umockdev_testbed_detach_ioctl(m_bed, node.c_str(), nullptr);
+    g_object_unref(m_bed);
+    g_object_unref(m_handler);
 }
 
-void HidrawTestbed::Native::route(const std::string &node, const Route &route) {
+void HidrawTestbed::route(const std::string &node, const Route &route) {
     {
-        const std::lock_guard lock(mutex);
-        nodes[node] = route;
+        const std::lock_guard lock(m_mutex);
+        m_nodes[node] = route;
     }
-    if (route.device && attached.insert(node).second &&
-        !umockdev_testbed_attach_ioctl(bed, node.c_str(), handler, nullptr))
+    if (route.device && m_attached.insert(node).second &&
+        !umockdev_testbed_attach_ioctl(m_bed, node.c_str(), m_handler, nullptr))
         throw std::runtime_error("cannot attach to " + node);
 }
 
-HidrawTestbed::HidrawTestbed() : m_native(std::make_unique<Native>()) {}
-
-HidrawTestbed::~HidrawTestbed() = default;
-
 Environment HidrawTestbed::environment() const {
-    return {{"UMOCKDEV_DIR", m_native->folder}, {"LD_PRELOAD", preload()}};
-}
-
-std::string HidrawTestbed::preload() {
-    const std::string sanitizer = COMPANION_ASAN_LIBRARY; // It insists on being the first.
-    return (sanitizer.empty() ? "" : sanitizer + ":") + "libumockdev-preload.so.0";
+    const char *preload = std::getenv("LD_PRELOAD");
+    return {{"UMOCKDEV_DIR", m_folder}, {"LD_PRELOAD", preload ? preload : ""}};
 }
 
 } // namespace companion::rig

@@ -13,19 +13,7 @@ void InputDevices::fake(std::uint8_t type, std::uint8_t detail, QPoint at) {
     m_connection.sync();
 }
 
-void InputDevices::move(QPoint to) {
-    fake(XCB_MOTION_NOTIFY, 0, to); // Detail 0: absolute.
-}
-
-void InputDevices::press(int button) {
-    fake(XCB_BUTTON_PRESS, static_cast<std::uint8_t>(button));
-}
-
-void InputDevices::release(int button) {
-    fake(XCB_BUTTON_RELEASE, static_cast<std::uint8_t>(button));
-}
-
-void InputDevices::click(int button) {
+void InputDevices::click(std::uint8_t button) {
     press(button);
     release(button);
 }

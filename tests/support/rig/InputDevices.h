@@ -10,24 +10,26 @@
 namespace companion::rig {
 
 // Keys by their position on the keyboard, as X keycodes.
-inline constexpr std::uint8_t kKeyEscape = 9;
-inline constexpr std::uint8_t kKeyTab = 23;
-inline constexpr std::uint8_t kKeyReturn = 36;
-inline constexpr std::uint8_t kKeyControl = 37;
-inline constexpr std::uint8_t kKeyA = 38;
-inline constexpr std::uint8_t kKeyH = 43;
-inline constexpr std::uint8_t kKeyShift = 50;
-inline constexpr std::uint8_t kKeyB = 56;
-inline constexpr std::uint8_t kKeyAlt = 64;
-inline constexpr std::uint8_t kKeySpace = 65;
-inline constexpr std::uint8_t kKeyF5 = 71;
-inline constexpr std::uint8_t kKeyHome = 110;
-inline constexpr std::uint8_t kKeyUp = 111;
-inline constexpr std::uint8_t kKeyPageUp = 112;
-inline constexpr std::uint8_t kKeyRight = 114;
-inline constexpr std::uint8_t kKeyEnd = 115;
-inline constexpr std::uint8_t kKeyDown = 116;
-inline constexpr std::uint8_t kKeyPageDown = 117;
+enum Key : std::uint8_t {
+    kKeyEscape = 9,
+    kKeyTab = 23,
+    kKeyReturn = 36,
+    kKeyControl = 37,
+    kKeyA = 38,
+    kKeyH = 43,
+    kKeyShift = 50,
+    kKeyB = 56,
+    kKeyAlt = 64,
+    kKeySpace = 65,
+    kKeyF5 = 71,
+    kKeyHome = 110,
+    kKeyUp = 111,
+    kKeyPageUp = 112,
+    kKeyRight = 114,
+    kKeyEnd = 115,
+    kKeyDown = 116,
+    kKeyPageDown = 117,
+};
 
 // The hand on mouse and keyboard. Events go in through the test extension: they raise raw events as those of
 // real devices do. Each operation returns when the server has taken it.
@@ -35,10 +37,10 @@ class InputDevices {
 public:
     explicit InputDevices(const Desktop &desktop) : m_connection(desktop.display()) {}
 
-    void move(QPoint to);
-    void press(int button = 1);
-    void release(int button = 1);
-    void click(int button = 1);
+    void move(QPoint to) { fake(XCB_MOTION_NOTIFY, 0, to); } // Detail 0: absolute.
+    void press(std::uint8_t button = 1) { fake(XCB_BUTTON_PRESS, button); }
+    void release(std::uint8_t button = 1) { fake(XCB_BUTTON_RELEASE, button); }
+    void click(std::uint8_t button = 1);
     void clickAt(QPoint at);
     void tapKey(std::uint8_t keycode, std::uint8_t heldKey = 0);
     // Small hexadecimal digits and #, on a keyboard of the usual American kind.

@@ -3,13 +3,13 @@
 #include <xcb/xinput.h>
 
 #include <algorithm>
+#include <map>
 
 namespace companion::rig {
 
 InputRecorder::InputRecorder(const Desktop &desktop) : m_connection(desktop.display()) {
     // From 2.1 on raw events also come while another client holds a grab.
-    std::free(xcb_input_xi_query_version_reply(m_connection, xcb_input_xi_query_version(m_connection, 2, 2),
-                                               nullptr));
+    m_connection.reply(xcb_input_xi_query_version_reply, xcb_input_xi_query_version(m_connection, 2, 2));
     struct {
         xcb_input_event_mask_t head;
         std::uint32_t mask;
@@ -21,23 +21,11 @@ InputRecorder::InputRecorder(const Desktop &desktop) : m_connection(desktop.disp
 }
 
 const std::string &InputRecorder::events() {
-    while (const XcbPtr<xcb_generic_event_t> event{xcb_poll_for_event(m_connection)}) {
-        if ((event->response_type & 0x7F) != XCB_GE_GENERIC)
-            continue;
-        switch (reinterpret_cast<const xcb_ge_generic_event_t *>(event.get())->event_type) {
-        case XCB_INPUT_RAW_MOTION:
-            m_events += 'm';
-            break;
-        case XCB_INPUT_RAW_BUTTON_PRESS:
-            m_events += 'd';
-            break;
-        case XCB_INPUT_RAW_BUTTON_RELEASE:
-            m_events += 'u';
-            break;
-        default:
-            break;
-        }
-    }
+    const std::map<int, char> letters{
+        {XCB_INPUT_RAW_MOTION, 'm'}, {XCB_INPUT_RAW_BUTTON_PRESS, 'd'}, {XCB_INPUT_RAW_BUTTON_RELEASE, 'u'}};
+    while (const XcbPtr<xcb_generic_event_t> event{xcb_poll_for_event(m_connection)})
+        if ((event->response_type & 0x7F) == XCB_GE_GENERIC)
+            m_events += letters.at(reinterpret_cast<const xcb_ge_generic_event_t *>(event.get())->event_type);
     return m_events;
 }
 

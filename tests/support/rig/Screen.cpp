@@ -6,9 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstring>
-
 namespace companion::rig {
 
 Screen::Screen(const Desktop &desktop) : m_desktop(desktop), m_connection(desktop.display()) {}
@@ -18,23 +15,15 @@ QImage Screen::grab() const {
 }
 
 QImage Screen::grab(const QRect &area) const {
-    const auto cookie = xcb_get_image(
-        m_connection, XCB_IMAGE_FORMAT_Z_PIXMAP, m_connection.root(), static_cast<std::int16_t>(area.x()),
-        static_cast<std::int16_t>(area.y()), static_cast<std::uint16_t>(area.width()),
-        static_cast<std::uint16_t>(area.height()), ~0U);
-    const XcbPtr<xcb_get_image_reply_t> reply(xcb_get_image_reply(m_connection, cookie, nullptr));
+    const auto reply = m_connection.reply(
+        xcb_get_image_reply,
+        xcb_get_image(m_connection, XCB_IMAGE_FORMAT_Z_PIXMAP, m_connection.root(),
+                      static_cast<std::int16_t>(area.x()), static_cast<std::int16_t>(area.y()),
+                      static_cast<std::uint16_t>(area.width()), static_cast<std::uint16_t>(area.height()),
+                      ~0U));
     if (!reply)
         throw std::runtime_error("the screen could not be read");
-    const QImage borrowed(xcb_get_image_data(reply.get()), area.width(), area.height(), area.width() * 4,
-                          QImage::Format_RGB32);
-    QImage copy = borrowed.copy();
-    copy.reinterpretAsFormat(QImage::Format_ARGB32);
-    for (int y = 0; y < copy.height(); ++y) { // The unused byte of a pixel may hold anything.
-        auto *row = reinterpret_cast<QRgb *>(copy.scanLine(y));
-        for (int x = 0; x < copy.width(); ++x)
-            row[x] |= 0xFF000000U;
-    }
-    return copy;
+    return QImage(xcb_get_image_data(reply.get()), area.width(), area.height(), QImage::Format_RGB32).copy();
 }
 
 QRgb Screen::pixel(QPoint at) const {
@@ -87,26 +76,14 @@ bool Screen::cursorVisible() const {
     letTimePass(5ms); // The server takes the cursor off for a reader and puts it back once it is idle.
 
     QFile file(QString::fromStdString(m_desktop.frameBufferFile()));
-    if (!file.open(QIODevice::ReadOnly))
+    const uchar *memory = file.open(QIODevice::ReadOnly) ? file.map(0, file.size()) : nullptr;
+    if (memory == nullptr)
         throw std::runtime_error("the server's frame buffer cannot be read");
-    const auto field = [&](int index) {
-        std::array<char, 4> bytes{};
-        file.seek(index * 4);
-        file.read(bytes.data(), 4);
-        return static_cast<qint64>(qFromBigEndian<quint32>(bytes.data()));
-    };
     // An XWD file: header size, bytes per line and number of colours are its fields 0, 12 and 19.
-    const qint64 start = field(0) + field(19) * 12;
-    const qint64 stride = field(12);
-    for (int y = 0; y < area.height(); ++y) {
-        file.seek(start + (area.y() + y) * stride + area.x() * 4);
-        const QByteArray row = file.read(area.width() * 4);
-        const auto *with = reinterpret_cast<const QRgb *>(row.constData());
-        for (int x = 0; x < area.width(); ++x)
-            if ((with[x] | 0xFF000000U) != without.pixel(x, y))
-                return true;
-    }
-    return false;
+    const auto field = [&](int index) { return qFromBigEndian<quint32>(memory + 4 * index); };
+    const qsizetype stride = field(12);
+    const uchar *pixels = memory + field(0) + field(19) * 12 + area.y() * stride + area.x() * 4;
+    return QImage(pixels, area.width(), area.height(), stride, QImage::Format_RGB32) != without;
 }
 
 bool sameColour(QRgb a, QRgb b, int tolerance) {

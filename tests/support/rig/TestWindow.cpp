@@ -26,7 +26,8 @@ xcb_cursor_t arrow(xcb_connection_t *connection) {
 TestWindow::TestWindow(const Desktop &desktop, Kind kind, QRgb colour, const QRect &geometry)
     : m_connection(desktop.display()),
       m_window(xcb_generate_id(m_connection)) {
-    const QRect place = kind == Kind::FullScreen ? QRect(0, 0, 200, 150) : geometry;
+    const bool fullScreen = kind == Kind::FullScreen;
+    const QRect place = fullScreen ? QRect(QPoint(0, 0), desktop.size()) : geometry;
     const std::array<std::uint32_t, 4> values{colour & 0xFFFFFFU, kind == Kind::OverrideRedirect, kEvents,
                                               arrow(m_connection)};
     xcb_create_window(m_connection, XCB_COPY_FROM_PARENT, m_window, m_connection.root(),
@@ -35,16 +36,7 @@ TestWindow::TestWindow(const Desktop &desktop, Kind kind, QRgb colour, const QRe
                       0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
                       XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK | XCB_CW_CURSOR,
                       values.data());
-    map(desktop, kind, place);
-}
-
-TestWindow::~TestWindow() {
-    xcb_destroy_window(m_connection, m_window);
-    m_connection.sync();
-}
-
-void TestWindow::map(const Desktop &desktop, Kind kind, const QRect &geometry) {
-    if (kind == Kind::FullScreen) {
+    if (fullScreen) {
         const xcb_atom_t state = m_connection.atom("_NET_WM_STATE_FULLSCREEN");
         xcb_change_property(m_connection, XCB_PROP_MODE_REPLACE, m_window, m_connection.atom("_NET_WM_STATE"),
                             XCB_ATOM_ATOM, 32, 1, &state);
@@ -55,17 +47,19 @@ void TestWindow::map(const Desktop &desktop, Kind kind, const QRect &geometry) {
                         XCB_ATOM_WM_SIZE_HINTS, 32, hints.size(), hints.data());
     xcb_map_window(m_connection, m_window);
     m_connection.sync();
-
-    const bool managed = kind != Kind::OverrideRedirect;
-    const QRect wanted = kind == Kind::FullScreen ? QRect(QPoint(0, 0), desktop.size()) : geometry;
     waitUntil("a test window on the screen", [&] {
         readEvents();
         const QRect now = m_connection.areaOf(m_window);
         // A frame may move a managed window by its own width.
-        return m_exposed && (kind == Kind::Managed ? now.size() == wanted.size() : now == wanted);
+        return m_exposed && (kind == Kind::Managed ? now.size() == place.size() : now == place);
     });
-    if (managed)
+    if (kind != Kind::OverrideRedirect)
         waitUntil("a test window with the focus", [this] { return focused(); });
+}
+
+TestWindow::~TestWindow() {
+    xcb_destroy_window(m_connection, m_window);
+    m_connection.sync();
 }
 
 void TestWindow::setColour(QRgb colour) {

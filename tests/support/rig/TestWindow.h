@@ -37,7 +37,6 @@ public:
     void forget();
 
 private:
-    void map(const Desktop &desktop, Kind kind, const QRect &geometry);
     void readEvents();
 
     XConnection m_connection;
