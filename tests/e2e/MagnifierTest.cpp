@@ -84,15 +84,12 @@ TEST(Lens, KeepsItsPictureUntilASlideKeyAndIsHiddenForTheNewOne) {
 TEST(Lens, SlideKeysCountWhileAnotherProgramGrabsTheKeyboard) {
     ZoomTalk talk(150, 50);
     const XConnection menu(talk.desktop.display());
-    const auto cookie =
-        xcb_grab_keyboard(menu, 1, menu.root(), XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
-    const XcbPtr<xcb_grab_keyboard_reply_t> reply(xcb_grab_keyboard_reply(menu, cookie, nullptr));
-    ASSERT_TRUE(reply && reply->status == XCB_GRAB_STATUS_SUCCESS);
+    const auto grab =
+        menu.reply(xcb_grab_keyboard_reply, xcb_grab_keyboard(menu, 1, menu.root(), XCB_CURRENT_TIME,
+                                                              XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+    ASSERT_TRUE(grab && grab->status == XCB_GRAB_STATUS_SUCCESS);
     talk.hand.tapKey(kKeyPageDown);
     talk.companion.waitForLog("控制器按下了'page_down'");
-    talk.hand.tapKey(kKeyB);
-    talk.companion.waitForLog("控制器按下了'b'");
-    EXPECT_EQ(talk.companion.logCount("控制器按下了'page_down'"), 1);
 }
 
 } // namespace

@@ -22,20 +22,18 @@ struct Change {
 const Change kChanges[] = {
     {"TheMainMonitorGoes",
      {{0, 0, 400, 600}, {400, 0, 400, 600}},
-     [](Desktop &d) {
-         d.setMonitors({{400, 0, 400, 600}});
-     },
+     [](Desktop &desktop) { desktop.setMonitors({QRect(400, 0, 400, 600)}); },
      {400, 0, 400, 600}},
     {"TheScreenIsRotated",
      {},
-     [](Desktop &d) {
-         d.setSize({600, 800});
+     [](Desktop &desktop) {
+         desktop.setSize({600, 800});
      },
      {0, 0, 600, 800}},
     {"MonitorsChangePlaces",
      {{0, 0, 400, 600}, {400, 0, 400, 600}},
-     [](Desktop &d) {
-         d.setMonitors({{400, 100, 400, 500}, {0, 0, 400, 600}});
+     [](Desktop &desktop) {
+         desktop.setMonitors({QRect(400, 100, 400, 500), QRect(0, 0, 400, 600)});
      },
      {400, 100, 400, 500}},
 };
@@ -74,16 +72,15 @@ public:
         : m_window(desktop, TestWindow::Kind::OverrideRedirect, kLockColour,
                    QRect(QPoint(0, 0), desktop.size())),
           m_connection(desktop.display()) {
-        const auto pointer =
+        const auto pointer = m_connection.reply(
+            xcb_grab_pointer_reply,
             xcb_grab_pointer(m_connection, 0, m_connection.root(), XCB_EVENT_MASK_BUTTON_PRESS,
-                             XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC, XCB_NONE, XCB_NONE, XCB_CURRENT_TIME);
-        const auto keyboard = xcb_grab_keyboard(m_connection, 0, m_connection.root(), XCB_CURRENT_TIME,
-                                                XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
-        const XcbPtr<xcb_grab_pointer_reply_t> first(xcb_grab_pointer_reply(m_connection, pointer, nullptr));
-        const XcbPtr<xcb_grab_keyboard_reply_t> second(
-            xcb_grab_keyboard_reply(m_connection, keyboard, nullptr));
-        if (!first || first->status != XCB_GRAB_STATUS_SUCCESS || !second ||
-            second->status != XCB_GRAB_STATUS_SUCCESS)
+                             XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC, XCB_NONE, XCB_NONE, XCB_CURRENT_TIME));
+        const auto keyboard = m_connection.reply(
+            xcb_grab_keyboard_reply, xcb_grab_keyboard(m_connection, 0, m_connection.root(), XCB_CURRENT_TIME,
+                                                       XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+        if (!pointer || pointer->status != XCB_GRAB_STATUS_SUCCESS || !keyboard ||
+            keyboard->status != XCB_GRAB_STATUS_SUCCESS)
             throw std::runtime_error("the lock screen did not get mouse and keyboard");
     }
 
@@ -99,19 +96,15 @@ TEST(ScreenLock, EndsWithNothingOfOursLeft) {
     {
         const LockScreen lock(talk.desktop);
         talk.companion.effectOff();
-        talk.expectLook("the lock screen alone", plainLook(kLockColour));
         talk.companion.effectOn(); // Somebody plays with the presenter meanwhile.
         talk.hand.move({300, 200});
         talk.companion.effectOff();
-        talk.expectLook("the lock screen alone again", plainLook(kLockColour));
+        talk.expectLook("the lock screen alone", plainLook(kLockColour));
     }
     talk.expectPlainSlide();
     talk.expectFree({210, 210});
     talk.companion.effectOn();
     talk.expectSpotlight({250, 250});
-    talk.companion.effectOff();
-    talk.expectPlainSlide();
-    talk.expectFree({220, 220});
 }
 
 // The clock moves on while the program does not, and timers of two seconds are due at once.

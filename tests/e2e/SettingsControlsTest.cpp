@@ -15,15 +15,9 @@ TEST(SettingsControls, ChangeTheFileAtOnceWhenUsedWithTheMouse) {
     for (const std::size_t type : {3U, 1U, 2U, 2U, 0U}) {
         desk.click(control::kModes[type]);
         desk.expectStored("LOCAL_MOUSETYPE", std::to_string(type));
-        desk.expectMode(type);
     }
     desk.drag(control::kBackAlphaSlider, 250);
     desk.expectStored("LOCAL_BACKALPHA", "1");
-    desk.clickInto(control::kBackAlphaNumber);
-    desk.retype("35");
-    desk.expectStored("LOCAL_BACKALPHA", "0.3499999940395355");
-    desk.hand.click(4); // The wheel, upwards.
-    desk.expectStored("LOCAL_BACKALPHA", "0.36000001430511475");
 }
 
 TEST(SettingsControls, ChangeTheFileAtOnceWhenUsedWithTheKeyboardAlone) {
@@ -73,8 +67,6 @@ TEST(SettingsControls, ColourDialogBlocksNothingAndChangesSomethingByItsOkAlone)
     desk.expectStored("LOCAL_MOUSETYPE", "2");
     desk.companion.pressOnce("01");
     desk.expectStored("LOCAL_MOUSETYPE", "3");
-    desk.expectMode(3);
-    EXPECT_EQ(desk.stored("LOCAL_FRONTCOLOR"), "srgb 1 0 0 1");
     desk.hand.clickAt(desk.areaOf(dialog).topLeft() + QPoint(150, 8)); // Its own keyboard again.
     waitUntil("its keyboard", [&] { return desk.activeWindow() == dialog; });
     desk.hand.tapKey(kKeyEscape);
@@ -93,17 +85,15 @@ TEST(SettingsControls, ColourDialogBlocksNothingAndChangesSomethingByItsOkAlone)
 TEST(SettingsControls, SendTheTimerOnceForAPressOfTheButtonAndNeverStoreIt) {
     SettingsDesk desk(kEnglish);
     desk.open();
-    desk.tab(control::kMoreTime.tabs);
-    desk.retype("300");
-    for (const Control &each : {control::kLessTime, control::kSetTime, control::kSetTime})
+    for (const Control &each : {control::kMoreTime, control::kSetTime, control::kSetTime})
         desk.click(each); // The button twice within its rest.
     waitUntil("a timer report", [&] { return !desk.companion.receiver("sets").empty(); });
     letTimePass(200ms);
-    EXPECT_EQ(desk.companion.receiver("sets"), "122b" + std::string(62 * 2, '0')); // The low byte of 299.
+    EXPECT_EQ(desk.companion.receiver("sets"), "1202" + std::string(62 * 2, '0'));
     EXPECT_EQ(desk.stored("LOCAL_TIMEVALUE"), "1");
 }
 
-TEST(SettingsLanguage, IsChosenByMouseOrKeyboardAndTheHintFollows) {
+TEST(SettingsLanguage, ChangesTheWindowAtOnceAndTheHintFollows) {
     SettingsDesk desk(english({{"LOCAL_MOUSETYPE", "1"}}));
     const auto hintOfTheDot = [&] {
         desk.companion.pressOnce("01");
@@ -112,20 +102,9 @@ TEST(SettingsLanguage, IsChosenByMouseOrKeyboardAndTheHintFollows) {
     const QImage before = hintOfTheDot();
     const auto window = desk.open();
     const QImage english = desk.screen.settled().copy(desk.areaOf(window));
-    desk.click(control::kLanguage);
-    QRect list;
-    waitUntil("the list of languages", [&] {
-        list = desk.areaOf(desk.stack().back());
-        return list.height() > 200 && list.height() < 500;
-    });
-    const QPoint item(list.center().x(), list.top() + list.height() * (2 * 10 + 1) / 24);
-    desk.hand.move(item);
-    desk.screen.waitForPixel({list.right() - 20, item.y()}, kSelectedColour);
-    desk.hand.click();
-    desk.expectStored("SYSTEM_LANGUAGEINDEX", "10");
+    desk.hand.tapKey(kKeyDown); // It has the keyboard at first.
+    desk.expectStored("SYSTEM_LANGUAGEINDEX", "2");
     EXPECT_NE(desk.screen.settled().copy(desk.areaOf(window)), english);
-    desk.hand.tapKey(kKeyDown);
-    desk.expectStored("SYSTEM_LANGUAGEINDEX", "11");
     desk.hand.tapKey(kKeyEscape);
     for (int i = 0; i < 3; ++i)
         desk.companion.pressOnce("01");

@@ -6,9 +6,7 @@
 namespace companion::rig {
 namespace {
 
-constexpr int kHovered = 14; // The steps by which it is lighter under the mouse.
 constexpr QRgb kButton = qRgb(0xef, 0xee, 0xe2);
-constexpr QRgb kFocusFrame = qRgb(0x14, 0x14, 0x0f);
 constexpr const char *kProgram = "presenter-companion";
 
 } // namespace
@@ -146,18 +144,6 @@ QPoint SettingsDesk::placeOf(const Control &control) const {
     return areaOf(m_opened).topLeft() + control.at;
 }
 
-void SettingsDesk::clickInto(const Control &number) {
-    click(number);
-    const QSize leftEdge = QSize(12, 1);
-    screen.waitFor("the number's frame", QRect(placeOf(number) - QPoint(28, 0), leftEdge),
-                   [](const QImage &image) {
-                       for (int x = 0; x < image.width(); ++x)
-                           if (sameColour(image.pixel(x, 0), kFocusFrame))
-                               return true;
-                       return false;
-                   });
-}
-
 void SettingsDesk::drag(const Control &control, int byPoints) {
     const QPoint from = placeOf(control);
     hand.move(from);
@@ -165,17 +151,6 @@ void SettingsDesk::drag(const Control &control, int byPoints) {
     for (int i = 1; i <= 4; ++i)
         hand.move(from + QPoint(byPoints * i / 4, 0));
     hand.release();
-}
-
-void SettingsDesk::expectMode(std::size_t type) const {
-    const QPoint besideText(-75, -30);
-    waitUntil("mode button " + std::to_string(type), [&] {
-        for (std::size_t i = 0; i < std::size(control::kModes); ++i)
-            if (sameColour(screen.pixel(placeOf(control::kModes[i]) + besideText), kSelectedColour,
-                           kHovered) != (i == type))
-                return false;
-        return true;
-    });
 }
 
 void SettingsDesk::retype(const std::string &text) {

@@ -23,7 +23,7 @@ inline constexpr Control kLanguage{{713, 29}, 0};
 inline constexpr Control kModes[] = {{{115, 120}, 1}, {{297, 120}, 2}, {{115, 216}, 3}, {{297, 216}, 4}};
 inline constexpr Control kSizeSlider{{234, 309}, 5}, kSizeNumber{{357, 309}, 6};
 inline constexpr Control kZoomSlider{{234, 372}, 7}, kZoomNumber{{357, 372}, 8};
-inline constexpr Control kLessTime{{212, 434}, 9}, kMoreTime{{251, 434}, 9}, kSetTime{{333, 434}, 10};
+inline constexpr Control kMoreTime{{251, 434}, 9}, kSetTime{{333, 434}, 10};
 inline constexpr Control kBackColor{{744, 307}, 11}, kBackAlphaSlider{{619, 343}, 12},
     kBackAlphaNumber{{749, 343}, 13};
 inline constexpr Control kFrontColor{{744, 401}, 14}, kFrontAlphaSlider{{619, 437}, 15},
@@ -31,7 +31,6 @@ inline constexpr Control kFrontColor{{744, 401}, 14}, kFrontAlphaSlider{{619, 43
 } // namespace control
 
 inline constexpr QRgb kSettingsColour = qRgb(191, 190, 165);
-inline constexpr QRgb kSelectedColour = qRgb(0x2a, 0x66, 0xb0);
 
 inline const Settings kEnglish{{"SYSTEM_LANGUAGEINDEX", "1"}};
 Settings english(Settings more);
@@ -87,11 +86,7 @@ public:
         hand.clickAt(placeOf(control));
         letTimePass(50ms);
     }
-    // A click into a number, and waits until it has the keyboard: a window manager may hold a click back for
-    // a moment, but no keys.
-    void clickInto(const Control &number);
     void drag(const Control &control, int byPoints);
-    void expectMode(std::size_t type) const; // Waits until this mode's button alone is pressed.
     // Into the control that has the keyboard, instead of what it holds.
     void retype(const std::string &text);
     void tab(int times);

@@ -78,8 +78,10 @@ TEST(SystemCalls, OfASessionReachNoNetworkAndChangeNoFilesButTheProgramsOwn) {
     EXPECT_EQ(desk.companion.process().waitForExit(), 0);
     readTrace(trace, calls);
 
-    { // With the real USB libraries, too.
-        ChildProcess plain(traced(trace, {companionProgram()}), desk.desktop.environment());
+    { // With the real USB libraries, and without a session bus, which is not to be started.
+        Environment busless = desk.desktop.environment();
+        busless.erase("DBUS_SESSION_BUS_ADDRESS");
+        ChildProcess plain(traced(trace, {companionProgram()}), busless);
         plain.waitForError("viewDidAppear");
         letTimePass(1200ms); // Two attempts to open the receiver.
         plain.signal(SIGTERM);
@@ -87,18 +89,15 @@ TEST(SystemCalls, OfASessionReachNoNetworkAndChangeNoFilesButTheProgramsOwn) {
     }
     readTrace(trace, calls);
 
-    const Texts ours{
-        desk.desktop.file("config/presenter-companion"), // The settings.
-        desk.desktop.file("run"),                        // The lock, and the socket for a second start.
-        desk.desktop.file("receiver"),                   // What the test asked for.
-        "/dev/hidraw",                                   // A receiver.
-        "/proc/self/fd/",                                // A file of ours that is to get its name.
-    };
-    const Texts peers{
-        "/tmp/.X11-unix/",            // The X server.
-        desk.desktop.file("no-bus"),  // The session bus.
-        desk.desktop.file("run"),     // A first start.
-        desk.desktop.file("receiver") // What the test asked for.
+    const std::string run = desk.desktop.file("run"); // The lock, and the socket for a second start.
+    const std::string receiver = desk.desktop.file("receiver"); // What the test asked for.
+    // A name under /proc is that of a file of ours that is to get another.
+    const Texts ours{desk.desktop.file("config/presenter-companion"), run, receiver, "/dev/hidraw",
+                     "/proc/self/fd/"};
+    const Texts peers{"/tmp/.X11-unix/", desk.desktop.file("no-bus"), run, receiver};
+    const auto expectPaths = [](const std::string &call, const Texts &allowed) {
+        for (const std::string &path : pathsIn(call))
+            EXPECT_TRUE(startsWithOne(allowed, path)) << call;
     };
     int changes = 0;
     int connections = 0;
@@ -108,16 +107,14 @@ TEST(SystemCalls, OfASessionReachNoNetworkAndChangeNoFilesButTheProgramsOwn) {
         }
         if (call.starts_with("connect(") || call.starts_with("bind(")) {
             ++connections;
-            for (const std::string &path : pathsIn(call))
-                EXPECT_TRUE(startsWithOne(peers, path)) << call;
+            expectPaths(call, peers);
         }
         if (call.starts_with("execve")) {
             EXPECT_EQ(pathsIn(call).front(), companionProgram()) << call;
         }
         if (changesFiles(call)) {
             ++changes;
-            for (const std::string &path : pathsIn(call))
-                EXPECT_TRUE(startsWithOne(ours, path)) << call;
+            expectPaths(call, ours);
         }
     }
     EXPECT_GT(connections, 2) << "the trace shows what there was to see";

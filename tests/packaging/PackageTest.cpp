@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <set>
 #include <sstream>
 
@@ -53,18 +52,13 @@ std::set<std::string> filesBelow(const fs::path &folder) {
     return files;
 }
 
-std::string contentOf(const std::string &path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 TEST(Package, HoldsWhatIsInstalledAndDebiansListOfChanges) {
     std::set<std::string> expected;
     for (const std::string &file : kInstalled)
         expected.insert("usr/" + file);
     expected.insert("usr/share/doc/presenter-companion/changelog.gz");
     EXPECT_EQ(filesBelow(kRoot), expected);
-    EXPECT_EQ(contentOf(kUsr + kRule), contentOf(COMPANION_RULE));
+    outputOf({"cmp", kUsr + kRule, COMPANION_RULE});
 
     // Files belong to root, who alone may change them.
     std::istringstream listing(outputOf({"dpkg-deb", "--contents", COMPANION_PACKAGE}));

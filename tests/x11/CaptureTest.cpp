@@ -41,11 +41,9 @@ TEST_F(CaptureTest, APictureStaysAsItWasAndOutlivesThePlatform) {
     startPlatform();
     const QImage before = capture(*platform);
     slide->setColour(0xfedcba);
-    const QImage after = capture(*platform);
-    EXPECT_EQ(before.pixel(5, 5), 0xff102030);
-    EXPECT_EQ(after.pixel(5, 5), 0xfffedcba);
+    EXPECT_EQ(capture(*platform).pixel(5, 5), 0xfffedcba);
     platform.reset();
-    EXPECT_EQ(after.pixel(1919, 1079), 0xfffedcba);
+    EXPECT_EQ(before.pixel(1919, 1079), 0xff102030);
 }
 
 TEST_F(CaptureTest, ScreenSizedMemoryIsReusedForAWhileAndThenGivenBack) {

@@ -71,14 +71,10 @@ protected:
     int events = 0;
 };
 
-TEST_F(EventCostTest, AStepIsOnePatchAndOneFillOfTwoStripsAndNothingIsAskedFor) {
+TEST_F(EventCostTest, AStepIsOnePatchAndOneFillOfTwoStripsAndAJumpCostsNoMoreAndNothingIsAskedFor) {
     start(true);
     for (int i = 1; i <= 20; ++i)
         EXPECT_EQ(moveTo(410 + 9 * i, 500 + i), kPutImage + kFill + 2 * kRectangle) << i;
-}
-
-TEST_F(EventCostTest, AJumpAcrossTheScreenCostsNoMore) {
-    start(true);
     for (const int x : {1500, 200, 1000})
         EXPECT_EQ(moveTo(x, 300), kPutImage + kFill + kRectangle) << x;
 }

@@ -30,20 +30,13 @@ std::string print(const char *format, auto... values) {
     return text;
 }
 
-// Adds a device; returns its folder in sysfs.
+// Adds a device; returns its folder in sysfs. Attributes and then properties are pairs of C strings, with
+// kEnd in between.
+constexpr const char *kEnd = nullptr;
 std::string add(UMockdevTestbed *bed, const char *subsystem, const std::string &name,
-                const std::string &parent, std::vector<std::string> attributes,
-                std::vector<std::string> properties) {
-    const auto pointers = [](std::vector<std::string> &texts) {
-        std::vector<char *> list;
-        for (std::string &text : texts)
-            list.push_back(text.data());
-        list.push_back(nullptr);
-        return list;
-    };
-    char *path =
-        umockdev_testbed_add_devicev(bed, subsystem, name.c_str(), parent.empty() ? nullptr : parent.c_str(),
-                                     pointers(attributes).data(), pointers(properties).data());
+                const std::string &parent, auto... texts) {
+    char *path = umockdev_testbed_add_device(bed, subsystem, name.c_str(),
+                                             parent.empty() ? nullptr : parent.c_str(), texts..., kEnd);
     if (path == nullptr)
         throw std::runtime_error("cannot add the device " + name);
     std::string folder = path;
@@ -92,12 +85,11 @@ void HidrawDevice::plug(int firstNode) {
         const std::lock_guard lock(m_mutex);
         m_presence = ++m_plugIns;
     }
-    // One port for each pair of identifiers and node, so that several devices fit in.
-    m_folders.push_back(
-        add(m_bed.m_bed, "usb", print("1-%d", firstNode + 1), "",
-            {"idVendor", print("%04x", m_vendorId), "idProduct", print("%04x", m_productId), "bcdDevice",
-             "0100", "manufacturer", "Test", "product", "Receiver", "serial", "0001"},
-            {"DEVTYPE", "usb_device"}));
+    // One port for each node, so that several devices fit in.
+    m_folders.push_back(add(m_bed.m_bed, "usb", print("1-%d", firstNode + 1), "", "idVendor",
+                            print("%04x", m_vendorId).c_str(), "idProduct",
+                            print("%04x", m_productId).c_str(), "bcdDevice", "0100", "manufacturer", "Test",
+                            "product", "Receiver", "serial", "0001", kEnd, "DEVTYPE", "usb_device"));
     for (std::size_t i = 0; i < m_interfaces.size(); ++i)
         addNode(i, firstNode + static_cast<int>(i));
 }
@@ -129,20 +121,20 @@ void HidrawDevice::addNode(std::size_t interface, int number) {
     link(node);
 
     const std::string usbInterface =
-        add(m_bed.m_bed, "usb", print("%d:1.%zu", number, interface), m_folders.front(),
-            {"bInterfaceNumber", print("%02zu", interface)}, {"DEVTYPE", "usb_interface"});
+        add(m_bed.m_bed, "usb", print("%d:1.%zu", number, interface), m_folders.front(), "bInterfaceNumber",
+            print("%02zu", interface).c_str(), kEnd, "DEVTYPE", "usb_interface");
     const std::string hid =
         add(m_bed.m_bed, "hid", print("0003:%04X:%04X.%04X", m_vendorId, m_productId, ++m_bed.m_hidNumber),
-            usbInterface, {},
-            {"HID_ID", print("0003:%08X:%08X", m_vendorId, m_productId), "HID_NAME", "Test Receiver",
-             "HID_UNIQ", "0001", "HID_PHYS", "usb-test/input0"});
+            usbInterface, kEnd, "HID_ID", print("0003:%08X:%08X", m_vendorId, m_productId).c_str(),
+            "HID_NAME", "Test Receiver", "HID_UNIQ", "0001", "HID_PHYS", "usb-test/input0");
     const Bytes report = descriptor(interface);
     umockdev_testbed_set_attribute_binary(m_bed.m_bed, hid.c_str(), "report_descriptor",
                                           const_cast<guint8 *>(report.data()),
                                           static_cast<int>(report.size()));
     const std::string raw =
-        add(m_bed.m_bed, "hidraw", print("hidraw%d", number), hid, {"dev", print("%u:%u", major, minor)},
-            {"DEVNAME", node.path, "MAJOR", std::to_string(major), "MINOR", std::to_string(minor)});
+        add(m_bed.m_bed, "hidraw", print("hidraw%d", number), hid, "dev",
+            print("%u:%u", major, minor).c_str(), kEnd, "DEVNAME", node.path.c_str(), "MAJOR",
+            std::to_string(major).c_str(), "MINOR", std::to_string(minor).c_str());
     umockdev_testbed_set_attribute_link(m_bed.m_bed, raw.c_str(), "device", "..");
     m_folders.insert(m_folders.end(), {usbInterface, hid, raw});
     m_nodes.push_back(std::move(node));
