@@ -1,5 +1,5 @@
 // The lens: an enlarged still of the screen around the pointer.
-#include "e2e/LensLook.h"
+#include "e2e/Talk.h"
 
 #include <gtest/gtest.h>
 

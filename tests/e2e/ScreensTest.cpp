@@ -1,5 +1,5 @@
 // Desktops of several monitors, and displays with more pixels than points.
-#include "e2e/LensLook.h"
+#include "e2e/Talk.h"
 
 #include <gtest/gtest.h>
 

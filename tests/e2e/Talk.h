@@ -47,6 +47,16 @@ struct Disc {
 // `inside` and `outside` the disc; on the rim between them anything between the two.
 Look discLook(const Disc &disc, QRgb inside, QRgb outside);
 Look plainLook(QRgb colour);
+// Every pixel differs from its neighbours, and none is near white.
+QImage noise(const QSize &size, std::uint32_t seed);
+
+// A lens of a size at a pointer, both in pixels: `still` enlarged inside, `behind` around it. The zoom is in
+// tenths; only whole magnifications exist. The ring is white.
+Look lensLook(QPoint pointer, int size, int zoom, const QImage &still, const QImage &behind,
+              int ringWidth = 2);
+
+Look pictureLook(const QImage &picture);
+
 // A talk on a desktop of its own: a slide of one colour on all of the screen, and the program over it.
 class Talk {
 public:

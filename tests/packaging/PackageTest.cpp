@@ -114,6 +114,14 @@ TEST(Package, InstalledProgramShowsAnEffect) {
     EXPECT_EQ(program.waitForExit(), 0);
 }
 
+// The rule's text, made for identifiers with letters; only udev itself could show that it gives the rights.
+TEST(UdevRule, TagsTheReceiversNodesByTheKernelsUpperCaseNamesBeforeTheRightsAreGiven) {
+    EXPECT_EQ(outputOf({"grep", "-v", "^#", COMPANION_RULE_WITH_LETTERS}),
+              R"(ACTION!="remove", SUBSYSTEM=="hidraw", KERNELS=="0003:0ABC:DEF0.*", TAG+="uaccess")"
+              "\n");
+    EXPECT_LT(fs::path(kRule).filename().string(), "73-seat-late.rules");
+}
+
 TEST(Install, GoesBelowAnyPrefixAndIntoAStage) {
     const fs::path stage = fs::path(kRoot).parent_path() / "stage";
     fs::remove_all(stage);

@@ -40,7 +40,9 @@ TEST_F(CaptureTest, APictureStaysAsItWasAndOutlivesThePlatform) {
     const auto slide = window(kScreen, 0x102030);
     startPlatform();
     const QImage before = capture(*platform);
-    slide->setColour(0xfedcba);
+    QImage next(1, 1, QImage::Format_RGB32);
+    next.fill(0xfedcba);
+    slide->setPicture(next);
     EXPECT_EQ(capture(*platform).pixel(5, 5), 0xfffedcba);
     platform.reset();
     EXPECT_EQ(before.pixel(1919, 1079), 0xff102030);

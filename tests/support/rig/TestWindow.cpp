@@ -62,25 +62,17 @@ TestWindow::~TestWindow() {
     m_connection.sync();
 }
 
-void TestWindow::setColour(QRgb colour) {
-    const std::uint32_t pixel = colour & 0xFFFFFFU;
-    xcb_change_window_attributes(m_connection, m_window, XCB_CW_BACK_PIXEL, &pixel);
-    xcb_clear_area(m_connection, 0, m_window, 0, 0, 0, 0);
-    m_connection.sync();
-}
-
 void TestWindow::setPicture(const QImage &picture) {
     const QImage pixels = picture.convertToFormat(QImage::Format_RGB32);
     const xcb_pixmap_t pixmap = xcb_generate_id(m_connection);
     const xcb_gcontext_t context = xcb_generate_id(m_connection);
     const auto width = static_cast<std::uint16_t>(pixels.width());
-    xcb_create_pixmap(m_connection, m_connection.screen().root_depth, pixmap, m_window, width,
-                      static_cast<std::uint16_t>(pixels.height()));
+    const auto height = static_cast<std::uint16_t>(pixels.height());
+    const auto depth = m_connection.screen().root_depth;
+    xcb_create_pixmap(m_connection, depth, pixmap, m_window, width, height);
     xcb_create_gc(m_connection, context, pixmap, 0, nullptr);
-    for (int y = 0; y < pixels.height(); ++y) // Row by row: far below any limit of a request's length.
-        xcb_put_image(m_connection, XCB_IMAGE_FORMAT_Z_PIXMAP, pixmap, context, width, 1, 0,
-                      static_cast<std::int16_t>(y), 0, m_connection.screen().root_depth,
-                      static_cast<std::uint32_t>(pixels.bytesPerLine()), pixels.constScanLine(y));
+    xcb_put_image(m_connection, XCB_IMAGE_FORMAT_Z_PIXMAP, pixmap, context, width, height, 0, 0, 0, depth,
+                  static_cast<std::uint32_t>(pixels.sizeInBytes()), pixels.constBits());
     xcb_change_window_attributes(m_connection, m_window, XCB_CW_BACK_PIXMAP, &pixmap);
     xcb_clear_area(m_connection, 0, m_window, 0, 0, 0, 0);
     xcb_free_gc(m_connection, context);

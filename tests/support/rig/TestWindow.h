@@ -20,8 +20,7 @@ public:
     ~TestWindow();
 
     xcb_window_t id() const { return m_window; }
-    void setColour(QRgb colour);
-    void setPicture(const QImage &picture);
+    void setPicture(const QImage &picture); // Again and again, if it is smaller than the window.
     void raise();
 
     struct Button {
