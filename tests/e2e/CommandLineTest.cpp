@@ -14,9 +14,7 @@ const DesktopOptions kBare{.size = {640, 480}, .windowManager = false, .composit
 
 void expectRefused(const Command &arguments, const Environment &environment, int status,
                    const std::string &named) {
-    Command command = arguments;
-    command.insert(command.begin(), companionProgram());
-    const Ended ended = runToEnd(command, environment);
+    const Ended ended = runCompanion(arguments, environment);
     EXPECT_EQ(ended.status, status) << arguments.front();
     EXPECT_NE(ended.err.find(named), std::string::npos) << ended.err;
     EXPECT_EQ(std::count(ended.err.begin(), ended.err.end(), '\n'), 1) << ended.err;

@@ -11,12 +11,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-Ended companionWith(const Command &arguments, const Environment &environment) {
-    Command command = arguments;
-    command.insert(command.begin(), companionProgram());
-    return runToEnd(command, environment);
-}
-
 std::string controlSocket(const Desktop &desktop) {
     return desktop.file("run/presenter-companion/control");
 }
@@ -24,19 +18,19 @@ std::string controlSocket(const Desktop &desktop) {
 TEST(SecondStart, ShowsTheSettingsOfTheFirstAndEndsThere) {
     SettingsDesk desk(kEnglish);
     EXPECT_TRUE(desk.windows().empty());
-    EXPECT_EQ(companionWith({}, desk.desktop.environment()).status, 0);
+    EXPECT_EQ(runCompanion({}, desk.desktop.environment()).status, 0);
     waitUntil("the settings window", [&] { return desk.windows().size() == 1; });
 
     Environment elsewhere = desk.desktop.environment(); // As from a remote shell.
     elsewhere.erase("DISPLAY");
-    EXPECT_EQ(companionWith({"--settings"}, elsewhere).status, 0);
+    EXPECT_EQ(runCompanion({"--settings"}, elsewhere).status, 0);
     letTimePass(300ms);
     EXPECT_EQ(desk.windows().size(), 1U) << "the open window is shown again, not a second one";
 
-    EXPECT_EQ(companionWith({"--quit"}, elsewhere).status, 0);
+    EXPECT_EQ(runCompanion({"--quit"}, elsewhere).status, 0);
     EXPECT_EQ(desk.companion.process().waitForExit(), 0);
     EXPECT_FALSE(std::filesystem::exists(controlSocket(desk.desktop)));
-    const Ended none = companionWith({"--quit"}, elsewhere);
+    const Ended none = runCompanion({"--quit"}, elsewhere);
     EXPECT_EQ(none.status, 0);
     EXPECT_EQ(none.out, "presenter-companion does not run\n");
 }
@@ -47,7 +41,7 @@ TEST(SecondStart, SaysWithinTwoSecondsThatTheFirstHangsAndReplacesOneThatWasKill
     first.process().signal(SIGSTOP);
     for (const Command &arguments : {Command{}, {"--settings"}, {"--quit"}}) {
         const auto before = Clock::now();
-        const Ended second = companionWith(arguments, desktop.environment());
+        const Ended second = runCompanion(arguments, desktop.environment());
         EXPECT_LT(Clock::now() - before, 2s);
         EXPECT_EQ(second.status, 1);
         EXPECT_NE(second.err.find("process " + std::to_string(first.process().pid())), std::string::npos)
@@ -57,7 +51,7 @@ TEST(SecondStart, SaysWithinTwoSecondsThatTheFirstHangsAndReplacesOneThatWasKill
     first.process().waitForExit();
     EXPECT_TRUE(std::filesystem::exists(controlSocket(desktop)));
     CompanionProcess next(desktop, Settings{});
-    EXPECT_EQ(companionWith({"--quit"}, desktop.environment()).status, 0);
+    EXPECT_EQ(runCompanion({"--quit"}, desktop.environment()).status, 0);
     EXPECT_EQ(next.process().waitForExit(), 0);
 }
 

@@ -61,7 +61,7 @@ TEST(SettingsControls, ColourDialogBlocksNothingAndChangesSomethingByItsOkAlone)
     const auto dialog = desk.awaitDialog();
     desk.moveTo(dialog, {490, 300});
     desk.hand.tapKey(kKeyH, kKeyAlt);
-    desk.retype("#00cc33");
+    desk.retype("#009933");
     // Other controls and the presenter's keys go on while it is open.
     desk.click(control::kModes[2]);
     desk.expectStored("LOCAL_MOUSETYPE", "2");
@@ -77,9 +77,9 @@ TEST(SettingsControls, ColourDialogBlocksNothingAndChangesSomethingByItsOkAlone)
     desk.click(control::kBackColor);
     desk.awaitDialog();
     desk.hand.tapKey(kKeyH, kKeyAlt);
-    desk.retype("#3366ff");
+    desk.retype("#336699");
     desk.hand.tapKey(kKeyReturn);
-    desk.expectStored("LOCAL_BACKCOLOR", "srgb 0.2 0.4 1 1");
+    desk.expectStored("LOCAL_BACKCOLOR", "srgb 0.2 0.4 0.6 1");
 }
 
 TEST(SettingsControls, SendTheTimerOnceForAPressOfTheButtonAndNeverStoreIt) {

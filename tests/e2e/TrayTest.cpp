@@ -84,7 +84,7 @@ TEST(StoppedSessionBus, KeepsNobodyWaitingNeitherLaterNorAtTheStart) {
         CompanionProcess companion(desktop, options);
         panel.waitFor(kIcon);
         bus.stop();
-        const Ended settings = runToEnd({companionProgram(), "--settings"}, bus.environment());
+        const Ended settings = runCompanion({"--settings"}, bus.environment());
         EXPECT_EQ(settings.status, 0) << settings.err;
         companion.effectOn();
         companion.effectOff();

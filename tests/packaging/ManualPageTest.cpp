@@ -38,7 +38,7 @@ std::set<std::string> described(const std::string &section) {
 }
 
 TEST(ManualPage, DescribesTheOptionsOfTheHelpTextAndNoOthers) {
-    const Ended program = runToEnd({companionProgram(), "--help"}, inheritedEnvironment());
+    const Ended program = runCompanion({"--help"}, inheritedEnvironment());
     ASSERT_EQ(program.status, 0);
     std::set<std::string> options;
     std::istringstream help(program.out);

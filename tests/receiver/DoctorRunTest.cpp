@@ -14,7 +14,7 @@ namespace {
 
 Ended doctor(Environment environment, const HidrawTestbed &bed) {
     environment.merge(bed.environment());
-    return runToEnd({companionProgram(), "--doctor", "--receiver=1209:00ab"}, environment);
+    return runCompanion({"--doctor", "--receiver=1209:00ab"}, environment);
 }
 
 void expectAnswer(const Ended &answer, int status, const std::vector<std::string> &parts) {

@@ -54,13 +54,6 @@ struct Ended {
 };
 Ended runToEnd(const Command &command, const Environment &environment, milliseconds limit = kPatience);
 
-// Whether a leak would show in a process's memory: a sanitizer keeps what was freed.
-#ifdef __SANITIZE_ADDRESS__
-inline constexpr bool kMemoryTells = false;
-#else
-inline constexpr bool kMemoryTells = true;
-#endif
-
 // The environment variables that a child needs of ours to find programs and to run under a sanitizer.
 Environment inheritedEnvironment();
 

@@ -13,6 +13,12 @@ std::string companionProgram() {
     return other != nullptr ? other : COMPANION_PROGRAM;
 }
 
+Ended runCompanion(const Command &arguments, const Environment &environment) {
+    Command command = arguments;
+    command.insert(command.begin(), companionProgram());
+    return runToEnd(command, environment);
+}
+
 std::string settingsFile(const Desktop &desktop) {
     return desktop.file("config/presenter-companion/presenter-companion.conf");
 }
@@ -115,7 +121,8 @@ void CompanionProcess::waitForLog(const std::string &text) const {
 
 Settings CompanionProcess::storedSettings() const {
     Settings settings;
-    std::ifstream file(settingsFile(m_desktop));
+    // As the program sees it, which may have mounts of its own.
+    std::ifstream file("/proc/" + std::to_string(m_process->pid()) + "/root" + settingsFile(m_desktop));
     for (std::string line; std::getline(file, line);)
         if (const auto equals = line.find('='); equals != std::string::npos)
             settings[line.substr(0, equals)] = line.substr(equals + 1);

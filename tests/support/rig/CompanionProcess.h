@@ -64,6 +64,8 @@ private:
 // Where the program under test lies: that of this build, unless COMPANION_UNDER_TEST in the environment names
 // another.
 std::string companionProgram();
+// Its whole life with these arguments.
+Ended runCompanion(const Command &arguments, const Environment &environment);
 std::string settingsFile(const Desktop &desktop);
 // None: no file.
 void writeSettings(const Desktop &desktop, const Settings &settings);

@@ -2,7 +2,6 @@
 
 #include <xcb/xtest.h>
 
-#include <map>
 #include <string_view>
 
 namespace companion::rig {
@@ -34,16 +33,12 @@ void InputDevices::tapKey(std::uint8_t keycode, std::uint8_t heldKey) {
 
 void InputDevices::type(const std::string &text) {
     constexpr std::string_view keys = "1234567890";
-    constexpr std::uint8_t firstDigit = 10;
-    const std::map<char, std::uint8_t> letters{{'a', 38}, {'b', 56}, {'c', 54},
-                                               {'d', 40}, {'e', 26}, {'f', 41}};
+    constexpr int firstDigit = 10;
     for (const char c : text) {
         if (c == '#')
             tapKey(firstDigit + 2, kKeyShift);
-        else if (const auto digit = keys.find(c); digit != std::string_view::npos)
-            tapKey(static_cast<std::uint8_t>(firstDigit + digit));
         else
-            tapKey(letters.at(c));
+            tapKey(static_cast<std::uint8_t>(firstDigit + keys.find(c)));
     }
 }
 

@@ -43,7 +43,7 @@ public:
     void click(std::uint8_t button = 1);
     void clickAt(QPoint at);
     void tapKey(std::uint8_t keycode, std::uint8_t heldKey = 0);
-    // Small hexadecimal digits and #, on a keyboard of the usual American kind.
+    // Digits and #, on a keyboard of the usual American kind.
     void type(const std::string &text);
     QPoint pointer() const { return m_connection.pointer(); }
 
