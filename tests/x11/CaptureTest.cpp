@@ -29,7 +29,8 @@ TEST_P(CaptureMemoryTest, ThePictureIsTheMainScreenPixelForPixel) {
     QImage expected(image.size(), QImage::Format_ARGB32);
     expected.fill(0xff102030);
     QPainter(&expected).fillRect(100, 120, 3, 5, 0xfffedcba);
-    EXPECT_EQ(image.convertToFormat(QImage::Format_ARGB32), expected);
+    // The byte that this kind of picture does not use has to be set, too: painters read it.
+    EXPECT_EQ(QImage(image.constBits(), image.width(), image.height(), QImage::Format_ARGB32), expected);
 }
 
 INSTANTIATE_TEST_SUITE_P(Memory, CaptureMemoryTest, ::testing::Bool(),
