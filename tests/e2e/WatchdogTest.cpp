@@ -3,13 +3,29 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+
 namespace companion::rig {
 namespace {
 
 constexpr const char *kStuck = "the program was stuck; the overlay was out of the way meanwhile";
 
-TEST(Watchdog,
-     HealthyProgramIsLeftAloneAndAStuckOneLetsGoOfMouseCursorAndScreenWithinHalfASecondAndComesBack) {
+// How often its thread has run; -1 without one.
+long turnsOfTheWatchdog(pid_t program) {
+    for (const auto &task :
+         std::filesystem::directory_iterator("/proc/" + std::to_string(program) + "/task")) {
+        std::string name;
+        std::ifstream(task.path() / "comm") >> name;
+        std::ifstream status(task.path() / "status");
+        for (std::string line; name == "watchdog" && std::getline(status, line);)
+            if (line.starts_with("voluntary_ctxt_switches:"))
+                return std::stol(line.substr(line.find(':') + 1));
+    }
+    return -1;
+}
+
+TEST(Watchdog, HealthyProgramIsLeftAloneAndAStuckOneLetsGoWithinHalfASecondAndComesBack) {
     for (const bool compositor : {true, false}) {
         // All that is seen without a compositor is the laser's dot.
         Talk talk(compositor ? kSpotlight : kLaser, {.size = {800, 600}, .compositor = compositor});
@@ -38,6 +54,10 @@ TEST(Watchdog,
         EXPECT_EQ(talk.companion.logCount(kStuck), 1);
         talk.companion.effectOff();
         talk.expectPlainSlide();
+        const long turns = turnsOfTheWatchdog(talk.companion.process().pid());
+        EXPECT_GT(turns, 0);
+        letTimePass(1200ms);
+        EXPECT_EQ(turnsOfTheWatchdog(talk.companion.process().pid()), turns) << "it sleeps when all is idle";
         talk.companion.effectOn();
         waitUntil("the next effect", [&] { return talk.effectSeen(); });
         talk.hand.clickAt({80, 330});
