@@ -29,18 +29,19 @@ std::size_t allocations = 0;
 
 } // namespace
 
-void *operator new(std::size_t size) {
+// Not inlined: compilers that see through them take new and free for a mismatched pair.
+[[gnu::noinline]] void *operator new(std::size_t size) {
     ++allocations;
     if (void *memory = std::malloc(size != 0 ? size : 1))
         return memory;
     throw std::bad_alloc();
 }
 
-void operator delete(void *memory) noexcept {
+[[gnu::noinline]] void operator delete(void *memory) noexcept {
     std::free(memory);
 }
 
-void operator delete(void *memory, std::size_t) noexcept {
+[[gnu::noinline]] void operator delete(void *memory, std::size_t) noexcept {
     std::free(memory);
 }
 

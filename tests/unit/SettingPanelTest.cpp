@@ -26,7 +26,7 @@ protected:
     }
     template <class Widget = QWidget>
     Widget &inPanel(const char *name) const {
-        return *panel->findChild<Widget *>(QLatin1String(name));
+        return dynamic_cast<Widget &>(*panel->findChild<QWidget *>(QLatin1String(name)));
     }
     void click(const char *name) { QTest::mouseClick(&inPanel(name), Qt::LeftButton); }
 };
