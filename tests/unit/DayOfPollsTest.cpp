@@ -55,7 +55,6 @@ protected:
     // What the stand-ins have written down is theirs.
     void forget() {
         platform.fakeSurface.mouse.clear();
-        platform.fakeSurface.levels.clear();
         platform.mouse.posted.clear();
         logLines = 0;
     }
