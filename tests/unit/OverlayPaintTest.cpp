@@ -121,6 +121,25 @@ TEST_F(OverlayPaintTest, ColoursAndAlphasThatMeanNothingDrawNothing) {
     EXPECT_EQ(pixelOf(Color{2, nan, -1, 0.1}, 2), 0xffff0000U);
 }
 
+TEST_F(OverlayPaintTest, ALensThatGrowsAndShrinksLooksLikeOneMadeThatLarge) {
+    const auto used = addLens();
+    for (const int size : {50, 151, 60}) {
+        const auto place = [&](ZoomView &lens) {
+            lens.setFrame(effectRect({320, 180}, size));
+            lens.setRenderPoint({320, 180});
+            show();
+        };
+        used->setHidden(false);
+        place(*used);
+        const QImage shown = surface.image;
+        used->setHidden(true);
+        const auto fresh = addLens();
+        place(*fresh);
+        EXPECT_EQ(surface.image, shown) << size;
+        fresh->removeFromSuperview();
+    }
+}
+
 TEST_F(OverlayPaintTest, SizesBeyondTheScreenAreDrawnAsFarAsItGoes) {
     const auto spotlight = addSpotlight();
     for (const std::int64_t size :
