@@ -111,9 +111,7 @@ private:
 class FakeMouse final : public SyntheticMouse {
 public:
     bool available() const override { return true; }
-    void post(SyntheticMouseEvent event, QPointF where) override {
-        posted.emplace_back(event, where);
-    }
+    void post(SyntheticMouseEvent event, QPointF where) override { posted.emplace_back(event, where); }
     int clicks() const {
         return static_cast<int>(std::count_if(posted.begin(), posted.end(), [](const auto &p) {
             return p.first == SyntheticMouseEvent::LeftMouseUp;

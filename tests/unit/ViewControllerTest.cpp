@@ -158,18 +158,6 @@ TEST_F(ViewControllerTest, TheMagnifierIsHiddenForItsPictureWhichComesAfterTwoHu
         << "above a screen taller than its usual place";
 }
 
-TEST_F(ViewControllerTest, ClosingTheSettingsWindowByNotificationRefreshesAndClicksHalfASecondLater) {
-    config.setType(kEffectLaser);
-    load();
-    const auto before = controller->laserView();
-    center.post(NOTIFY_CLOSESETTINGWINDOW);
-    EXPECT_NE(controller->laserView(), before);
-    queue.advance(499ms);
-    EXPECT_EQ(platform.mouse.clicks(), 0);
-    queue.advance(1ms);
-    EXPECT_EQ(platform.mouse.clicks(), 1);
-}
-
 TEST_F(ViewControllerTest, ThePassThroughFollowsItsNotificationsOnALaterTurn) {
     load();
     for (const bool takes : {true, false, true})
