@@ -104,19 +104,6 @@ TEST_F(HidManagerTest, AReceiverPluggedInAgainBetweenTwoPollsIsReopenedAndReport
     EXPECT_EQ(hid.misuses, 0);
 }
 
-TEST_F(HidManagerTest, FailingReadsAreNeitherKeysNorARemoval) {
-    openLink();
-    hid.reply = {0x12, 0x10};
-    hid.stalled = true;
-    queue.advance(1'000ms);
-    EXPECT_EQ(posts, Names(10, LOCAL_DEVICECONNECT));
-    EXPECT_TRUE(log.lines.empty());
-    hid.stalled = false;
-    queue.advance(100ms);
-    EXPECT_EQ(posts.back(), LOCAL_MOUSEEFFECTON);
-    EXPECT_EQ(hid.count("close"), 0U);
-}
-
 TEST_F(HidManagerTest, EveryCodeIsLoggedAndPostsWhatItsKeysMean) {
     openLink();
     for (unsigned code = 0; code < 256; ++code) {

@@ -47,12 +47,6 @@ protected:
         return condition();
     }
 
-    static bool isPlugged(VirtualHidPort &port) {
-        auto *handle = port.open(1, 2);
-        port.close(handle);
-        return handle != nullptr;
-    }
-
     QTemporaryDir folder;
     VirtualMainQueue queue;
     VirtualReceiver receiver{queue, [](std::chrono::milliseconds) {}};
@@ -81,33 +75,6 @@ TEST_F(ReceiverFeedTest, ClientsThatLeaveAtAnyMomentDisturbNobody) {
     EXPECT_EQ(report[1], 0x10) << "what a client asked for before it left is done";
     EXPECT_FALSE(open(path("socket")));
     EXPECT_EQ(error, path("socket") + ": the socket is in use");
-}
-
-TEST_F(ReceiverFeedTest, AReaderThatTakesNoRepliesHoldsUpOnlyItself) {
-    const auto feed = open(path("socket"));
-    VirtualHidPort port(receiver);
-    auto *handle = port.open(1, 2);
-    for (int i = 0; i < 256; ++i)
-        port.sendFeatureReport(handle, std::array<std::uint8_t, 64>{0x12});
-    port.close(handle);
-    SocketClient slow(path("socket"));
-    std::string requests;
-    for (int i = 0; i < 100; ++i) // 3 MB of replies, more than any socket holds.
-        requests += "sets\n";
-    slow.send(requests + "unplug\n");
-    std::size_t flooded = 0;
-    for (int i = 0; i < 100; ++i) {
-        turn();
-        while (slow.send("#\n"))
-            ++flooded;
-    }
-    EXPECT_TRUE(isPlugged(port)) << "commands run on though nobody takes the replies";
-    EXPECT_LT(flooded, 10'000U) << "reads on though nothing is being run";
-    SocketClient other(path("socket"));
-    other.send("plug\n");
-    EXPECT_TRUE(turnUntil([&] { return other.received() == "ok\n"; }));
-    EXPECT_TRUE(turnUntil([&] { return slow.received(), !isPlugged(port); }));
-    EXPECT_EQ(std::count(slow.received().begin(), slow.received().end(), '\n'), 101);
 }
 
 TEST_F(ReceiverFeedTest, AScriptIsCheckedAsAWholeBeforeAnythingRuns) {

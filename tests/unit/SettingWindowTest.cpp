@@ -1,4 +1,5 @@
 #include "settings_ui/PictureView.h"
+#include "settings_ui/SettingView.h"
 #include "support/OwnMemory.h"
 #include "support/SettingsFixture.h"
 
@@ -160,6 +161,24 @@ TEST_F(SettingWindowTest, TheWindowMayBeDismissedOrDestroyedFromWhereverItIsBein
     settle();
     EXPECT_EQ(QApplication::topLevelWidgets().size(), 0);
     EXPECT_EQ(center.observerCount(), 2U) << "the two of this test";
+}
+
+TEST_F(SettingWindowTest, ThePanelInTheOverlayRefreshesWithItsModesAndLetsTheMouseThroughAtItsEnd) {
+    std::vector<std::string> events;
+    Lifetime effectController;
+    center.addObserver(effectController, NOTIFY_REFRESHPEN,
+                       [&](const Notification &) { events.emplace_back("refresh"); });
+    QWidget overlay;
+    SettingView panel({config, center, [&] { events.emplace_back("ignore mouse"); }}, &overlay);
+    overlay.show();
+    panel.setViewData();
+    QTest::mouseClick(panel.findChild<QWidget *>(QStringLiteral("modePointBtn")), Qt::LeftButton);
+    EXPECT_EQ(onDisk("LOCAL_MOUSETYPE"), "1");
+    panel.findChild<QSpinBox *>(QStringLiteral("mouseSizeNumber"))->setValue(77);
+    EXPECT_EQ(onDisk("LOCAL_MOUSESIZEVALUE"), "77");
+    QTest::mouseClick(panel.findChild<QWidget *>(QStringLiteral("closeViewBtn")), Qt::LeftButton);
+    EXPECT_EQ(panel.parentWidget(), nullptr);
+    EXPECT_EQ(events, (std::vector<std::string>{"refresh", "refresh", "ignore mouse", "refresh"}));
 }
 
 TEST_F(SettingWindowTest, FiveHundredOpeningsLeaveNothingBehind) {
