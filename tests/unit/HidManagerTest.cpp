@@ -81,7 +81,7 @@ TEST_F(HidManagerTest, ItTriesEveryHalfSecondInSilenceAndPollsTenTimesASecondWha
 
 TEST_F(HidManagerTest, APulledReceiverIsReportedOnceAfterOneReopenAttempt) {
     openLink();
-    hid.unplug();
+    hid.duringRead = [this] { hid.unplug(); }; // In the middle of the next poll.
     queue.advance(10'000ms);
     EXPECT_EQ(posts, Names{LOCAL_DEVICEDISCONNECT});
     EXPECT_EQ(times.front(), 500ms + 100ms + 500ms);
@@ -146,15 +146,10 @@ TEST_F(HidManagerTest, TheTimerIsLoggedWithTheWholeHostBufferAndDroppedInSilence
     manager->sendTimerWithTimeInt(45);
     EXPECT_TRUE(log.lines.empty());
     openLink();
-    for (const bool stalled : {false, true}) { // A receiver that refuses it is not noticed.
-        hid.stalled = stalled;
-        manager->sendTimerWithTimeInt(-1);
-        EXPECT_EQ(log.lines, std::vector<std::string>{"data = {length = 256, bytes = 0x12ff" +
-                                                      std::string(2 * 254, '0') + '}'});
-        forget();
-    }
-    ASSERT_EQ(hid.sent.size(), 1U);
-    EXPECT_EQ(hid.sent[0].size(), 64U);
+    hid.stalled = true; // A receiver that refuses it is not noticed.
+    manager->sendTimerWithTimeInt(-1);
+    EXPECT_EQ(log.lines, std::vector<std::string>{"data = {length = 256, bytes = 0x12ff" +
+                                                  std::string(2 * 254, '0') + '}'});
     hid.unplug();
     queue.advance(600ms);
     forget();

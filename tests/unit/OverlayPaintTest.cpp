@@ -164,10 +164,6 @@ protected:
 
 TEST_P(RandomPathTest, PaintingOnlyWhatChangedLeavesThePixelsOfAFullPaint) {
     const auto [scale, size] = GetParam();
-    const auto hint = std::make_shared<TextField>(PointRect{460, 280, 160, 52}, 36);
-    hint->setLayer({.backgroundColor = {1, 1, 1, 0.8}, .cornerRadius = 10});
-    hint->setText(QStringLiteral("◉:150"));
-    canvas->root()->addSubview(hint);
     const auto spotlight = addSpotlight();
     const auto laser = addLaser();
     show();
@@ -183,13 +179,10 @@ TEST_P(RandomPathTest, PaintingOnlyWhatChangedLeavesThePixelsOfAFullPaint) {
         spotlight->setNeedsDisplay();
         laser->setLaserRect(effectRect({cursor.y, cursor.x}, size));
         laser->setNeedsDisplay();
-        if (i % 50 == 0)
-            hint->setHidden(!hint->isHidden());
         if (i == 100)
             config.setBackAlpha(0.7);
         show();
-        ASSERT_LE(surface.paintedPixels, 4 * disc + 162 * 54 * scale * scale)
-            << "follows the discs, not the screen";
+        ASSERT_LE(surface.paintedPixels, 4 * disc) << "follows the discs, not the screen";
         if (i % 25 == 0) {
             ASSERT_EQ(surface.image, freshPaint()) << "after move " << i;
         }

@@ -82,21 +82,6 @@ TEST_F(ViewControllerTest, MovesAndDragsAreDrawnOnlyWhileTheEffectIsOn) {
     EXPECT_EQ(controller->spotlightView()->spotlightRect().y, 75);
 }
 
-TEST_F(ViewControllerTest, RefreshBuildsTheViewOfTheTypeWhetherTheEffectIsOnOrOff) {
-    load();
-    config.setType(kEffectSpotlight);
-    center.post(NOTIFY_REFRESHPEN);
-    EXPECT_TRUE(shown(controller->spotlightView()));
-    config.setType(kEffectLaser);
-    center.post(NOTIFY_REFRESHPEN);
-    EXPECT_FALSE(shown(controller->spotlightView()));
-    hold(300ms);
-    const auto held = controller->laserView();
-    center.post(NOTIFY_REFRESHPEN);
-    EXPECT_NE(controller->laserView(), held);
-    EXPECT_TRUE(shown(controller->laserView())) << "the effect goes on with the new view";
-}
-
 TEST_F(ViewControllerTest, SizeStepsStayWithinTheirBoundsAndAreSavedAndShown) {
     load();
     const std::int64_t most = std::numeric_limits<std::int64_t>::max();
@@ -156,16 +141,6 @@ TEST_F(ViewControllerTest, TheMagnifierIsHiddenForItsPictureWhichComesAfterTwoHu
     platform.fakeSurface.change({5000, 4500}, 1, true);
     EXPECT_EQ(controller->zoomView()->renderView()->frame().y, 4500)
         << "above a screen taller than its usual place";
-}
-
-TEST_F(ViewControllerTest, ThePassThroughFollowsItsNotificationsOnALaterTurn) {
-    load();
-    for (const bool takes : {true, false, true})
-        center.post(SYSTEM_SETMOUSEIGNORES, takes);
-    center.post(SYSTEM_SETMOUSEIGNORES);
-    EXPECT_TRUE(platform.fakeSurface.mouse.empty()) << "deferred";
-    queue.advance(0ms);
-    EXPECT_EQ(platform.fakeSurface.mouse, (std::vector{true, false, true, false})) << "the last one wins";
 }
 
 } // namespace
