@@ -43,6 +43,13 @@ TEST_F(AutostartTest, IsWrittenAndRemovedAndNothingElseIsTouched) {
     ASSERT_TRUE(disableAutostart(places).done);
     EXPECT_FALSE(fs::exists(entry));
     EXPECT_EQ(std::distance(fs::directory_iterator(places.own + "/autostart"), {}), 1);
+
+    fs::create_directories(places.common[0] + "/autostart");
+    std::ofstream(places.common[0] + "/autostart/presenter-companion.desktop") << "[Desktop Entry]\n";
+    ASSERT_TRUE(disableAutostart(places).done);
+    EXPECT_NE(content().find("\nHidden=true\n"), std::string::npos) << "hides the machine's entry";
+    ASSERT_TRUE(enableAutostart(places, "/usr/bin/p").done);
+    EXPECT_EQ(content().find("Hidden"), std::string::npos);
 }
 
 TEST_F(AutostartTest, QuotesWhateverAPathMayHold) {
@@ -61,15 +68,6 @@ TEST_F(AutostartTest, QuotesWhateverAPathMayHold) {
         }
         EXPECT_EQ(result.text.find('\n'), std::string::npos);
     }
-}
-
-TEST_F(AutostartTest, OffHidesTheMachinesEntry) {
-    fs::create_directories(places.common[0] + "/autostart");
-    std::ofstream(places.common[0] + "/autostart/presenter-companion.desktop") << "[Desktop Entry]\n";
-    ASSERT_TRUE(disableAutostart(places).done);
-    EXPECT_NE(content().find("\nHidden=true\n"), std::string::npos);
-    ASSERT_TRUE(enableAutostart(places, "/usr/bin/p").done);
-    EXPECT_EQ(content().find("Hidden"), std::string::npos);
 }
 
 // As a full disk, which takes the file but not its content.
