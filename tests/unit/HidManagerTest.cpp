@@ -2,8 +2,10 @@
 
 #include "core/NotificationCenter.h"
 #include "core/NotificationNames.h"
-#include "support/FakeHidPort.h"
+#include "platform/virtual_receiver/VirtualHidPort.h"
+#include "platform/virtual_receiver/VirtualReceiver.h"
 #include "support/LogRecorder.h"
+#include "support/RecordingHidPort.h"
 #include "support/VirtualMainQueue.h"
 
 #include <gtest/gtest.h>
@@ -16,6 +18,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using Names = std::vector<std::string_view>;
+using Bytes = VirtualReceiver::Bytes;
 
 class HidManagerTest : public ::testing::Test {
 protected:
@@ -31,11 +34,12 @@ protected:
             });
         }
         manager.emplace(HidManager::Needs{queue, center, hid, 0x1209, 0x0001});
+        receiver.unplug();
     }
 
     // Open and polled once, with the records of that dropped.
     void openLink() {
-        hid.plug();
+        receiver.plug();
         manager->initManager();
         queue.advance(500ms);
         ASSERT_TRUE(hid.isOpen());
@@ -51,7 +55,9 @@ protected:
 
     VirtualMainQueue queue;
     NotificationCenter center;
-    FakeHidPort hid;
+    VirtualReceiver receiver{queue, [this](std::chrono::milliseconds) { receiver.unplug(); }};
+    VirtualHidPort port{receiver};
+    RecordingHidPort hid{port};
     LogRecorder log;
     Lifetime life;
     Names posts;
@@ -68,7 +74,7 @@ TEST_F(HidManagerTest, ItTriesEveryHalfSecondInSilenceAndPollsTenTimesASecondWha
         queue.advance(1ms);
         EXPECT_EQ(hid.count("open 1209:0001"), tries);
     }
-    hid.plug();
+    receiver.plug();
     queue.advance(1'000ms);
     EXPECT_EQ(times, (std::vector{2'000ms, 2'100ms, 2'200ms, 2'300ms, 2'400ms, 2'500ms}));
     EXPECT_EQ(posts, Names(6, LOCAL_DEVICECONNECT));
@@ -81,7 +87,7 @@ TEST_F(HidManagerTest, ItTriesEveryHalfSecondInSilenceAndPollsTenTimesASecondWha
 
 TEST_F(HidManagerTest, APulledReceiverIsReportedOnceAfterOneReopenAttempt) {
     openLink();
-    hid.duringRead = [this] { hid.unplug(); }; // In the middle of the next poll.
+    receiver.setDelay(1ms); // It is pulled in the middle of the next read.
     queue.advance(10'000ms);
     EXPECT_EQ(posts, Names{LOCAL_DEVICEDISCONNECT});
     EXPECT_EQ(times.front(), 500ms + 100ms + 500ms);
@@ -94,8 +100,8 @@ TEST_F(HidManagerTest, APulledReceiverIsReportedOnceAfterOneReopenAttempt) {
 
 TEST_F(HidManagerTest, AReceiverPluggedInAgainBetweenTwoPollsIsReopenedAndReportedPresentFirst) {
     openLink();
-    hid.replug();
-    hid.reply = {0x12, 0x10};
+    receiver.replug(0ms);
+    receiver.setEvent(Bytes{0x10});
     queue.advance(600ms);
     EXPECT_EQ(posts, (Names{LOCAL_DEVICECONNECT, LOCAL_MOUSEEFFECTON, LOCAL_DEVICEDISCONNECT}));
     queue.advance(100ms);
@@ -120,7 +126,7 @@ TEST_F(HidManagerTest, EveryCodeIsLoggedAndPostsWhatItsKeysMean) {
         char line[60];
         std::snprintf(line, sizeof line, "获得数据 12,%2x, 7,ab", code);
 
-        hid.reply = {0x12, static_cast<std::uint8_t>(code), 0x07, 0xAB};
+        receiver.setEvent(Bytes{static_cast<std::uint8_t>(code), 0x07, 0xAB});
         forget();
         queue.advance(100ms);
         EXPECT_EQ(posts, expected) << code;
@@ -128,29 +134,29 @@ TEST_F(HidManagerTest, EveryCodeIsLoggedAndPostsWhatItsKeysMean) {
     }
 }
 
-TEST_F(HidManagerTest, ShortRepliesCountAsFarAsTheyGo) {
+TEST_F(HidManagerTest, AShortReplyCountsAsFarAsItGoesAndAFailedReadIsNoKey) {
     openLink();
-    const char *const lines[] = {nullptr, nullptr, "获得数据  2, 2, 0, 0", "获得数据  2, 2, 2, 0",
-                                 "获得数据  2, 2, 2, 2"};
-    for (std::size_t length = 0; length < std::size(lines); ++length) {
-        hid.reply.assign(length, 0x02);
-        forget();
-        queue.advance(100ms);
-        EXPECT_EQ(posts.size(), length < 2 ? 1U : 2U) << length;
-        EXPECT_EQ(log.lines,
-                  length < 2 ? std::vector<std::string>{} : std::vector<std::string>{lines[length]});
-    }
+    receiver.setEvent(Bytes(63, 0x02));
+    receiver.setMode(VirtualReceiver::Mode::Short);
+    queue.advance(100ms);
+    EXPECT_EQ(posts, (Names{LOCAL_DEVICECONNECT, LOCAL_MOUSESIZEVALUEADD}));
+    EXPECT_EQ(log.lines, std::vector<std::string>{"获得数据 12, 2, 0, 0"});
+    forget();
+    receiver.setMode(VirtualReceiver::Mode::Stall);
+    queue.advance(1'000ms);
+    EXPECT_EQ(posts, Names(10, LOCAL_DEVICECONNECT)) << "and no removal";
+    EXPECT_EQ(hid.count("close"), 0U);
 }
 
 TEST_F(HidManagerTest, TheTimerIsLoggedWithTheWholeHostBufferAndDroppedInSilenceWithoutAReceiver) {
     manager->sendTimerWithTimeInt(45);
     EXPECT_TRUE(log.lines.empty());
     openLink();
-    hid.stalled = true; // A receiver that refuses it is not noticed.
+    receiver.setMode(VirtualReceiver::Mode::Stall); // A receiver that refuses it is not noticed.
     manager->sendTimerWithTimeInt(-1);
     EXPECT_EQ(log.lines, std::vector<std::string>{"data = {length = 256, bytes = 0x12ff" +
                                                   std::string(2 * 254, '0') + '}'});
-    hid.unplug();
+    receiver.unplug();
     queue.advance(600ms);
     forget();
     manager->sendTimerWithTimeInt(45);
@@ -163,7 +169,7 @@ TEST_F(HidManagerTest, ALinkThatIsDestroyedClosesTheReceiverAndItsPassesComeToNo
         manager.emplace(HidManager::Needs{queue, center, hid, 0x1209, 0x0001});
         openLink();
         if (pulled)
-            hid.unplug();
+            receiver.unplug();
         queue.advance(100ms);
         manager.reset();
         EXPECT_FALSE(hid.isOpen());

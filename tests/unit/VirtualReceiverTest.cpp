@@ -19,10 +19,10 @@ using Lines = std::vector<std::string>;
 class VirtualReceiverTest : public ::testing::Test {
 protected:
     // The first bytes of the answer to one feature read, or nothing for a failed one.
-    Bytes read(std::size_t length = 4) {
+    Bytes read() {
         std::array<std::uint8_t, 64> report{0x12};
-        answered = port.getFeatureReport(handle, report);
-        return answered < 0 ? Bytes{} : Bytes(report.begin(), report.begin() + static_cast<long>(length));
+        return port.getFeatureReport(handle, report) < 0 ? Bytes{}
+                                                         : Bytes(report.begin(), report.begin() + 4);
     }
     void open() { handle = port.open(1, 2); }
 
@@ -31,7 +31,6 @@ protected:
     VirtualReceiver receiver{queue, [this](std::chrono::milliseconds time) { blocked += time; }};
     VirtualHidPort port{receiver};
     HidPort::Handle *handle = nullptr;
-    int answered = 0;
 };
 
 TEST_F(VirtualReceiverTest, TheOpenIsExclusiveAndFailsWhileUnplugged) {
