@@ -1,8 +1,14 @@
 #include "platform/virtual_receiver/VirtualReceiver.h"
 
 #include "platform/virtual_receiver/ReceiverCommands.h"
+#include "platform/virtual_receiver/ReceiverFeed.h"
 #include "platform/virtual_receiver/VirtualHidPort.h"
+#include "support/SocketClient.h"
 #include "support/VirtualMainQueue.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -67,6 +73,30 @@ TEST_F(VirtualReceiverTest, AnUnplugKillsWhatIsOpenForGoodAndLosesNoCodes) {
     EXPECT_FALSE(port.isDisconnected(handle)) << "a stall is no removal";
     EXPECT_EQ(port.sendFeatureReport(handle, Bytes(64, 0x12)), -1);
     EXPECT_TRUE(receiver.written().empty());
+}
+
+TEST_F(VirtualReceiverTest, ClientsOfItsSocketThatLeaveAtAnyMomentDisturbNobody) {
+    const QTemporaryDir folder;
+    const std::string socket = folder.filePath(QStringLiteral("socket")).toStdString();
+    std::string error;
+    const auto feed = ReceiverFeed::open(socket, receiver, queue, error);
+    ASSERT_TRUE(feed) << error;
+    {
+        SocketClient mute(socket);
+        SocketClient rude(socket);
+        rude.send("counts\nwait 100\nevent 10\ncounts\n");
+        SocketClient half(socket);
+        half.send("eve");
+    }
+    SocketClient client(socket);
+    client.send("sets\n");
+    const QDeadlineTimer patience(5'000);
+    while (client.received().empty() && !patience.hasExpired())
+        QCoreApplication::processEvents();
+    EXPECT_EQ(client.received(), "ok\n");
+    queue.advance(100ms);
+    open();
+    EXPECT_EQ(read(), (Bytes{0x12, 0x10, 0, 0})) << "what a client asked for before it left is done";
 }
 
 class ReceiverCommandsTest : public VirtualReceiverTest {
