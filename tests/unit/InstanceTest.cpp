@@ -42,27 +42,14 @@ protected:
         return condition();
     }
 
-    InstanceClaim claim(std::chrono::milliseconds patience = 30ms) {
-        return claimInstance(places, "settings", patience);
-    }
-
-    void serve(const InstanceLock &lock) {
-        server.emplace(*lock.listener(), queue,
-                       std::vector<InstanceServer::Command>{{"settings", [this] { ++settings; }},
-                                                            {"quit", [this] { ++quits; }}});
-    }
+    InstanceClaim claim() { return claimInstance(places, "settings", 30ms); }
 
     QTemporaryDir folder;
     RuntimePlaces places{folder.path().toStdString() + "/run", folder.path().toStdString()};
     std::string own = places.session + "/presenter-companion";
     VirtualMainQueue queue;
-    std::optional<InstanceServer> server;
-    int settings = 0;
-    int quits = 0;
     LogRecorder log;
 };
-
-using Outcome = InstanceClaim::Outcome;
 
 struct Caller : SocketClient {
     explicit Caller(const std::string &folder) : SocketClient(InstanceLock::socketPath(folder)) {}
@@ -87,7 +74,7 @@ TEST_F(InstanceTest, AFolderThatOthersMayHavePreparedIsNotTrusted) {
     fs::create_directory(places.session + "/elsewhere");
     fs::create_directory_symlink(places.session + "/elsewhere", own);
     EXPECT_FALSE(makeRuntimeFolder(own, error));
-    EXPECT_EQ(claim().outcome, Outcome::Alone);
+    EXPECT_EQ(claim().outcome, InstanceClaim::Outcome::Alone);
     const InstanceEnd end = endInstance(places, 0ms);
     EXPECT_EQ(end.outcome, InstanceEnd::Outcome::Unknown) << "a program that is alone may well run";
     EXPECT_NE(end.text.find(own), std::string::npos) << end.text;
@@ -106,7 +93,10 @@ TEST_F(InstanceTest, AFolderThatOthersMayHavePreparedIsNotTrusted) {
 
 TEST_F(InstanceTest, WhateverElseArrivesOnTheSocketIsRefusedBoundedAndLoggedOnce) {
     const auto first = claim();
-    serve(*first.lock);
+    int settings = 0;
+    int quits = 0;
+    const InstanceServer server(*first.lock->listener(), queue,
+                                {{"settings", [&] { ++settings; }}, {"quit", [&] { ++quits; }}});
     EXPECT_EQ(fs::status(InstanceLock::socketPath(own)).permissions(),
               fs::perms::owner_read | fs::perms::owner_write);
     const std::string inputs[] = {"shutdown\n", std::string("\0\xff\x1b[2J\n", 7), " settings\n",
