@@ -101,11 +101,8 @@ TEST_F(VirtualReceiverTest, ClientsOfItsSocketThatLeaveAtAnyMomentDisturbNobody)
 class ReceiverCommandsTest : public VirtualReceiverTest {
 protected:
     Lines replies;
-    ReceiverCommands commands = feedInto(replies);
-
-    ReceiverCommands feedInto(Lines &lines) {
-        return {receiver, queue, [&lines](std::string_view line) { lines.emplace_back(line); }, [] {}};
-    }
+    ReceiverCommands commands{receiver, queue, [this](std::string_view line) { replies.emplace_back(line); },
+                              [] {}};
 
     Lines say(std::string_view text) {
         replies.clear();
@@ -127,22 +124,6 @@ TEST_F(ReceiverCommandsTest, CommandsAreWrittenLooselyInPiecesOrNotAndTooLongOne
     EXPECT_EQ(say("plug" + blanks + ' '), Lines{"error line longer than 4096 bytes"});
     EXPECT_EQ(say(std::string(9'000, 'y')), Lines{}) << "still that line";
     EXPECT_EQ(say("unplug\nplug\n"), Lines{"ok"});
-}
-
-TEST_F(ReceiverCommandsTest, ARepliesWaitHoldsUpTheLaterCommandsOfItsFeedOnly) {
-    Lines other;
-    ReceiverCommands second = feedInto(other);
-    open();
-    EXPECT_EQ(say("wait 300\nevent 10\n"), Lines{});
-    second.feed("event 04\n");
-    EXPECT_EQ(other, Lines{"ok"});
-    queue.advance(299ms);
-    EXPECT_EQ(read()[1], 0x04);
-    EXPECT_FALSE(commands.idle());
-    queue.advance(1ms);
-    EXPECT_EQ(replies, (Lines{"ok", "ok"}));
-    EXPECT_EQ(read()[1], 0x10);
-    EXPECT_TRUE(commands.idle());
 }
 
 TEST_F(ReceiverCommandsTest, WaitGetCountsAnsweredReadsOnlyAndRepliesWhenThePassIsOver) {
