@@ -1,6 +1,7 @@
 #include "platform/x11/X11Capture.h"
 
 #include "core/Log.h"
+#include "platform/x11/X11WindowsPicture.h"
 
 #include <cstring>
 #include <memory>
@@ -70,27 +71,44 @@ X11Capture::X11Capture(X11Connection &connection, X11Screens &screens, MainQueue
 void X11Capture::captureDesktop(std::function<void(const QImage &)> done) {
     const QRect area = m_screens.mainScreen();
     QImage image;
-    if (m_available && !area.isEmpty())
-        image = m_connection.extensions().sharedMemory ? shared(area) : copied(area);
+    if (m_available && !area.isEmpty()) {
+        if (windowsAreApart()) {
+            const X11WindowsPicture windows(m_connection, area);
+            if (windows.pixmap() != XCB_NONE)
+                image = taken(windows.pixmap(), QRect(QPoint(0, 0), area.size()));
+        } else {
+            image = taken(m_connection.root(), area);
+        }
+    }
     done(image);
 }
 
 // A whole picture would cost the start most of its time on a large screen.
 void X11Capture::probe() {
     if (m_available && !m_screens.mainScreen().isEmpty())
-        copied(QRect(m_screens.mainScreen().topLeft(), QSize(1, 1)));
+        copied(m_connection.root(), QRect(m_screens.mainScreen().topLeft(), QSize(1, 1)));
 }
 
-QImage X11Capture::shared(const QRect &area) {
+bool X11Capture::windowsAreApart() {
+    if (!m_windowsAreApart)
+        m_windowsAreApart = isXwayland(m_connection);
+    return *m_windowsAreApart;
+}
+
+QImage X11Capture::taken(xcb_drawable_t drawable, const QRect &area) {
+    return m_connection.extensions().sharedMemory ? shared(drawable, area) : copied(drawable, area);
+}
+
+QImage X11Capture::shared(xcb_drawable_t drawable, const QRect &area) {
     const std::size_t pixels =
         static_cast<std::size_t>(area.width()) * static_cast<std::size_t>(area.height());
     if (!m_memory || m_memory.use_count() > 1 || m_memory->size() != pixels * 4)
         m_memory = X11SharedMemory::create(m_connection, pixels * 4);
     if (!m_memory)
-        return copied(area);
+        return copied(drawable, area);
     auto *c = m_connection.xcb();
     const auto cookie = xcb_shm_get_image(
-        c, m_connection.root(), static_cast<std::int16_t>(area.x()), static_cast<std::int16_t>(area.y()),
+        c, drawable, static_cast<std::int16_t>(area.x()), static_cast<std::int16_t>(area.y()),
         static_cast<std::uint16_t>(area.width()), static_cast<std::uint16_t>(area.height()), kAllPlanes,
         XCB_IMAGE_FORMAT_Z_PIXMAP, m_memory->id(), 0);
     const X11Reply<xcb_shm_get_image_reply_t> reply(xcb_shm_get_image_reply(c, cookie, nullptr));
@@ -106,10 +124,10 @@ QImage X11Capture::shared(const QRect &area) {
     return imageOver(m_memory->data(), area, std::move(keeper));
 }
 
-QImage X11Capture::copied(const QRect &area) {
+QImage X11Capture::copied(xcb_drawable_t drawable, const QRect &area) {
     auto *c = m_connection.xcb();
     const auto cookie =
-        xcb_get_image(c, XCB_IMAGE_FORMAT_Z_PIXMAP, m_connection.root(), static_cast<std::int16_t>(area.x()),
+        xcb_get_image(c, XCB_IMAGE_FORMAT_Z_PIXMAP, drawable, static_cast<std::int16_t>(area.x()),
                       static_cast<std::int16_t>(area.y()), static_cast<std::uint16_t>(area.width()),
                       static_cast<std::uint16_t>(area.height()), kAllPlanes);
     X11Reply<xcb_get_image_reply_t> reply(xcb_get_image_reply(c, cookie, nullptr));

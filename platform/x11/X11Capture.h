@@ -7,10 +7,14 @@
 #include "platform/x11/X11Screens.h"
 #include "platform/x11/X11SharedMemory.h"
 
+#include <memory>
+#include <optional>
+
 namespace companion {
 
-// Pictures of the main screen, answered within the call. The server writes them into memory that the picture
-// itself keeps; memory no longer looked at serves the next capture, and is given back when none follows soon.
+// Pictures of the main screen, of its X windows alone under Xwayland, answered within the call. The server
+// writes them into memory that the picture itself keeps; memory no longer looked at serves the next capture,
+// and is given back when none follows soon.
 class X11Capture final : public ScreenCapture {
 public:
     X11Capture(X11Connection &connection, X11Screens &screens, MainQueue &queue);
@@ -22,14 +26,17 @@ public:
     void probe() override;
 
 private:
-    QImage shared(const QRect &area);
-    QImage copied(const QRect &area);
+    QImage taken(xcb_drawable_t drawable, const QRect &area);
+    QImage shared(xcb_drawable_t drawable, const QRect &area);
+    QImage copied(xcb_drawable_t drawable, const QRect &area);
+    bool windowsAreApart();
     void releaseSoon();
 
     X11Connection &m_connection;
     X11Screens &m_screens;
     MainQueue &m_queue;
     bool m_available;
+    std::optional<bool> m_windowsAreApart; // Not known before the first picture.
     std::shared_ptr<X11SharedMemory> m_memory;
     bool m_releasePosted = false;
     Lifetime m_lifetime;

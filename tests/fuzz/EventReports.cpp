@@ -1,12 +1,14 @@
 #include "core/NotificationCenter.h"
 #include "core/NotificationNames.h"
 #include "fuzz/FuzzCheck.h"
+#include "platform/virtual_receiver/VirtualHidPort.h"
+#include "platform/virtual_receiver/VirtualReceiver.h"
 #include "receiver/HidManager.h"
-#include "support/FakeHidPort.h"
 #include "support/LogRecorder.h"
 #include "support/VirtualMainQueue.h"
 
 #include <algorithm>
+#include <vector>
 
 using namespace companion;
 using namespace std::chrono_literals;
@@ -15,7 +17,8 @@ using namespace std::chrono_literals;
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     VirtualMainQueue queue;
     NotificationCenter center;
-    FakeHidPort hid;
+    VirtualReceiver receiver(queue);
+    VirtualHidPort hid(receiver);
     LogRecorder log;
     const Lifetime life;
     int connects = 0;
@@ -25,14 +28,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
          {LOCAL_MOUSETYPESWITCH, LOCAL_MOUSESIZEVALUEADD, LOCAL_MOUSESIZEVALUESUB, LOCAL_MOUSEEFFECTON})
         center.addObserver(life, name, [&](const Notification &) { ++keys; });
     HidManager manager({queue, center, hid, 1, 1});
-    hid.plug();
     manager.initManager();
     queue.advance(500ms);
 
     while (size > 0) {
         const std::size_t length = std::min<std::size_t>({size, 64, std::size_t{*data} % 65});
-        hid.reply.assign(data, data + length);
-        const std::uint8_t code = length > 1 ? data[1] : 0;
+        const std::vector<std::uint8_t> event(data + std::min<std::size_t>(length, 1), data + length);
+        receiver.setEvent(event);
+        receiver.setMode(length == 0 ? VirtualReceiver::Mode::Stall : VirtualReceiver::Mode::Ok);
+        const std::uint8_t code = event.empty() ? 0 : event[0];
         data += std::max<std::size_t>(length, 1);
         size -= std::max<std::size_t>(length, 1);
         connects = keys = 0;

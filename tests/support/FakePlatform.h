@@ -1,6 +1,5 @@
 #pragma once
 
-#include "core/Log.h"
 #include "platform/ports/CursorVisibility.h"
 #include "platform/ports/InputMonitor.h"
 #include "platform/ports/OverlaySurface.h"
@@ -13,7 +12,6 @@
 #include <QImage>
 
 #include <algorithm>
-
 #include <utility>
 #include <vector>
 
@@ -26,9 +24,9 @@ public:
     double scale() const override { return m_scale; }
     bool translucent() const override { return m_translucent; }
     void onChanged(std::function<void()> listener) override { m_changed = std::move(listener); }
-    void setLevel(int level) override { levels.push_back(level); }
+    void setLevel(int) override {}
     void setTakesMouse(bool takes) override { mouse.push_back(takes); }
-    void raise() override { ++raised; }
+    void raise() override {}
     void stayBelow(std::uintptr_t) override {}
 
     void present(const SurfaceFrame &frame, const std::function<void(const PixelPatch &)> &paint) override {
@@ -78,10 +76,8 @@ public:
 
     QImage image;
     Picture kept;
-    std::vector<int> levels;
     std::vector<bool> mouse;
     std::vector<QRect> occupied;
-    int raised = 0;
     int presented = 0;
     int paintedPixels = 0; // By the program in the last frame; fills are the server's.
 
@@ -115,10 +111,7 @@ private:
 class FakeMouse final : public SyntheticMouse {
 public:
     bool available() const override { return true; }
-    void post(SyntheticMouseEvent event, QPointF where) override {
-        posted.emplace_back(event, where);
-        Log::line("mouse " + std::to_string(static_cast<int>(event))); // For its order among the log lines.
-    }
+    void post(SyntheticMouseEvent event, QPointF where) override { posted.emplace_back(event, where); }
     int clicks() const {
         return static_cast<int>(std::count_if(posted.begin(), posted.end(), [](const auto &p) {
             return p.first == SyntheticMouseEvent::LeftMouseUp;
@@ -150,9 +143,8 @@ class FakeCursor final : public CursorVisibility {
 public:
     bool available() const override { return true; }
     void setHiddenUntilMouseMoves() override { ++hidden; }
-    void show() override { ++shown; }
+    void show() override {}
     int hidden = 0;
-    int shown = 0;
 };
 
 class FakeTrayArea final : public TrayArea {

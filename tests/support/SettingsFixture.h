@@ -68,7 +68,7 @@ protected:
 
     template <class Widget = QWidget>
     Widget &find(const char *name) const {
-        auto *found = controller->window()->findChild<Widget *>(QLatin1String(name));
+        auto *found = dynamic_cast<Widget *>(controller->window()->findChild<QWidget *>(QLatin1String(name)));
         if (found == nullptr)
             throw std::logic_error(std::string("no such control: ") + name);
         return *found;

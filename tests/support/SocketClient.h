@@ -22,7 +22,6 @@ public:
         return ::send(m_socket.get(), text.data(), text.size(), MSG_NOSIGNAL) ==
                static_cast<ssize_t>(text.size());
     }
-    void endInput() const { ::shutdown(m_socket.get(), SHUT_WR); }
 
     // All that came so far.
     const std::string &received() {

@@ -16,44 +16,53 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <optional>
-#include <vector>
 
 namespace companion {
 
 using namespace std::chrono_literals;
 
-inline constexpr double kWidth = 800;
-inline constexpr double kHeight = 600;
-
-class FakePresented final : public PresentedController {
-public:
-    bool isPresented() const override { return presented; }
-    void dismiss() override { presented = false; }
-    std::string description() const override { return "SettingViewController"; }
-    bool presented = true;
-};
-
-// The effect controller on virtual time, with a display that is an image and a receiver in software.
-class ViewControllerTest : public ::testing::Test {
+// The effect controller with a display that is an image and a receiver in software.
+template <class Queue>
+class ViewControllerRig : public ::testing::Test {
 protected:
-    ViewControllerTest() {
-        platform.fakeSurface.change({kWidth, kHeight}, 1, true);
-        platform.capture.picture = QImage(int(kWidth), int(kHeight), QImage::Format_RGB32);
+    explicit ViewControllerRig(Size screen) {
+        platform.fakeSurface.change(screen, 1, true);
+        platform.capture.picture = QImage(int(screen.width), int(screen.height), QImage::Format_RGB32);
         platform.capture.picture.fill(0x336699);
-        window.emplace(queue, center, platform.fakeSurface);
+        receiver.unplug(); // Only the test posts.
         controller.emplace(ViewController::Needs{queue, center, config, link, platform,
                                                  [](std::string_view key) {
                                                      return LanguageSetting::getText(QString::fromUtf8(
                                                          key.data(), qsizetype(key.size())));
                                                  },
-                                                 [this] { return present(); }});
+                                                 [] { return nullptr; }});
     }
 
-    // As at start-up, with the receiver still unplugged so that only the test posts.
+    Queue queue;
+    NotificationCenter center;
+    SettingsStore store;
+    LanguageSetting::UseStore language{store};
+    ConfigManager config{store};
+    FakePlatform platform;
+    VirtualReceiver receiver{queue};
+    VirtualHidPort port{receiver};
+    HidManager link{{queue, center, port, 1, 1}};
+    std::optional<ViewController> controller;
+};
+
+inline constexpr double kWidth = 800;
+inline constexpr double kHeight = 600;
+
+// On virtual time.
+class ViewControllerTest : public ViewControllerRig<VirtualMainQueue> {
+protected:
+    ViewControllerTest() : ViewControllerRig({kWidth, kHeight}) {
+        window.emplace(queue, center, platform.fakeSurface);
+    }
+
+    // As at start-up.
     void load() {
-        receiver.unplug();
         window->windowDidLoad();
         controller->viewDidLoad();
         controller->viewDidAppear();
@@ -62,10 +71,6 @@ protected:
         platform.mouse.posted.clear();
         platform.fakeSurface.mouse.clear();
         platform.capture.asked = 0;
-    }
-    std::shared_ptr<PresentedController> present() {
-        presented.push_back(std::make_shared<FakePresented>());
-        return presented.back();
     }
     void effectKey() { center.post(LOCAL_MOUSEEFFECTON); }
     void hold(std::chrono::milliseconds time) {
@@ -85,21 +90,9 @@ protected:
         const auto &field = controller->effectSwitchHintTextField();
         return field->isHidden() ? QStringLiteral("(hidden)") : field->text();
     }
-    Pixel at(int x, int y) const { return platform.fakeSurface.image.pixel(x, y); }
 
     LogRecorder log;
-    VirtualMainQueue queue;
-    NotificationCenter center;
-    SettingsStore store;
-    LanguageSetting::UseStore language{store};
-    ConfigManager config{store};
-    FakePlatform platform;
-    VirtualReceiver receiver{queue};
-    VirtualHidPort port{receiver};
-    HidManager link{{queue, center, port, 1, 1}};
     std::optional<MainWindowController> window;
-    std::optional<ViewController> controller;
-    std::vector<std::shared_ptr<FakePresented>> presented;
 };
 
 } // namespace companion

@@ -55,12 +55,12 @@ protected:
     // What the stand-ins have written down is theirs.
     void forget() {
         platform.fakeSurface.mouse.clear();
-        platform.fakeSurface.levels.clear();
         platform.mouse.posted.clear();
         logLines = 0;
     }
 
     void hold() {
+        config.setType(static_cast<std::uint64_t>(upTo(3))); // Random codes hardly ever press the mode key.
         const std::uint8_t keys[] = {0x10, 0x12, 0x14};
         auto report = randomBytes(63);
         report[0] = keys[upTo(2)];

@@ -61,13 +61,6 @@ TEST(Doctor, EachFaultIsFoundWithItsRemedyOnOneScreenAndOnlyFatalOnesCount) {
     }
 }
 
-TEST(Doctor, UnderWaylandAMissingXServerIsAskedOfTheDesktop) {
-    DoctorFacts facts = healthy();
-    facts.sessionType = "wayland";
-    facts.serverError = "no X server: DISPLAY is not set";
-    EXPECT_NE(doctorReport(examine(facts)).find("turn XWayland on"), std::string::npos);
-}
-
 TEST(Doctor, MissingRuleIsGivenAsItIsInstalledAndAnIneffectiveOneIsNamed) {
     DoctorFacts facts = healthy();
     facts.nodes = {{"/dev/hidraw3", "Permission denied"}, {"/dev/hidraw4", "Permission denied"}};

@@ -77,7 +77,7 @@ TEST_F(SettingLookTest, NothingIsCutInAnyLanguageAndTheWindowFitsASmallScreen) {
     EXPECT_EQ(layoutFaults(panel), "");
 }
 
-TEST_F(SettingLookTest, ColoursAndFramesAreTheWindowsOwnUnderADarkDesktopToo) {
+TEST_F(SettingLookTest, ColoursAreTheWindowsOwnUnderADarkDesktopToo) {
     const QPalette desktop = QApplication::palette();
     config.setType(1);
     open();
@@ -91,21 +91,6 @@ TEST_F(SettingLookTest, ColoursAndFramesAreTheWindowsOwnUnderADarkDesktopToo) {
     open();
     EXPECT_EQ(controller->window()->grab().toImage(), light);
     QApplication::setPalette(desktop);
-
-    const auto pixel = [&](const char *name, QPoint inside) {
-        const QWidget &widget = find(name);
-        const QPoint at = widget.mapTo(controller->window(), inside);
-        const double scale = light.devicePixelRatio();
-        return light.pixelColor(qRound(at.x() * scale), qRound(at.y() * scale)).name();
-    };
-    EXPECT_EQ(pixel("mouseSizeBgView", {0, 20}).toStdString(), "#ffffff");
-    EXPECT_EQ(pixel("mouseSizeBgView", {4, 4}).toStdString(), "#bfbea5");
-    EXPECT_EQ(pixel("frontColorPreviewView", {7, 7}).toStdString(), "#ff0000");
-    const int line = find("penModeTitleTextField").geometry().center().y();
-    EXPECT_EQ(pixel("penModeBgView", {2, line}).toStdString(), "#ffffff") << "the frame runs at the caption";
-    EXPECT_EQ(pixel("penModeTitleTextField", {2, find("penModeTitleTextField").height() / 2}).toStdString(),
-              "#bfbea5")
-        << "and not through it";
 }
 
 TEST_F(SettingLookTest, AControlWithTheKeyboardLooksDifferentAndHasANameForAScreenReader) {

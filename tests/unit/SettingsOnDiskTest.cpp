@@ -21,28 +21,21 @@
 namespace companion {
 namespace {
 
-// State number n of the settings: every value tells n, so that a mixture of two states shows.
+// State number n of the settings: the values, from one end of the file to the other, tell n, so that a
+// mixture of two states shows.
 void setState(ConfigManager &config, std::int64_t n) {
-    const double part = static_cast<double>(n) / 1024; // Exact, in single precision too.
     config.setType(static_cast<std::uint64_t>(n));
     config.setMouseSizeValue(n);
-    config.setMouseZoomValue(n);
-    config.setMouseSpeedValue(n);
     config.setTimeValue(n);
-    config.setBackAlpha(part);
-    config.setFrontAlpha(part);
-    config.setBackColor(Color{part, part, part, part});
-    config.setFrontColor(Color{part, part, part, part});
+    config.setBackAlpha(static_cast<double>(n));
+    config.setFrontColor(Color{static_cast<double>(n), 0, 0, 1});
 }
 
 std::optional<std::int64_t> stateOf(const ConfigManager &config) {
     const std::int64_t n = config.mouseSizeValue();
-    const double part = static_cast<double>(n) / 1024;
-    const Color color{part, part, part, part};
-    const bool whole = config.type() == static_cast<std::uint64_t>(n) && config.mouseZoomValue() == n &&
-                       config.mouseSpeedValue() == n && config.timeValue() == n &&
-                       config.backAlpha() == part && config.frontAlpha() == part &&
-                       config.backColor() == color && config.frontColor() == color;
+    const auto exact = static_cast<double>(n); // In single precision, too: there are not that many saves.
+    const bool whole = config.type() == static_cast<std::uint64_t>(n) && config.timeValue() == n &&
+                       config.backAlpha() == exact && config.frontColor() == Color{exact, 0, 0, 1};
     return whole ? std::optional(n) : std::nullopt;
 }
 

@@ -3,15 +3,12 @@
 namespace companion {
 namespace {
 
-TEST_F(ViewControllerTest, WatchedKeysAreLoggedAndTakeNoPictureButForTheMagnifier) {
+TEST_F(ViewControllerTest, SlideKeysTakeNoPictureButForTheMagnifier) {
+    config.setType(kEffectLaser);
     load();
-    for (const int key : {kVirtualKeyPageUp, kVirtualKeyPageDown, kVirtualKeyB, kVirtualKeyF5, 12}) {
-        platform.monitor.send(InputEventType::KeyDown, {}, key);
-        platform.monitor.send(InputEventType::KeyUp, {}, key);
-    }
+    platform.monitor.send(InputEventType::KeyDown, {}, kVirtualKeyB);
     queue.advance(1s);
-    EXPECT_EQ(log.lines, (std::vector<std::string>{"控制器按下了'page_up'", "控制器按下了'page_down'",
-                                                   "控制器按下了'b'", "控制器按下了'f5'"}));
+    EXPECT_EQ(log.lines, std::vector<std::string>{"控制器按下了'b'"});
     EXPECT_EQ(platform.capture.asked, 0);
 }
 
@@ -55,7 +52,7 @@ protected:
         EXPECT_EQ(lens(), 0xff336699U);
     }
     void slideKey() { platform.monitor.send(InputEventType::KeyDown, {}, kVirtualKeyB); }
-    Pixel lens() const { return at(200, 400); }
+    Pixel lens() const { return platform.fakeSurface.image.pixel(200, 400); }
     static QImage picture(QRgb colour) {
         QImage image(int(kWidth), int(kHeight), QImage::Format_RGB32);
         image.fill(colour);
@@ -96,7 +93,6 @@ TEST_F(LateCaptureTest, ARefusedPictureLeavesTheRing) {
     hold(400ms);
     EXPECT_TRUE(shown(controller->zoomView()));
     EXPECT_EQ(lens(), 0U);
-    EXPECT_EQ(log.count("no picture of the screen: the magnifier stays empty"), 1U);
 }
 
 TEST_F(LateCaptureTest, AnAnswerAfterTheEndFindsNobody) {

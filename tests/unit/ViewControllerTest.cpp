@@ -11,18 +11,12 @@ TEST_F(ViewControllerTest, StartUpClicksOnceAtTheCentreProbesTheCaptureOnceAndSh
     controller->viewDidLoad();
     controller->viewDidAppear();
     queue.advance(0ms);
-    EXPECT_EQ(log.lines,
-              (std::vector<std::string>{"坐标为 0.000000,0.000000,800.000000,600.000000", "mouse 5", "Click!",
-                                        "mouse 1", "mouse 2", "viewDidAppear"}));
+    EXPECT_EQ(platform.mouse.clicks(), 1);
     EXPECT_EQ(platform.mouse.posted.front().second, QPointF(400, 300));
     EXPECT_EQ(platform.capture.probed, 1);
     EXPECT_EQ(platform.capture.asked, 0) << "a screenful of memory for nobody";
-    EXPECT_EQ(platform.fakeSurface.levels, (std::vector{1002}));
     EXPECT_EQ(platform.fakeSurface.mouse, (std::vector{false}));
-    EXPECT_TRUE(controller->spotlightView()) << "built and hidden";
     EXPECT_TRUE(platform.fakeSurface.occupied.empty());
-    EXPECT_EQ(controller->logTextField()->superview(), nullptr);
-    EXPECT_FALSE(controller->logTextField()->isHidden());
 }
 
 TEST_F(ViewControllerTest, TwentyPostsGiveOneRebuildOneClickAndOneMoreAfterTheKeyIsLetGo) {
@@ -88,42 +82,15 @@ TEST_F(ViewControllerTest, MovesAndDragsAreDrawnOnlyWhileTheEffectIsOn) {
     EXPECT_EQ(controller->spotlightView()->spotlightRect().y, 75);
 }
 
-TEST_F(ViewControllerTest, RefreshBuildsTheViewOfTheTypeAndATypeThatIsNoneBuildsNothing) {
-    load();
-    config.setType(kEffectSpotlight);
-    center.post(NOTIFY_REFRESHPEN);
-    EXPECT_TRUE(shown(controller->spotlightView())) << "also while the effect is off";
-    EXPECT_EQ(controller->spotlightView()->frame(), (PointRect{0, 0, 800, 592}));
-    config.setType(kEffectLaser);
-    center.post(NOTIFY_REFRESHPEN);
-    EXPECT_FALSE(shown(controller->spotlightView()));
-    EXPECT_EQ(controller->laserView()->frame(), (PointRect{0, 0, 800, 592}));
-    config.setType(kEffectNormal);
-    center.post(NOTIFY_REFRESHPEN);
-    EXPECT_EQ(controller->normalView()->frame(), (PointRect{0, 0, 800, 580}));
-    config.setType(kEffectLaser);
-    hold(300ms);
-    const auto held = controller->laserView();
-    center.post(NOTIFY_REFRESHPEN); // Also while the effect is on, which then goes on with the new view.
-    EXPECT_NE(controller->laserView(), held);
-    EXPECT_TRUE(shown(controller->laserView()));
-    queue.advance(1s);
-    config.setType(7);
-    effectKey();
-    moveTo({100, 100});
-    EXPECT_EQ(controller->canvas().root()->subviews().size(), 1U) << "the hint field only";
-    center.post(LOCAL_MOUSETYPESWITCH);
-    EXPECT_EQ(config.type(), kEffectNormal);
-    queue.advance(1s);
-}
-
 TEST_F(ViewControllerTest, SizeStepsStayWithinTheirBoundsAndAreSavedAndShown) {
     load();
     const std::int64_t most = std::numeric_limits<std::int64_t>::max();
     const std::int64_t cases[][3] = {// From, one step up, one step down.
-                                     {245, 250, 235},   {250, 250, 240}, {240, 250, 230},
-                                     {55, 65, 50},      {50, 60, 50},    {60, 70, 50},
-                                     {9999, 250, 9989}, {-5, 5, 50},     {most, 250, most - 10}};
+                                     {245, 250, 235},
+                                     {55, 65, 50},
+                                     {9999, 250, 9989},
+                                     {-5, 5, 50},
+                                     {most, 250, most - 10}};
     for (const auto &[from, up, down] : cases)
         for (const auto &[key, to] :
              {std::pair{LOCAL_MOUSESIZEVALUEADD, up}, {LOCAL_MOUSESIZEVALUESUB, down}}) {
@@ -145,111 +112,35 @@ TEST_F(ViewControllerTest, ModeSwitchesCycleResetTheSizeAndTakeEffectAtTheNextRi
                                                             {kEffectNormal, "Standard"}};
     for (const auto &[type, name] : modes) {
         center.post(LOCAL_MOUSETYPESWITCH);
-        EXPECT_EQ(config.type(), type);
         EXPECT_EQ(hint(), QLatin1String(name)); // In the user's language.
         EXPECT_EQ(config.mouseSizeValue(), 150);
         EXPECT_EQ(store.value(QStringLiteral("LOCAL_MOUSETYPE")), QString::number(type));
+        moveTo({100, 100});
+        EXPECT_EQ(controller->canvas().root()->subviews().size(), 2U) << "hint and plain pointer";
     }
-    EXPECT_FALSE(shown(controller->zoomView()));
-    config.setType(std::numeric_limits<std::uint64_t>::max());
+    config.setType(7); // As somebody wrote into the file.
     center.post(LOCAL_MOUSETYPESWITCH);
     EXPECT_EQ(config.type(), kEffectNormal);
-    store.setValue(QStringLiteral("SYSTEM_LANGUAGEINDEX"), QStringLiteral("12"));
-    center.post(LOCAL_MOUSETYPESWITCH);
-    EXPECT_EQ(config.type(), kEffectSpotlight) << "a damaged language setting does not end a talk";
-    EXPECT_EQ(log.lines.back(), "SYSTEM_LANGUAGEINDEX is 12, which is not in the range 0 to 11");
 }
 
-TEST_F(ViewControllerTest, TheHintGoesThreeSecondsAfterTheLastOfSeveralSteps) {
-    load();
-    EXPECT_EQ(hint(), QStringLiteral("(hidden)"));
-    center.post(LOCAL_MOUSESIZEVALUEADD);
-    queue.advance(1s);
-    center.post(LOCAL_MOUSESIZEVALUEADD);
-    queue.advance(1s);
-    center.post(LOCAL_MOUSETYPESWITCH);
-    EXPECT_EQ(platform.fakeSurface.occupied.size(), 1U);
-    EXPECT_EQ(platform.fakeSurface.occupied.front(), QRect(620, 28, 160, 52));
-    queue.advance(2999ms);
-    EXPECT_EQ(hint(), QStringLiteral("Spotlight"));
-    queue.advance(1ms);
-    EXPECT_EQ(hint(), QStringLiteral("(hidden)"));
-    EXPECT_TRUE(platform.fakeSurface.occupied.empty());
-}
-
-TEST_F(ViewControllerTest,
-       TheMagnifierIsBuiltWithItsExactFramesAndTakesItsPictureAfterTwoHundredMilliseconds) {
+TEST_F(ViewControllerTest, TheMagnifierIsHiddenForItsPictureWhichComesAfterTwoHundredMilliseconds) {
     config.setType(kEffectZoom);
-    config.setMouseSizeValue(51);
     load();
     effectKey();
     const auto &lens = controller->zoomView();
-    EXPECT_TRUE(shown(lens));
-    EXPECT_EQ(lens->frame(), (PointRect{0, 0, 51, 51}));
     queue.advance(99ms);
     EXPECT_TRUE(shown(lens));
     queue.advance(1ms);
-    EXPECT_FALSE(shown(lens)) << "hidden while its picture is taken";
+    EXPECT_FALSE(shown(lens));
     effectKey();
     queue.advance(99ms);
     EXPECT_EQ(platform.capture.asked, 0);
     queue.advance(1ms);
     EXPECT_EQ(platform.capture.asked, 1);
     EXPECT_TRUE(shown(lens));
-    moveTo({200, 200});
-    EXPECT_EQ(at(200, 400), 0xff336699U);
     platform.fakeSurface.change({5000, 4500}, 1, true);
     EXPECT_EQ(controller->zoomView()->renderView()->frame().y, 4500)
         << "above a screen taller than its usual place";
-}
-
-TEST_F(ViewControllerTest, TheEffectKeyClosesTheSettingsWindow) {
-    load();
-    center.post(SYSTEM_SHOWSETTINGPAGE);
-    center.post(SYSTEM_SHOWSETTINGPAGE);
-    ASSERT_EQ(presented.size(), 2U) << "a fresh one each time";
-    effectKey();
-    EXPECT_TRUE(presented[0]->presented) << "on a later turn";
-    queue.advance(0ms);
-    EXPECT_FALSE(presented[0]->presented);
-    EXPECT_TRUE(presented[1]->presented);
-    EXPECT_EQ(log.lines.back(), "(SettingViewController, SettingViewController)");
-    effectKey();
-    queue.advance(0ms);
-    EXPECT_FALSE(presented[1]->presented);
-    effectKey();
-    queue.advance(0ms);
-    EXPECT_EQ(log.lines.back(), "()");
-}
-
-TEST_F(ViewControllerTest, ClosingTheSettingsWindowByNotificationRefreshesAndClicksHalfASecondLater) {
-    config.setType(kEffectLaser);
-    load();
-    const auto before = controller->laserView();
-    center.post(NOTIFY_CLOSESETTINGWINDOW);
-    EXPECT_NE(controller->laserView(), before);
-    queue.advance(499ms);
-    EXPECT_EQ(platform.mouse.clicks(), 0);
-    queue.advance(1ms);
-    EXPECT_EQ(platform.mouse.clicks(), 1);
-}
-
-TEST_F(ViewControllerTest, WindowLevelsAndThePassThroughFollowTheirNotifications) {
-    load();
-    platform.fakeSurface.levels.clear();
-    center.post(SYSTEM_SETWINDOWLEVEL, 1);
-    center.post(SYSTEM_SETWINDOWLEVEL, 0);
-    center.post(SYSTEM_SETWINDOWLEVEL, 2);
-    center.post(SYSTEM_SETWINDOWLEVEL);
-    EXPECT_EQ(platform.fakeSurface.levels, (std::vector{1000, -2147483643, -2147483643, -2147483643}));
-
-    center.post(SYSTEM_SETMOUSEIGNORES, true);
-    center.post(SYSTEM_SETMOUSEIGNORES, false);
-    center.post(SYSTEM_SETMOUSEIGNORES, true);
-    center.post(SYSTEM_SETMOUSEIGNORES);
-    EXPECT_TRUE(platform.fakeSurface.mouse.empty()) << "deferred";
-    queue.advance(0ms);
-    EXPECT_EQ(platform.fakeSurface.mouse, (std::vector{true, false, true, false})) << "the last one wins";
 }
 
 } // namespace

@@ -1,8 +1,14 @@
 #include "platform/virtual_receiver/VirtualReceiver.h"
 
 #include "platform/virtual_receiver/ReceiverCommands.h"
+#include "platform/virtual_receiver/ReceiverFeed.h"
 #include "platform/virtual_receiver/VirtualHidPort.h"
+#include "support/SocketClient.h"
 #include "support/VirtualMainQueue.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -19,19 +25,17 @@ using Lines = std::vector<std::string>;
 class VirtualReceiverTest : public ::testing::Test {
 protected:
     // The first bytes of the answer to one feature read, or nothing for a failed one.
-    Bytes read(std::size_t length = 4) {
+    Bytes read() {
         std::array<std::uint8_t, 64> report{0x12};
-        answered = port.getFeatureReport(handle, report);
-        return answered < 0 ? Bytes{} : Bytes(report.begin(), report.begin() + static_cast<long>(length));
+        return port.getFeatureReport(handle, report) < 0 ? Bytes{}
+                                                         : Bytes(report.begin(), report.begin() + 4);
     }
     void open() { handle = port.open(1, 2); }
 
     VirtualMainQueue queue;
-    std::chrono::milliseconds blocked{0};
-    VirtualReceiver receiver{queue, [this](std::chrono::milliseconds time) { blocked += time; }};
+    VirtualReceiver receiver{queue};
     VirtualHidPort port{receiver};
     HidPort::Handle *handle = nullptr;
-    int answered = 0;
 };
 
 TEST_F(VirtualReceiverTest, TheOpenIsExclusiveAndFailsWhileUnplugged) {
@@ -41,20 +45,13 @@ TEST_F(VirtualReceiverTest, TheOpenIsExclusiveAndFailsWhileUnplugged) {
     receiver.replug(0ms);
     EXPECT_EQ(port.open(1, 2), nullptr) << "the dead handle was not closed";
     port.close(handle);
-    receiver.unplug();
-    EXPECT_EQ(port.open(1, 2), nullptr);
-    receiver.plug();
-    open();
-    EXPECT_NE(handle, nullptr);
-    port.close(handle);
     receiver.replug(300ms);
     receiver.unplug();
     queue.advance(1'000ms);
+    EXPECT_EQ(port.open(1, 2), nullptr) << "a later unplug cancels a pending replug";
+    receiver.plug();
     open();
-    EXPECT_EQ(handle, nullptr) << "a later unplug cancels a pending replug";
-    EXPECT_EQ(receiver.counts().opens, 2U);
-    EXPECT_EQ(receiver.counts().refused, 4U);
-    EXPECT_EQ(receiver.counts().closes, 2U);
+    EXPECT_NE(handle, nullptr);
 }
 
 TEST_F(VirtualReceiverTest, AnUnplugKillsWhatIsOpenForGoodAndLosesNoCodes) {
@@ -70,25 +67,35 @@ TEST_F(VirtualReceiverTest, AnUnplugKillsWhatIsOpenForGoodAndLosesNoCodes) {
     port.close(handle);
     open();
     EXPECT_EQ(read(), (Bytes{0x12, 0x01, 0, 0}));
-    EXPECT_FALSE(port.isDisconnected(handle));
-}
-
-TEST_F(VirtualReceiverTest, AStallFailsReadsAndWritesWithoutARemoval) {
-    open();
     receiver.setMode(Mode::Stall);
     EXPECT_EQ(read(), Bytes{});
-    EXPECT_FALSE(port.isDisconnected(handle));
-    const std::array<std::uint8_t, 64> report{0x12};
-    EXPECT_EQ(port.sendFeatureReport(handle, report), -1);
+    EXPECT_FALSE(port.isDisconnected(handle)) << "a stall is no removal";
+    EXPECT_EQ(port.sendFeatureReport(handle, Bytes(64, 0x12)), -1);
     EXPECT_TRUE(receiver.written().empty());
+}
 
-    receiver.setMode(Mode::Short);
-    receiver.setEvent(Bytes{0x10, 0x22});
-    EXPECT_EQ(read(), (Bytes{0x12, 0x10, 0, 0}));
-    EXPECT_EQ(answered, 2);
-    receiver.setMode(Mode::Ok);
-    receiver.setEvent(Bytes(200, 0xEE));
-    EXPECT_EQ(read(64).back(), 0xEE) << "an event longer than a report is cut";
+TEST_F(VirtualReceiverTest, ClientsOfItsSocketThatLeaveAtAnyMomentDisturbNobody) {
+    const QTemporaryDir folder;
+    const std::string socket = folder.filePath(QStringLiteral("socket")).toStdString();
+    std::string error;
+    const auto feed = ReceiverFeed::open(socket, receiver, queue, error);
+    ASSERT_TRUE(feed) << error;
+    {
+        SocketClient mute(socket);
+        SocketClient rude(socket);
+        rude.send("counts\nwait 100\nevent 10\ncounts\n");
+        SocketClient half(socket);
+        half.send("eve");
+    }
+    SocketClient client(socket);
+    client.send("sets\n");
+    const QDeadlineTimer patience(5'000);
+    while (client.received().empty() && !patience.hasExpired())
+        QCoreApplication::processEvents();
+    EXPECT_EQ(client.received(), "ok\n");
+    queue.advance(100ms);
+    open();
+    EXPECT_EQ(read(), (Bytes{0x12, 0x10, 0, 0})) << "what a client asked for before it left is done";
 }
 
 class ReceiverCommandsTest : public VirtualReceiverTest {
@@ -104,35 +111,19 @@ protected:
     }
 };
 
-TEST_F(ReceiverCommandsTest, CommandsAreWrittenLooselyAndTellWhatTheReceiverGot) {
+TEST_F(ReceiverCommandsTest, CommandsAreWrittenLooselyInPiecesOrNotAndTooLongOnesAreDroppedWhole) {
     open();
-    EXPECT_EQ(say("# a comment\n\n \t\r\nevent 10 2 0xAb\r\n once 1 02\n"), (Lines{"ok", "ok"}));
+    EXPECT_EQ(say("# a comment\n\n \t\r\neve"), Lines{});
+    EXPECT_EQ(say("nt 10 2 0xAb\r\n once 1 02\n"), (Lines{"ok", "ok"}));
     EXPECT_EQ(read(), (Bytes{0x12, 0x01, 0, 0}));
     EXPECT_EQ(read(), (Bytes{0x12, 0x02, 0, 0}));
     for (int i = 0; i < 2; ++i)
         EXPECT_EQ(read(), (Bytes{0x12, 0x10, 0x02, 0xAB})) << "stands";
-    EXPECT_EQ(answered, 64);
-    port.sendFeatureReport(handle, Bytes{0x12, 0x2D, 0});
-    port.sendFeatureReport(handle, Bytes{0x12, 0xFF});
-    EXPECT_EQ(say("sets\ncounts\n"),
-              (Lines{"ok 122d00 12ff", "ok opens=1 refused=0 closes=0 reads=4 writes=2"}));
-}
-
-TEST_F(ReceiverCommandsTest, ARepliesWaitHoldsUpTheLaterCommandsOfItsFeedOnly) {
-    Lines other;
-    ReceiverCommands second{receiver, queue, [&other](std::string_view line) { other.emplace_back(line); },
-                            [] {}};
-    open();
-    EXPECT_EQ(say("wait 300\nevent 10\n"), Lines{});
-    second.feed("event 04\n");
-    EXPECT_EQ(other, Lines{"ok"});
-    queue.advance(299ms);
-    EXPECT_EQ(read()[1], 0x04);
-    EXPECT_FALSE(commands.idle());
-    queue.advance(1ms);
-    EXPECT_EQ(replies, (Lines{"ok", "ok"}));
-    EXPECT_EQ(read()[1], 0x10);
-    EXPECT_TRUE(commands.idle());
+    const std::string blanks(4096 - 4, ' ');
+    EXPECT_EQ(say("plug" + blanks + '\n'), Lines{"ok"}) << "4096 bytes are not too long";
+    EXPECT_EQ(say("plug" + blanks + ' '), Lines{"error line longer than 4096 bytes"});
+    EXPECT_EQ(say(std::string(9'000, 'y')), Lines{}) << "still that line";
+    EXPECT_EQ(say("unplug\nplug\n"), Lines{"ok"});
 }
 
 TEST_F(ReceiverCommandsTest, WaitGetCountsAnsweredReadsOnlyAndRepliesWhenThePassIsOver) {
@@ -144,7 +135,6 @@ TEST_F(ReceiverCommandsTest, WaitGetCountsAnsweredReadsOnlyAndRepliesWhenThePass
     receiver.setMode(Mode::Ok);
     read();
     queue.advance(10'000ms);
-    EXPECT_EQ(replies, Lines{});
     read();
     EXPECT_EQ(replies, Lines{}) << "no command runs inside a read";
     queue.advance(0ms);
@@ -152,92 +142,24 @@ TEST_F(ReceiverCommandsTest, WaitGetCountsAnsweredReadsOnlyAndRepliesWhenThePass
     EXPECT_EQ(read(), Bytes{});
 }
 
-TEST_F(ReceiverCommandsTest, WaitGetGivesUpAtItsTimeLimitAndTheTimerOfOneWaitEndsNoOther) {
-    open();
-    say("wait-get 1 500\nwait-get 2 500\n");
-    queue.advance(300ms);
-    read();
-    queue.advance(499ms); // Past the first limit.
-    EXPECT_EQ(replies, Lines{"ok"});
-    queue.advance(1ms);
-    EXPECT_EQ(replies.back(), "error wait-get: fewer than 2 reads were answered in time");
-}
-
-TEST_F(ReceiverCommandsTest, AFeedThatIsGoneLeavesNoWaitBehind) {
-    std::optional<ReceiverCommands> gone;
-    Lines lines;
-    gone.emplace(
-        receiver, queue, [&lines](std::string_view line) { lines.emplace_back(line); }, [] {});
-    gone->feed("wait-get 1 100\nunplug\n");
-    gone.reset();
-    open();
-    read();
-    queue.advance(1'000ms);
-    EXPECT_NE(read(), Bytes{});
-    EXPECT_EQ(lines, Lines{});
-}
-
 TEST_F(ReceiverCommandsTest, BadInputGetsAnErrorThatQuotesTheOffenderAndChangesNothing) {
     open();
     say("event 10\n");
     const std::pair<std::string, std::string> cases[] = {
-        {"jump", "unknown command 'jump'"},
-        {"event", "event: something is missing"},
-        {"event 1g", "event: '1g' is no byte"},
         {"event 100", "event: '100' is no byte"},
-        {"event -1", "event: '-1' is no byte"},
-        {"once 01 02 zz", "once: 'zz' is no byte"},
-        {"mode fast", "mode: 'fast' is no mode"},
         {"unplug now", "unplug: 'now' is too much"},
         {"delay -5", "delay: '-5' is no number from 0 to 60000"},
-        {"wait", "wait: something is missing"},
         {"wait 99999999999999999999", "wait: '99999999999999999999' is no number"},
         {"wait-get 0", "wait-get: '0' is no number from 1"},
         {"\x1b[2J\xff" + std::string(100, 'x'),
          "unknown command '\\x1b[2J\\xff" + std::string(35, 'x') + "…'"},
-        {std::string("\0", 1), "unknown command '\\x00'"},
     };
     for (const auto &[line, error] : cases) {
         const Lines got = say(line + '\n');
         ASSERT_EQ(got.size(), 1U) << line;
         EXPECT_TRUE(got[0].starts_with("error " + error)) << got[0];
     }
-    std::string many = "event";
-    for (int i = 0; i < 64; ++i)
-        many += " 1";
-    EXPECT_TRUE(say(many + '\n')[0].starts_with("error event: '1' is too much"));
     EXPECT_EQ(read(), (Bytes{0x12, 0x10, 0, 0}));
-    EXPECT_EQ(blocked, 0ms);
-}
-
-TEST_F(ReceiverCommandsTest, LinesMayComeInPiecesAndTooLongOnesAreDroppedWhole) {
-    EXPECT_EQ(say("cou"), Lines{});
-    EXPECT_EQ(say("nts\nplu").size(), 1U);
-    EXPECT_EQ(say("g\n"), Lines{"ok"});
-    const std::string blanks(4096 - 4, ' ');
-    EXPECT_EQ(say("plug" + blanks + '\n'), Lines{"ok"}) << "4096 bytes are not too long";
-    EXPECT_EQ(say("plug" + blanks + " \nplug\n"), (Lines{"error line longer than 4096 bytes", "ok"}));
-    EXPECT_EQ(say(std::string(5'000, 'x')), Lines{"error line longer than 4096 bytes"});
-    EXPECT_EQ(say(std::string(9'000, 'y')), Lines{}) << "still that line";
-    EXPECT_EQ(say("unplug\nplug\n"), Lines{"ok"});
-    say("plug");
-    commands.finish();
-    EXPECT_EQ(replies, Lines{"ok"}) << "the last line needs no line feed";
-}
-
-TEST_F(ReceiverCommandsTest, WaitingCodesAndKeptReportsAreBounded) {
-    open();
-    std::string line = "once";
-    for (int i = 0; i < 1'024; ++i)
-        line += " 10";
-    line += '\n';
-    for (int i = 0; i < 4; ++i)
-        EXPECT_EQ(say(line), Lines{"ok"});
-    EXPECT_TRUE(say(line)[0].starts_with("error once: more than 4096"));
-    for (int i = 0; i < 300; ++i)
-        port.sendFeatureReport(handle, Bytes{0x12, static_cast<std::uint8_t>(i)});
-    EXPECT_EQ(receiver.written().size(), 256U);
-    EXPECT_EQ(receiver.written().back()[1], 299 & 0xFF);
 }
 
 } // namespace

@@ -4,6 +4,8 @@
 
 #include <QPainter>
 
+#include <xcb/composite.h>
+
 namespace companion {
 namespace {
 
@@ -70,6 +72,42 @@ TEST_F(CaptureTest, ScreenSizedMemoryIsReusedForAWhileAndThenGivenBack) {
     EXPECT_GE(ownKilobytes("RssShmem"), idle + screen - 100);
     time.advance(std::chrono::milliseconds(2000));
     EXPECT_LE(ownKilobytes("RssShmem"), idle + 100);
+}
+
+// There the compositor takes every window by itself, and the root window shows none of them.
+TEST_F(CaptureTest, UnderXwaylandThePictureIsPutTogetherFromTheWindows) {
+    startServer();
+    rig::ChildProcess name({"xrandr", "--setmonitor", "*XWAYLAND0", "1120/100x1000/100+800+80", "screen"},
+                           desktop->environment());
+    ASSERT_EQ(name.waitForExit(), 0) << name.err();
+    const rig::XConnection compositor(desktop->display());
+    xcb_composite_query_version(compositor, 0, 4);
+    xcb_composite_redirect_subwindows(compositor, compositor.root(), XCB_COMPOSITE_REDIRECT_MANUAL);
+    compositor.sync();
+    const auto slide = window(QRect(0, 0, 1900, 1080), 0x102030);
+    const auto spot = window(QRect(900, 200, 3, 5), 0xfedcba);
+    const auto hidden = window(QRect(1000, 300, 50, 50), 0xff0000);
+    xcb_unmap_window(compositor, hidden->id());
+    compositor.sync();
+    overlay->pretendCompositor();
+    startPlatform();
+    surface->setLevel(1002);
+    ASSERT_TRUE(eventually([&] { return overlay->isMapped(overlay->catcher()); }));
+    present({{{QRect(0, 0, 10, 10), 0x80000000}}, {}, {QRect(0, 0, 10, 10)}}); // And nothing elsewhere.
+
+    const QImage image = capture(*platform);
+    ASSERT_EQ(image.size(), QSize(1120, 1000));
+    EXPECT_EQ(image.pixel(5, 5), 0xff081018);
+    EXPECT_EQ(image.pixel(50, 50), 0xff102030);
+    EXPECT_EQ(image.pixel(100, 120), 0xfffedcba);
+    EXPECT_EQ(image.pixel(102, 124), 0xfffedcba);
+    EXPECT_EQ(image.pixel(103, 125), 0xff102030);
+    EXPECT_EQ(image.pixel(220, 240), 0xff102030);
+    EXPECT_EQ(image.pixel(1110, 50), 0xff000000) << "no window";
+    bool later = false;
+    queue.post(std::chrono::milliseconds(1), [&] { later = true; });
+    EXPECT_TRUE(eventually([&] { return later; }));
+    EXPECT_EQ(log.lines, std::vector<std::string>{}) << "refused requests";
 }
 
 } // namespace
