@@ -51,6 +51,21 @@ TEST(CommandLine, WhatCannotBePrintedIsAnError) {
     }
 }
 
+TEST(VirtualReceiver, ObeysAScriptAndStandardInputToTheirEndAndTheProgramRunsOn) {
+    const Desktop desktop(kBare);
+    const std::string commands = "wait-get 2\nonce 02\nwait-get 2\nevent 10\n";
+    std::ofstream(desktop.file("script")) << commands;
+    for (const std::string &source : {desktop.file("script"), std::string("-")}) {
+        ChildProcess program({companionProgram(), "--virtual-receiver=" + source}, desktop.environment(),
+                             true);
+        program.write(commands);
+        program.waitForError("获得数据 12, 2");
+        program.waitForError("获得数据 12,10");
+        letTimePass(300ms);
+        EXPECT_TRUE(program.running()) << program.err();
+    }
+}
+
 // As when the X server dies while the toolkit is starting.
 TEST(CommandLine, AToolkitThatGivesUpEndsTheProgramWithStatusOneAndNoCore) {
     const Desktop desktop(kBare);
