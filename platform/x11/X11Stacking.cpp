@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <ranges>
 #include <utility>
 
 namespace companion {
@@ -146,13 +147,20 @@ bool X11Stacking::rightBelow(const Standing &standing) const {
            std::equal(m_windows.begin(), m_windows.end(), lowest - std::ssize(m_windows));
 }
 
-// Below that window, or above all if it is none.
+// Below that window, or above all if it is none. From the top down, so that nothing moves which is in its
+// place: for each move the compositor draws the whole screen.
 void X11Stacking::place(xcb_window_t below) {
-    const bool top = below == XCB_NONE;
-    const std::uint32_t values[] = {below, top ? XCB_STACK_MODE_ABOVE : XCB_STACK_MODE_BELOW};
-    const std::uint16_t mask = XCB_CONFIG_WINDOW_STACK_MODE | (top ? 0 : XCB_CONFIG_WINDOW_SIBLING);
-    for (const xcb_window_t window : m_windows)
-        xcb_configure_window(m_connection.xcb(), window, mask, top ? values + 1 : values);
+    auto *c = m_connection.xcb();
+    for (const xcb_window_t window : std::views::reverse(m_windows)) {
+        if (below == XCB_NONE) {
+            const std::uint32_t top = XCB_STACK_MODE_ABOVE;
+            xcb_configure_window(c, window, XCB_CONFIG_WINDOW_STACK_MODE, &top);
+        } else {
+            const std::uint32_t values[] = {below, XCB_STACK_MODE_BELOW};
+            xcb_configure_window(c, window, XCB_CONFIG_WINDOW_SIBLING | XCB_CONFIG_WINDOW_STACK_MODE, values);
+        }
+        below = window;
+    }
     m_connection.flush();
 }
 

@@ -49,6 +49,21 @@ protected:
         });
     }
 
+    // How many windows that moves, which is what a compositor hears of it.
+    int movedByRaising() {
+        const rig::XConnection listener(desktop->display());
+        const std::uint32_t changes = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
+        xcb_change_window_attributes(listener, listener.root(), XCB_CW_EVENT_MASK, &changes);
+        listener.sync();
+        surface->raise();
+        platform->screenCapture().probe(); // Waits for an answer: the server has raised what it raises.
+        listener.sync();
+        int moved = 0;
+        while (const rig::XcbPtr<xcb_generic_event_t> event{xcb_poll_for_event(listener)})
+            moved += (event->response_type & 0x7f) == XCB_CONFIGURE_NOTIFY ? 1 : 0;
+        return moved;
+    }
+
     xcb_window_t drawn = XCB_NONE;
     xcb_window_t catcher = XCB_NONE;
 };
@@ -92,6 +107,17 @@ TEST_F(StackingTest, AFrameIsFollowedWhereverTheWindowManagerPutsIt) {
     EXPECT_TRUE(overlayBelow(*frame)) << "above a window that was put right below the frame";
     stack(*frame, XCB_STACK_MODE_BELOW, other->id());
     EXPECT_TRUE(overlayBelow(*frame));
+}
+
+// A compositor draws the whole screen again for a window that moves.
+TEST_F(StackingTest, RaisingMovesOnlyWhatIsNotInItsPlace) {
+    EXPECT_EQ(movedByRaising(), 0);
+    const auto slide = window(kScreen, kWhite);
+    EXPECT_EQ(movedByRaising(), 2);
+    EXPECT_TRUE(overlayOnTop());
+    const auto settings = settingsWindow();
+    EXPECT_TRUE(overlayBelow(*settings));
+    EXPECT_EQ(movedByRaising(), 0);
 }
 
 TEST_F(StackingTest, AFullScreenWindowOverTheSettingsGetsTheOverlayAboveItAtTheNextRaise) {
