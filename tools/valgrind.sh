@@ -31,7 +31,7 @@ END
 chmod +x "$scratch/program"
 echo "== sessions"
 COMPANION_UNDER_TEST=$scratch/program build/dev/tests/e2e/e2e_tests --gtest_brief=1 \
-    --gtest_filter='Hint.*:Lens.Keeps*:PulledReceiver.*:Compositor.*:ScreenChange.*:SettingsControls.*' || true
+    --gtest_filter='Hint.*:Lens.Keeps*:PulledReceiver.*:Compositor.*:Changes/*:SettingsControls.*' || true
 sessions=$(find "$scratch" -name 'log.*' | wc -l)
 cat "$scratch"/log.*
 if ((sessions == 0)) || [[ -n $(cat "$scratch"/log.*) ]]; then
