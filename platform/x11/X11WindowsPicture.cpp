@@ -89,11 +89,12 @@ X11WindowsPicture::X11WindowsPicture(X11Connection &connection, const QRect &are
 
 X11WindowsPicture::~X11WindowsPicture() {
     xcb_free_pixmap(m_connection.xcb(), m_pixmap);
+    xcb_render_util_disconnect(m_connection.xcb()); // The formats, kept by the connection's address alone.
 }
 
 void X11WindowsPicture::draw(const QRect &area) {
     auto *c = m_connection.xcb();
-    const auto *formats = xcb_render_util_query_formats(c); // Kept for the connection's life.
+    const auto *formats = xcb_render_util_query_formats(c);
     const auto formatOf = [formats](xcb_visualid_t visual) {
         const auto *found = formats ? xcb_render_util_find_visual_format(formats, visual) : nullptr;
         return found ? found->format : xcb_render_pictformat_t{XCB_NONE};
