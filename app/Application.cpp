@@ -13,6 +13,7 @@
 #include <QGuiApplication>
 #include <QScreen>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <unistd.h>
@@ -23,8 +24,16 @@ namespace {
 constexpr int kCannotRun = 1;
 constexpr int kWrongUsage = 2;
 
-double mainScreenScale() {
-    const QScreen *screen = QGuiApplication::primaryScreen();
+// Keys of the settings file that only its user writes.
+const QString kScreenKey = QStringLiteral("SCREEN");
+const QString kCentreClickKey = QStringLiteral("CENTRECLICK");
+
+double scaleOfScreen(const std::string &name) {
+    const auto screens = QGuiApplication::screens();
+    const auto named = std::find_if(screens.begin(), screens.end(), [&](const QScreen *screen) {
+        return screen->name().toStdString() == name;
+    });
+    const QScreen *screen = named == screens.end() ? QGuiApplication::primaryScreen() : *named;
     return screen != nullptr ? screen->devicePixelRatio() : 1;
 }
 
@@ -80,26 +89,42 @@ bool Application::makeReceiver(std::string &error) {
 
 bool Application::makePlatform(std::string &error) {
     if (QGuiApplication::platformName() == QLatin1String("xcb"))
-        m_platform = makeX11Platform({m_queue, mainScreenScale}, error);
+        m_platform = makeX11Platform({m_queue, scaleOfScreen, chosenScreen()}, error);
     else
         m_platform = makeNullPlatform();
     if (!m_platform)
         return false;
     followScale();
-    QObject::connect(qGuiApp, &QGuiApplication::primaryScreenChanged, &m_context, [this] {
-        m_platform->scaleMayHaveChanged();
-        followScale();
-    });
     return true;
 }
 
 void Application::followScale() {
-    const QScreen *screen = QGuiApplication::primaryScreen();
-    if (screen == nullptr)
-        return;
     const auto changed = [this] { m_platform->scaleMayHaveChanged(); };
-    QObject::connect(screen, &QScreen::geometryChanged, &m_context, changed);
-    QObject::connect(screen, &QScreen::logicalDotsPerInchChanged, &m_context, changed);
+    const auto follow = [this, changed](const QScreen *screen) {
+        QObject::connect(screen, &QScreen::geometryChanged, &m_context, changed);
+        QObject::connect(screen, &QScreen::logicalDotsPerInchChanged, &m_context, changed);
+    };
+    for (const QScreen *screen : QGuiApplication::screens())
+        follow(screen);
+    QObject::connect(qGuiApp, &QGuiApplication::screenAdded, &m_context, [changed, follow](QScreen *screen) {
+        follow(screen);
+        changed();
+    });
+    QObject::connect(qGuiApp, &QGuiApplication::primaryScreenChanged, &m_context, changed);
+}
+
+ScreenChoice Application::chosenScreen() const {
+    const auto stored = m_store.value(kScreenKey);
+    return screenChoice(m_line.screen ? *m_line.screen : stored.value_or(QString()).toStdString());
+}
+
+bool Application::clicksCentre() const {
+    if (m_line.centreClick)
+        return *m_line.centreClick;
+    const QString stored = m_store.value(kCentreClickKey).value_or(QStringLiteral("on"));
+    if (stored != QLatin1String("on") && stored != QLatin1String("off"))
+        Log::line("settings: CENTRECLICK is neither 'on' nor 'off'; using 'on'");
+    return stored != QLatin1String("off");
 }
 
 void Application::start() {
@@ -119,7 +144,7 @@ void Application::start() {
                                                    return LanguageSetting::getText(
                                                        QString::fromUtf8(key.data(), qsizetype(key.size())));
                                                },
-                                               presentSettings});
+                                               presentSettings, clicksCentre()});
     m_delegate.emplace(m_center, std::make_unique<QtTray>(m_platform->trayArea(), m_queue),
                        [this] { quit(); });
 

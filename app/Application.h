@@ -10,6 +10,7 @@
 #include "core/Shared.h"
 #include "overlay/ViewController.h"
 #include "platform/instance/InstanceServer.h"
+#include "platform/ports/ScreenChoice.h"
 #include "platform/virtual_receiver/ReceiverFeed.h"
 #include "platform/virtual_receiver/VirtualReceiver.h"
 #include "receiver/HidManager.h"
@@ -50,6 +51,8 @@ private:
     bool makeReceiver(std::string &error);
     bool makePlatform(std::string &error);
     void followScale();
+    ScreenChoice chosenScreen() const;
+    bool clicksCentre() const;
     void openSettings();
     void serveFurtherStarts();
     [[noreturn]] void quit();

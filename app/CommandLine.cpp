@@ -20,6 +20,12 @@ struct Option {
     bool (*apply)(CommandLine &line, std::string_view value, std::string &error);
 };
 
+std::optional<bool> parseSwitch(std::string_view value) {
+    if (value != "on" && value != "off")
+        return std::nullopt;
+    return value == "on";
+}
+
 bool applyReceiver(CommandLine &line, std::string_view value, std::string &error) {
     const auto identity = parseReceiverIdentity(value, error);
     if (!identity)
@@ -35,12 +41,27 @@ bool applyVirtualReceiver(CommandLine &line, std::string_view value, std::string
     return true;
 }
 
+bool applyScreen(CommandLine &line, std::string_view value, std::string &error) {
+    line.screen = value;
+    if (value.empty())
+        error = "'--screen' takes 'main', 'pointer' or a screen's name";
+    return !value.empty();
+}
+
+bool applyCentreClick(CommandLine &line, std::string_view value, std::string &error) {
+    line.centreClick = parseSwitch(value);
+    if (!line.centreClick)
+        error = "'--centre-click' takes 'on' or 'off', not '" + std::string(value) + "'";
+    return line.centreClick.has_value();
+}
+
 bool applyAutostart(CommandLine &line, std::string_view value, std::string &error) {
-    if (value != "on" && value != "off") {
+    const auto on = parseSwitch(value);
+    if (!on) {
         error = "'--autostart' takes 'on' or 'off', not '" + std::string(value) + "'";
         return false;
     }
-    const auto action = value == "on" ? CommandLine::Action::AutostartOn : CommandLine::Action::AutostartOff;
+    const auto action = *on ? CommandLine::Action::AutostartOn : CommandLine::Action::AutostartOff;
     if (line.action != CommandLine::Action::Run && line.action != action) {
         error = "'--autostart' cannot be both 'on' and 'off'";
         return false;
@@ -70,6 +91,13 @@ constexpr Option kOptions[] = {
          line.action = CommandLine::Action::Doctor;
          return true;
      }},
+    {"--screen", Value::Required, "WHERE",
+     "show the effects on the 'main' screen, on the one that the 'pointer' is on, or on the one with this "
+     "name "
+     "(--doctor lists them)",
+     false, applyScreen},
+    {"--centre-click", Value::Required, "on|off",
+     "click the centre of the screen when an effect starts and ends, or never", false, applyCentreClick},
     {"--receiver", Value::Required, "VVVV:PPPP", "use the receiver with these USB identifiers (hexadecimal)",
      false, applyReceiver},
     {"--virtual-receiver", Value::Optional, "PATH",

@@ -14,6 +14,8 @@ struct CommandLine {
     Action action = Action::Run;
     bool settings = false; // With the settings window, here or in the instance that runs already.
     bool demo = false;
+    std::optional<std::string> screen; // Which one the overlay is on, whatever the settings say.
+    std::optional<bool> centreClick;   // Whether the screen's centre is clicked, likewise.
     bool virtualReceiver = false;
     std::string virtualReceiverPath; // Empty: plugged in and silent.
     std::uint16_t vendorId = 0;

@@ -60,9 +60,7 @@ void OverlayCanvas::collect(View &view, double x, double y) {
     const PointRect frame{x + view.frame().x, y + view.frame().y, view.frame().width, view.frame().height};
     const Look &look = view.display(m_space, frame);
     const Layer layer{&view, view.serial(), view.drawings(), view.pixelFrame(), look};
-    // With nothing to see through, a surround would hide the desktop that it is meant to dim.
-    const bool showable = look.surround == 0 || m_surface.translucent();
-    if (showable && !layer.extent().isEmpty())
+    if (!layer.extent().isEmpty())
         m_layers.push_back(layer);
     for (const auto &subview : view.subviews())
         collect(*subview, frame.x, frame.y);

@@ -23,8 +23,7 @@ public:
     // Fills the main screen; never null, never replaced.
     const std::shared_ptr<View> &root() const { return m_root; }
 
-    // Called after the size, the scale or the translucency of the screen changed and the root's frame
-    // follows.
+    // Called after the screen, its size or its scale changed and the root's frame follows.
     void onScreenChanged(std::function<void()> listener) { m_screenChanged = std::move(listener); }
 
     // While true nothing of the tree is on the screen, so that a picture of the screen shows what lies below.

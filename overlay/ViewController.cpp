@@ -23,6 +23,7 @@ namespace {
 constexpr unsigned kMonitorMask = 3316;
 
 constexpr auto kRecaptureDelay = 200ms;
+constexpr auto kLeavingTime = 100ms; // From the screen, for the windows below to show what is theirs.
 constexpr auto kClickAfterSettingsDelay = 500ms;
 constexpr double kTextSize = 36; // Points.
 
@@ -74,7 +75,8 @@ void ViewController::viewDidLoad() {
 }
 
 void ViewController::initView() {
-    m_content = m_canvas.root()->frame(); // The canvas keeps it to the main screen.
+    m_content = m_canvas.root()->frame(); // The canvas keeps it to the screen.
+    m_area = m_needs.platform.surface().area();
     Log::format("坐标为 %f,%f,%f,%f", m_content.x, m_content.y, m_content.width, m_content.height);
     m_effectSwitchHintTextField = makeField(hintFrame(m_content), {1, 1, 1, 0.8});
     m_effectSwitchHintTextField->setHidden(true);
@@ -114,13 +116,17 @@ void ViewController::observe(std::string_view name, Step step) {
 
 void ViewController::screenChanged() {
     const PointRect content = m_canvas.root()->frame();
-    if (!m_effectSwitchHintTextField || content == m_content)
+    const QRect area = m_needs.platform.surface().area();
+    if (!m_effectSwitchHintTextField || (content == m_content && area == m_area))
         return;
     m_content = content;
+    m_area = area;
     m_effectSwitchHintTextField->setFrame(hintFrame(content));
     m_logTextField->setFrame(logFrame(content));
-    if (m_mouseEffectIsOn)
-        refreshPen(); // The effect's views have the old screen's size.
+    if (!m_mouseEffectIsOn)
+        return;
+    refreshPen(); // The effect's views have the old screen's size, or its picture.
+    drawAtPointer();
 }
 
 void ViewController::addMouseKeyboardObserver() {
@@ -156,10 +162,24 @@ void ViewController::watchedKeyDown(int keyCode) {
     Log::line(key->pressed);
     if (m_needs.config.type() == kEffectZoom)
         after(kRecaptureDelay, [this] { screenShotMethod(); });
+    else if (!m_needs.platform.surface().translucent())
+        after(kRecaptureDelay, [this] { renewStill(); });
 }
 
-// In points of the desktop, where the main screen's own place is not added.
+// A still of the slide before must not stand around the disc.
+void ViewController::renewStill() {
+    m_canvas.setOutOfSight(true);
+    after(kLeavingTime, [this] { m_canvas.setOutOfSight(false); });
+}
+
+void ViewController::drawAtPointer() {
+    if (const auto at = m_needs.platform.inputMonitor().pointer())
+        drawMousePointWithEvent({InputEventType::MouseMoved, *at});
+}
+
 void ViewController::clickCentre() {
+    if (!m_needs.centreClick)
+        return;
     const Size screen = m_needs.platform.surface().size();
     const QPointF centre(screen.width * 0.5, screen.height * 0.5);
     SyntheticMouse &mouse = m_needs.platform.syntheticMouse();

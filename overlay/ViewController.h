@@ -58,6 +58,9 @@ public:
 
         // Puts up a new settings window; null where there is none.
         std::function<std::shared_ptr<PresentedController>()> presentSettings;
+
+        // Without the centre click nothing is clicked, and an effect starts where the mouse is.
+        bool centreClick = true;
     };
 
     explicit ViewController(const Needs &needs);
@@ -161,6 +164,8 @@ private:
     void handle(const InputEvent &event);
     void watchedKeyDown(int keyCode);
     void clickCentre();
+    void drawAtPointer();
+    void renewStill();
     void holdEffect();
     void buildMagnifier();
     void keepFewHolders();
@@ -176,7 +181,8 @@ private:
     OverlayCanvas m_canvas;
     StillCapture m_still;
     DelayedCalls m_calls;
-    PointRect m_content; // The content view's frame that the fields and views were made for.
+    PointRect m_content; // The content view's frame that the fields and views were made for,
+    QRect m_area;        // and the place of their screen.
 
     bool m_mouseEffectIsOn = false;
     std::shared_ptr<void> m_mEventMonitor;

@@ -120,8 +120,10 @@ void ViewController::keepFewHolders() {
 
 void ViewController::mouseEffectOn() {
     if (!m_mouseEffectIsOn) {
-        m_needs.platform.surface().raise(); // Windows that came up since the last effect may lie above.
+        m_needs.platform.surface().raise();
         refreshPen();
+        if (!m_needs.centreClick)
+            drawAtPointer(); // Otherwise the click's own motion shows the effect.
         after(kClickDelay, [this] {
             clickCentre();
             if (m_needs.config.type() == kEffectZoom && m_zoomScreenShotImageView)
@@ -276,7 +278,7 @@ void ViewController::showHint(const QString &text) {
     m_calls.cancel("setEffectSwitchHintTextFieldHidden");
     m_calls.request("setEffectSwitchHintTextFieldHidden", kHintTime,
                     [this] { setEffectSwitchHintTextFieldHidden(); });
-    m_needs.platform.surface().raise(); // Above a slide show that was started since.
+    m_needs.platform.surface().raise();
 }
 
 void ViewController::setEffectSwitchHintTextFieldHidden() {

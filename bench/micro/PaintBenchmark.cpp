@@ -22,6 +22,7 @@ public:
     explicit PatchSurface(Size size) : m_size(size), m_pixels(std::size_t(size.width * size.height)) {}
 
     Size size() const override { return m_size; }
+    QRect area() const override { return {0, 0, int(m_size.width), int(m_size.height)}; }
     double scale() const override { return 1; }
     bool translucent() const override { return true; }
     void onChanged(std::function<void()> listener) override { m_changed = std::move(listener); }

@@ -16,6 +16,7 @@ namespace {
 class NullSurface final : public OverlaySurface {
 public:
     Size size() const override { return {}; }
+    QRect area() const override { return {}; }
     double scale() const override { return 1; }
     bool translucent() const override { return false; }
     void onChanged(std::function<void()>) override {}
@@ -30,6 +31,7 @@ class NullInputMonitor final : public InputMonitor {
 public:
     bool available() const override { return false; }
     void addGlobalMonitor(unsigned, Handler) override {}
+    std::optional<Point> pointer() const override { return std::nullopt; }
     void followMotion(bool) override {}
 };
 

@@ -3,6 +3,7 @@
 #include "core/Geometry.h"
 
 #include <functional>
+#include <optional>
 
 namespace companion {
 
@@ -42,6 +43,9 @@ public:
     // `mask` has the bit 1 << type set for each wanted event type. Handlers run on the main thread, and stay
     // for the monitor's life. Motions that arrive together come as one event with the last location.
     virtual void addGlobalMonitor(unsigned mask, Handler handler) = 0;
+
+    // Where the pointer is now, in overlay points; nothing where that cannot be known.
+    virtual std::optional<Point> pointer() const = 0;
 
     // Motions and drags may be left out while this is off, as it is at first: an idle program is not to be
     // woken by every move of the mouse.

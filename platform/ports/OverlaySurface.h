@@ -37,33 +37,38 @@ struct SurfaceFrame {
     std::uint64_t picture = 0;
 };
 
-// The overlay's real window: covers the main screen, above everything, never focused, mouse passing through
-// until told otherwise. Its content stays until replaced.
+// The overlay's real window: covers one screen, above everything, never focused, mouse passing through until
+// told otherwise. Its content stays until replaced.
 class OverlaySurface {
 public:
     virtual ~OverlaySurface() = default;
 
-    // Of the main screen, in points; zero without one.
+    // Of the overlay's screen, in points; zero without one.
     virtual Size size() const = 0;
+
+    // Where that screen lies on the desktop, in device pixels from the desktop's top left.
+    virtual QRect area() const = 0;
 
     // Device pixels in one point.
     virtual double scale() const = 0;
 
-    // Whether what lies below can be seen through painted pixels (a compositor runs).
+    // Whether what lies below is seen live through painted pixels (a compositor runs). If not, it is a still
+    // of the desktop, taken when the overlay comes up: it has to leave the screen for a new one.
     virtual bool translucent() const = 0;
 
-    // Called on the main thread when size, scale or translucency changed or the content was lost: everything
-    // must be painted again. One listener.
+    // Called on the main thread when the screen, its place, size or scale or the translucency changed or the
+    // content was lost: everything must be painted again. One listener.
     virtual void onChanged(std::function<void()> listener) = 0;
 
     // 1002 and 1000: above all other windows; 1003 is kept for the settings window, above this one; any lower
     // level: out of sight, nothing painted and no mouse taken until a front level returns.
     virtual void setLevel(int level) = 0;
 
-    // Takes every press, release, motion and scroll on the main screen, or lets all of them through.
+    // Takes every press, release, motion and scroll on its screen, or lets all of them through.
     virtual void setTakesMouse(bool takes) = 0;
 
-    // Above whatever has come up since; the order of the levels stays.
+    // Something is to be shown: on the screen that is asked for, and above whatever has come up since. The
+    // order of the levels stays.
     virtual void raise() = 0;
 
     // Keeps the overlay below this window (level 1003) for as long as that is on the screen. The identifier

@@ -13,7 +13,8 @@ public:
 
     virtual bool available() const = 0;
 
-    // `where` in points of the whole desktop, origin top left. Events arrive in posting order.
+    // `where` in points of the overlay's screen, origin at that screen's top left. Events arrive in posting
+    // order.
     virtual void post(SyntheticMouseEvent event, QPointF where) = 0;
 };
 

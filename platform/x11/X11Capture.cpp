@@ -69,7 +69,7 @@ X11Capture::X11Capture(X11Connection &connection, X11Screens &screens, MainQueue
 }
 
 void X11Capture::captureDesktop(std::function<void(const QImage &)> done) {
-    const QRect area = m_screens.mainScreen();
+    const QRect area = m_screens.area();
     QImage image;
     if (m_available && !area.isEmpty()) {
         if (windowsAreApart()) {
@@ -85,8 +85,8 @@ void X11Capture::captureDesktop(std::function<void(const QImage &)> done) {
 
 // A whole picture would cost the start most of its time on a large screen.
 void X11Capture::probe() {
-    if (m_available && !m_screens.mainScreen().isEmpty())
-        copied(m_connection.root(), QRect(m_screens.mainScreen().topLeft(), QSize(1, 1)));
+    if (m_available && !m_screens.area().isEmpty())
+        copied(m_connection.root(), QRect(m_screens.area().topLeft(), QSize(1, 1)));
 }
 
 bool X11Capture::windowsAreApart() {

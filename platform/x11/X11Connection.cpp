@@ -4,7 +4,9 @@
 
 #include <QAbstractEventDispatcher>
 
+#include <xcb/composite.h>
 #include <xcb/randr.h>
+#include <xcb/render.h>
 #include <xcb/shape.h>
 #include <xcb/shm.h>
 #include <xcb/xfixes.h>
@@ -92,8 +94,8 @@ std::optional<X11Connection::Extensions> X11Connection::askServer(const Link &li
         error = "the X server's byte order is not this machine's";
         return std::nullopt;
     }
-    xcb_extension_t *const all[] = {&xcb_xfixes_id, &xcb_shape_id, &xcb_input_id,
-                                    &xcb_test_id,   &xcb_randr_id, &xcb_shm_id};
+    xcb_extension_t *const all[] = {&xcb_xfixes_id, &xcb_shape_id, &xcb_render_id,    &xcb_input_id,
+                                    &xcb_test_id,   &xcb_randr_id, &xcb_composite_id, &xcb_shm_id};
     for (auto *extension : all)
         xcb_prefetch_extension_data(c, extension);
     const auto present = [c](xcb_extension_t &extension) -> const xcb_query_extension_reply_t * {
@@ -102,9 +104,10 @@ std::optional<X11Connection::Extensions> X11Connection::askServer(const Link &li
     };
     const auto *xfixes = present(xcb_xfixes_id);
     const auto *xinput = present(xcb_input_id);
-    if (!xfixes || !xinput || !present(xcb_shape_id)) {
+    const bool shape = present(xcb_shape_id) != nullptr;
+    if (!xfixes || !xinput || !shape || !present(xcb_render_id)) {
         error = "the X server lacks the extension ";
-        error += !xfixes ? "XFIXES" : (!xinput ? "XInputExtension" : "SHAPE");
+        error += !xfixes ? "XFIXES" : (!xinput ? "XInputExtension" : (!shape ? "SHAPE" : "RENDER"));
         return std::nullopt;
     }
 
@@ -132,6 +135,7 @@ std::optional<X11Connection::Extensions> X11Connection::askServer(const Link &li
     extensions.xfixesEvent = xfixes->first_event;
     extensions.xinputOpcode = xinput->major_opcode;
     extensions.xtest = present(xcb_test_id) != nullptr;
+    extensions.composite = present(xcb_composite_id) != nullptr;
     if (randr) {
         const X11Reply<xcb_randr_query_version_reply_t> version(
             xcb_randr_query_version_reply(c, randrCookie, nullptr));

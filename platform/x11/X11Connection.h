@@ -38,6 +38,7 @@ public:
         std::uint8_t randrEvent = 0; // 0: no list of monitors, or none that is current.
         std::uint8_t xinputOpcode = 0;
         bool xtest = false;
+        bool composite = false;
         bool sharedMemory = false; // By passing a descriptor, so never with a remote server.
     };
 
@@ -63,6 +64,7 @@ public:
 
     xcb_connection_t *xcb() const { return m_xcb.get(); }
     const std::shared_ptr<xcb_connection_t> &shared() const { return m_xcb; }
+    Link link() const { return {m_xcb, m_screenNumber}; }
     const xcb_screen_t &screen() const { return *m_screen; }
     xcb_window_t root() const { return m_screen->root; }
     int screenNumber() const { return m_screenNumber; }

@@ -122,23 +122,31 @@ void X11InputMonitor::append(InputEventType type, int keyCode) {
         m_pending.push_back({type, {}, keyCode});
 }
 
-// False only if the server will not say.
-bool X11InputMonitor::findPointer() {
-    // Only a motion that has just come tells where the pointer is now.
-    if (m_pointer)
-        return true;
+// Nothing only if the server will not say.
+std::optional<X11InputMonitor::Pointer> X11InputMonitor::askPointer() const {
     const auto cookie = xcb_query_pointer(m_connection.xcb(), m_connection.root());
     const X11Reply<xcb_query_pointer_reply_t> reply(
         xcb_query_pointer_reply(m_connection.xcb(), cookie, nullptr));
     if (!reply) {
         m_connection.checkAlive();
-        return false;
+        return std::nullopt;
     }
     m_connection.sawReplyTo(cookie.sequence);
-    // Events that came with the answer stay queued: some may be younger than it, and it tells nothing of
-    // where those moved the pointer.
-    m_pointer = {reply->root_x, reply->root_y, reply->mask};
-    return true;
+    return Pointer{reply->root_x, reply->root_y, reply->mask};
+}
+
+std::optional<Point> X11InputMonitor::pointer() const {
+    const auto place = askPointer();
+    return place ? std::optional(m_screens.toOverlay(place->x, place->y)) : std::nullopt;
+}
+
+bool X11InputMonitor::findPointer() {
+    // Only a motion that has just come tells where the pointer is now. When asked for, events that came with
+    // the answer stay queued: some may be younger than it, and it tells nothing of where those moved the
+    // pointer.
+    if (!m_pointer)
+        m_pointer = askPointer();
+    return m_pointer.has_value();
 }
 
 void X11InputMonitor::deliver() {
@@ -147,6 +155,8 @@ void X11InputMonitor::deliver() {
         m_pointer.reset();
         return;
     }
+    if (m_following)
+        m_screens.pointerAt({m_pointer->x, m_pointer->y});
     const Point location = m_screens.toOverlay(m_pointer->x, m_pointer->y);
     const InputEventType motion = motionWith(m_pointer->buttons);
     m_pointer.reset();

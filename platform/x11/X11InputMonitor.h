@@ -22,6 +22,8 @@ public:
     bool available() const override { return true; }
     void addGlobalMonitor(unsigned mask, Handler handler) override;
 
+    std::optional<Point> pointer() const override;
+
     void followMotion(bool follow) override;
 
     // The listener below is told of the next motion, whether motions are followed or not.
@@ -46,6 +48,7 @@ private:
     void collect(const xcb_generic_event_t &event);
     void append(InputEventType type, int keyCode = 0);
     void deliver();
+    std::optional<Pointer> askPointer() const;
     bool findPointer();
 
     X11Connection &m_connection;

@@ -1,5 +1,7 @@
 #include "platform/x11/X11Painter.h"
 
+#include "platform/x11/X11Rectangle.h"
+
 #include <algorithm>
 #include <cstring>
 #include <utility>
@@ -14,11 +16,6 @@ constexpr std::size_t kMostRectangles = 4096; // In one request; far below the s
 constexpr std::size_t kRequestHeader = 64;    // More than any request's fixed part.
 constexpr std::size_t kOwnMemory = 1 << 18;
 
-xcb_rectangle_t toRectangle(const QRect &r) {
-    return {static_cast<std::int16_t>(r.x()), static_cast<std::int16_t>(r.y()),
-            static_cast<std::uint16_t>(r.width()), static_cast<std::uint16_t>(r.height())};
-}
-
 std::size_t bytesOf(const QSize &size) {
     return static_cast<std::size_t>(size.width()) * static_cast<std::size_t>(size.height()) * sizeof(Pixel);
 }
@@ -29,13 +26,13 @@ std::size_t aligned(std::size_t bytes) {
 
 } // namespace
 
-X11Painter::X11Painter(X11Connection &connection, xcb_window_t window, std::size_t bytes)
+X11Painter::X11Painter(X11Connection &connection, xcb_drawable_t target, std::size_t bytes)
     : m_connection(connection),
-      m_window(window),
+      m_target(target),
       m_gc(xcb_generate_id(connection.xcb())),
       m_shared(X11SharedMemory::create(connection, bytes)) {
     const std::uint32_t values[] = {m_foreground, 0};
-    xcb_create_gc(m_connection.xcb(), m_gc, window, XCB_GC_FOREGROUND | XCB_GC_GRAPHICS_EXPOSURES, values);
+    xcb_create_gc(m_connection.xcb(), m_gc, target, XCB_GC_FOREGROUND | XCB_GC_GRAPHICS_EXPOSURES, values);
     if (m_shared) {
         m_memory = m_shared->data();
         m_size = m_shared->size();
@@ -60,7 +57,7 @@ void X11Painter::fill(std::span<const SurfaceFrame::Fill> fills) {
             xcb_change_gc(m_connection.xcb(), m_gc, XCB_GC_FOREGROUND, &pixel);
             m_foreground = pixel;
         }
-        xcb_poly_fill_rectangle(m_connection.xcb(), m_window, m_gc,
+        xcb_poly_fill_rectangle(m_connection.xcb(), m_target, m_gc,
                                 static_cast<std::uint32_t>(m_rectangles.size()), m_rectangles.data());
     }
 }
@@ -126,13 +123,13 @@ void X11Painter::send(const PixelPatch &band) {
     const auto r = toRectangle(band.area);
     if (!m_shared) {
         const auto bytes = std::size_t{r.width} * r.height * sizeof(Pixel);
-        xcb_put_image(m_connection.xcb(), XCB_IMAGE_FORMAT_Z_PIXMAP, m_window, m_gc, r.width, r.height, r.x,
+        xcb_put_image(m_connection.xcb(), XCB_IMAGE_FORMAT_Z_PIXMAP, m_target, m_gc, r.width, r.height, r.x,
                       r.y, 0, kDepth, static_cast<std::uint32_t>(bytes),
                       reinterpret_cast<const std::uint8_t *>(band.pixels));
         return;
     }
     const auto offset = reinterpret_cast<std::byte *>(band.pixels) - m_memory;
-    const auto cookie = xcb_shm_put_image(m_connection.xcb(), m_window, m_gc, r.width, r.height, 0, 0,
+    const auto cookie = xcb_shm_put_image(m_connection.xcb(), m_target, m_gc, r.width, r.height, 0, 0,
                                           r.width, r.height, r.x, r.y, kDepth, XCB_IMAGE_FORMAT_Z_PIXMAP, 0,
                                           m_shared->id(), static_cast<std::uint32_t>(offset));
     m_lastSent = cookie.sequence;

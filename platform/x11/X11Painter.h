@@ -9,16 +9,19 @@
 
 namespace companion {
 
-// Puts pixels into a window with 32-bit pixels, in device pixels. Costs no round trip and no allocation per
-// call once warm; nothing is sent before the connection is flushed.
+// Puts pixels into a window or pixmap with 32-bit pixels, in device pixels. Costs no round trip and no
+// allocation per call once warm; nothing is sent before the connection is flushed.
 class X11Painter {
 public:
     using PaintPatch = std::function<void(const PixelPatch &)>;
 
     // `bytes` of pixel memory; the part that is never used costs nothing.
-    X11Painter(X11Connection &connection, xcb_window_t window, std::size_t bytes);
+    X11Painter(X11Connection &connection, xcb_drawable_t target, std::size_t bytes);
     X11Painter(const X11Painter &) = delete;
     X11Painter &operator=(const X11Painter &) = delete;
+
+    // From now on there.
+    void setTarget(xcb_drawable_t target) { m_target = target; }
 
     // The server draws these itself: one request for neighbours of one pixel value.
     void fill(std::span<const SurfaceFrame::Fill> fills);
@@ -37,7 +40,7 @@ private:
     void send(const PixelPatch &band);
 
     X11Connection &m_connection;
-    xcb_window_t m_window;
+    xcb_drawable_t m_target;
     xcb_gcontext_t m_gc;
     Pixel m_foreground = 0;
     std::vector<xcb_rectangle_t> m_rectangles;

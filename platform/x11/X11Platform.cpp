@@ -20,9 +20,9 @@ class X11Platform final : public Platform {
 public:
     X11Platform(std::unique_ptr<X11Connection> connection, const X11Needs &needs, std::string &error)
         : m_connection(std::move(connection)),
-          m_screens(*m_connection, needs.queue, needs.scale),
+          m_screens(*m_connection, needs.queue, needs.screen, needs.scale),
           m_compositor(*m_connection),
-          m_surface(X11Surface::make(*m_connection, m_screens, m_compositor, error)),
+          m_surface(X11Surface::make(*m_connection, needs.queue, m_screens, m_compositor, error)),
           m_inputMonitor(*m_connection, m_screens),
           m_syntheticMouse(*m_connection, m_screens),
           m_capture(*m_connection, m_screens, needs.queue),
@@ -77,8 +77,7 @@ bool x11ServerAnswers(std::string &error) {
 
 bool x11ServerSuffices(std::string &error) {
     const auto link = X11Connection::connect({}, error);
-    return link.xcb && X11Connection::suffices(link, error) &&
-           X11Surface::translucentVisual(screenOf(link), error) != 0;
+    return link.xcb && X11Connection::suffices(link, error) && X11Surface::possible(link, error);
 }
 
 bool x11CompositorRuns() {

@@ -2,6 +2,7 @@
 
 #include "core/MainQueue.h"
 #include "platform/ports/Platform.h"
+#include "platform/ports/ScreenChoice.h"
 
 #include <functional>
 #include <memory>
@@ -11,8 +12,9 @@ namespace companion {
 
 struct X11Needs {
     MainQueue &queue;
-    std::function<double()>
-        scale;                    // Device pixels in one point of the main screen; asked when screens change.
+    // Device pixels in one point of the screen with that name; asked when screens change.
+    std::function<double(const std::string &screen)> scale;
+    ScreenChoice screen = {};
     std::string displayName = {}; // Empty: the DISPLAY of the environment.
 };
 

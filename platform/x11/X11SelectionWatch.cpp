@@ -25,17 +25,18 @@ X11SelectionWatch::X11SelectionWatch(X11Connection &connection, const std::strin
         static_cast<std::uint8_t>(connection.extensions().xfixesEvent + XCB_XFIXES_SELECTION_NOTIFY);
     connection.onEvent(type, [this](const xcb_generic_event_t &event) {
         const auto &notify = reinterpret_cast<const xcb_xfixes_selection_notify_event_t &>(event);
-        const bool held = notify.owner != XCB_NONE;
-        if (notify.selection != m_selection || held == m_held)
+        if (notify.selection != m_selection)
             return;
-        m_held = held;
-        m_changed();
+        const bool wasHeld = held();
+        m_owner = notify.owner;
+        if (held() != wasHeld)
+            m_changed();
     });
     const X11Reply<xcb_get_selection_owner_reply_t> reply(
         xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, m_selection), nullptr));
     if (!reply)
         connection.checkAlive();
-    m_held = reply && reply->owner != XCB_NONE;
+    m_owner = reply ? reply->owner : xcb_window_t{XCB_NONE};
 }
 
 bool x11SelectionHeld(const std::string &name) {

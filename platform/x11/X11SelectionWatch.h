@@ -13,11 +13,12 @@ public:
     X11SelectionWatch(const X11SelectionWatch &) = delete;
     X11SelectionWatch &operator=(const X11SelectionWatch &) = delete;
 
-    bool held() const { return m_held; }
+    bool held() const { return m_owner != XCB_NONE; }
+    xcb_window_t owner() const { return m_owner; }
 
 private:
     xcb_atom_t m_selection;
-    bool m_held = false;
+    xcb_window_t m_owner = XCB_NONE;
     std::function<void()> m_changed;
 };
 

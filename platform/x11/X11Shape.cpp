@@ -2,16 +2,13 @@
 
 #include <xcb/shape.h>
 
+#include <algorithm>
+
 namespace companion {
 
 namespace {
 
 constexpr std::size_t kMostRectangles = 8192; // In one request; a quarter of the smallest limit.
-constexpr int kWorthShrinking = 4;            // Times larger than needed.
-
-std::int64_t areaOf(const QRect &r) {
-    return std::int64_t{r.width()} * r.height();
-}
 
 } // namespace
 
@@ -24,38 +21,13 @@ X11Shape::X11Shape(X11Connection &connection, xcb_window_t window)
     xcb_xfixes_create_region(m_connection.xcb(), m_difference, 0, nullptr);
 }
 
-void X11Shape::reset(bool composited) {
-    set(QRect());
+void X11Shape::drop() {
+    xcb_shape_mask(m_connection.xcb(), XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING, m_window, 0, 0, XCB_NONE);
+}
+
+void X11Shape::clear() {
     xcb_xfixes_set_region(m_connection.xcb(), m_region, 0, nullptr);
-    m_changed = false;
-    if (composited) {
-        const std::uint32_t transparent = 0;
-        xcb_change_window_attributes(m_connection.xcb(), m_window, XCB_CW_BACK_PIXEL, &transparent);
-    } else {
-        const std::uint32_t none = XCB_BACK_PIXMAP_NONE;
-        xcb_change_window_attributes(m_connection.xcb(), m_window, XCB_CW_BACK_PIXMAP, &none);
-    }
-}
-
-void X11Shape::cover(const QRect &occupied, const QRect &all, bool moving) {
-    if (occupied.isEmpty()) {
-        if (!m_rectangle.isEmpty())
-            set(QRect());
-        return;
-    }
-    const QRect wanted = moving ? all : occupied;
-    const bool fits = m_rectangle.contains(wanted);
-    if (!fits || areaOf(m_rectangle) > kWorthShrinking * areaOf(wanted))
-        set(wanted);
-}
-
-void X11Shape::set(const QRect &rectangle) {
-    m_rectangle = rectangle;
-    const xcb_rectangle_t r{
-        static_cast<std::int16_t>(rectangle.x()), static_cast<std::int16_t>(rectangle.y()),
-        static_cast<std::uint16_t>(rectangle.width()), static_cast<std::uint16_t>(rectangle.height())};
-    xcb_shape_rectangles(m_connection.xcb(), XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING,
-                         XCB_CLIP_ORDERING_UNSORTED, m_window, 0, 0, rectangle.isEmpty() ? 0 : 1, &r);
+    m_changed = true;
 }
 
 void X11Shape::combine(std::span<const xcb_rectangle_t> rectangles, bool add) {

@@ -61,8 +61,10 @@ Extent extentOf(xcb_connection_t *c, xcb_window_t window) {
 
 } // namespace
 
-X11Stacking::X11Stacking(X11Connection &connection, std::array<xcb_window_t, 2> windows)
+X11Stacking::X11Stacking(X11Connection &connection, const X11Screens &screens,
+                         std::array<xcb_window_t, 2> windows)
     : m_connection(connection),
+      m_screens(screens),
       m_windows(windows) {
     const auto note = [this](const xcb_generic_event_t &event) {
         // All of these events begin alike.
@@ -131,13 +133,12 @@ X11Stacking::Standing X11Stacking::look() {
 
 bool X11Stacking::covered(const Standing &standing) const {
     auto *c = m_connection.xcb();
-    const QRect screen = extentOf(c, m_windows.front()).area;
     const auto lowest = std::find(standing.all.begin(), standing.all.end(), standing.above.front());
     return std::any_of(lowest, standing.all.end(), [&](xcb_window_t window) {
         if (holds(standing.above, window) || isOurs(window) || !isVisible(c, window))
             return false;
         const Extent extent = extentOf(c, window);
-        return extent.opaque && extent.area.contains(screen);
+        return extent.opaque && extent.area.contains(m_screens.area());
     });
 }
 

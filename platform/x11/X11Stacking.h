@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/x11/X11Connection.h"
+#include "platform/x11/X11Screens.h"
 
 #include <array>
 #include <vector>
@@ -15,8 +16,8 @@ namespace companion {
 // of sight: the next raise() then goes to the very top.
 class X11Stacking {
 public:
-    // The windows from the bottom up.
-    X11Stacking(X11Connection &connection, std::array<xcb_window_t, 2> windows);
+    // The windows from the bottom up. They are seen on the overlay's screen, whether mapped now or not.
+    X11Stacking(X11Connection &connection, const X11Screens &screens, std::array<xcb_window_t, 2> windows);
 
     // On top, or right below the windows that are to stay above.
     void raise();
@@ -40,6 +41,7 @@ private:
     bool isOurs(xcb_window_t window) const;
 
     X11Connection &m_connection;
+    const X11Screens &m_screens;
     std::array<xcb_window_t, 2> m_windows;
     std::vector<xcb_window_t> m_above;
     bool m_belowSome = false; // When last looked at.

@@ -1,11 +1,12 @@
 #include "platform/x11/X11Surface.h"
 
-#include "platform/x11/OpaqueSpans.h"
-
-#include <xcb/shape.h>
+#include "platform/x11/CoveredSpans.h"
+#include "platform/x11/X11OverlayWindows.h"
+#include "platform/x11/X11Rectangle.h"
 
 #include <algorithm>
-#include <string_view>
+
+using namespace std::chrono_literals;
 
 namespace companion {
 
@@ -13,100 +14,58 @@ namespace {
 
 constexpr int kFirstFrontLevel = 1000; // Two front levels exist, 1002 and 1000; both are above all windows.
 constexpr std::size_t kPixelMemory = 4 << 20;
+constexpr auto kCheckEvery = 100ms;   // Whether the compositor is still at work, while the overlay is shown.
+constexpr auto kSettlingTime = 100ms; // For the windows below to draw what the overlay has left.
 
-xcb_rectangle_t toRectangle(const QRect &r) {
-    return {static_cast<std::int16_t>(r.x()), static_cast<std::int16_t>(r.y()),
-            static_cast<std::uint16_t>(r.width()), static_cast<std::uint16_t>(r.height())};
-}
-
-bool isOpaque(Pixel pixel) {
-    return pixel >> 24 == 255;
+std::int64_t areaOf(const QRect &r) {
+    return std::int64_t{r.width()} * r.height();
 }
 
 } // namespace
 
-// 8 bits of alpha above 24 bits of colour.
-xcb_visualid_t X11Surface::translucentVisual(const xcb_screen_t &screen, std::string &error) {
-    for (auto depth = xcb_screen_allowed_depths_iterator(&screen); depth.rem > 0; xcb_depth_next(&depth)) {
-        if (depth.data->depth != 32)
-            continue;
-        for (auto i = xcb_depth_visuals_iterator(depth.data); i.rem > 0; xcb_visualtype_next(&i))
-            if (i.data->_class == XCB_VISUAL_CLASS_TRUE_COLOR && i.data->red_mask == 0xff0000 &&
-                i.data->green_mask == 0xff00 && i.data->blue_mask == 0xff)
-                return i.data->visual_id;
-    }
-    error = "the X server has no windows with an alpha channel";
-    return 0;
+bool X11Surface::possible(const X11Connection::Link &link, std::string &error) {
+    if (translucentVisual(screenOf(link), error) == 0)
+        return false;
+    if (X11Still::formatsOf(link))
+        return true;
+    error = "the X server cannot blend pictures of its own screen";
+    return false;
 }
 
-std::unique_ptr<X11Surface> X11Surface::make(X11Connection &connection, X11Screens &screens,
+std::unique_ptr<X11Surface> X11Surface::make(X11Connection &connection, MainQueue &queue, X11Screens &screens,
                                              X11CompositorWatch &compositor, std::string &error) {
-    const auto visual = translucentVisual(connection.screen(), error);
-    if (visual == 0)
+    if (!possible(connection.link(), error))
         return nullptr;
-    return std::unique_ptr<X11Surface>(new X11Surface(connection, screens, compositor, visual));
+    return std::unique_ptr<X11Surface>(new X11Surface(connection, queue, screens, compositor,
+                                                      translucentVisual(connection.screen(), error),
+                                                      *X11Still::formatsOf(connection.link())));
 }
 
-X11Surface::X11Surface(X11Connection &connection, X11Screens &screens, X11CompositorWatch &compositor,
-                       xcb_visualid_t visual)
+X11Surface::X11Surface(X11Connection &connection, MainQueue &queue, X11Screens &screens,
+                       X11CompositorWatch &compositor, xcb_visualid_t visual,
+                       const X11Still::Formats &formats)
     : m_connection(connection),
+      m_queue(queue),
       m_screens(screens),
       m_compositor(compositor),
-      m_drawn(createDrawn(visual)),
-      m_catcher(createCatcher()),
-      m_stacking(connection, {m_drawn, m_catcher}),
-      m_shape(connection, m_drawn),
-      m_painter(connection, m_drawn, kPixelMemory) {
-    xcb_shape_rectangles(m_connection.xcb(), XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, XCB_CLIP_ORDERING_UNSORTED,
-                         m_drawn, 0, 0, 0, nullptr);
-    m_shape.reset(translucent());
-    shapeCatcher();
+      m_drawn(connection, queue, createDrawnWindow(connection, screens.area(), visual), screens.area()),
+      m_catcher(connection, queue, createCatcherWindow(connection, screens.area()), screens.area()),
+      m_stacking(connection, screens, windows()),
+      m_shape(connection, m_drawn.window()),
+      m_still(connection, m_drawn.window(), formats),
+      m_painter(connection, m_drawn.window(), kPixelMemory) {
+    setBlends(m_compositor.blends());
     m_screens.onChanged([this] { follow(); });
-    m_compositor.onChanged([this] { startOver(); });
-}
-
-xcb_window_t X11Surface::createDrawn(xcb_visualid_t visual) {
-    auto *c = m_connection.xcb();
-    const auto colormap = xcb_generate_id(c);
-    xcb_create_colormap(c, XCB_COLORMAP_ALLOC_NONE, colormap, m_connection.root(), visual);
-    const auto window = xcb_generate_id(c);
-    const auto r = toRectangle(m_screens.mainScreen());
-    const std::uint32_t values[] = {0, 0, 1, colormap}; // Background, border, override-redirect, colormap.
-    xcb_create_window(
-        c, 32, window, m_connection.root(), r.x, r.y, r.width, r.height, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
-        visual, XCB_CW_BACK_PIXEL | XCB_CW_BORDER_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_COLORMAP, values);
-
-    using namespace std::string_view_literals;
-    const auto setText = [&](xcb_atom_t property, xcb_atom_t type, std::string_view text) {
-        xcb_change_property(c, XCB_PROP_MODE_REPLACE, window, property, type, 8,
-                            static_cast<std::uint32_t>(text.size()), text.data());
-    };
-    setText(XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, "presenter-companion\0presenter-companion\0"sv);
-    setText(XCB_ATOM_WM_NAME, XCB_ATOM_STRING, "Presenter overlay"sv);
-    const auto setNumber = [&](const char *property, xcb_atom_t type, std::uint32_t value) {
-        xcb_change_property(c, XCB_PROP_MODE_REPLACE, window, m_connection.atom(property), type, 32, 1,
-                            &value);
-    };
-    setNumber("_NET_WM_WINDOW_TYPE", XCB_ATOM_ATOM, m_connection.atom("_NET_WM_WINDOW_TYPE_NOTIFICATION"));
-    setNumber("_COMPTON_SHADOW", XCB_ATOM_CARDINAL, 0); // A shadow would dim what the effect leaves clear.
-    return window;
-}
-
-xcb_window_t X11Surface::createCatcher() {
-    auto *c = m_connection.xcb();
-    const auto window = xcb_generate_id(c);
-    const auto r = toRectangle(m_screens.mainScreen());
-    // Presses are asked for, so that a drag which began here also ends here, and motions, since they tell the
-    // input monitor where the pointer is. Nothing of the mouse goes on to the root, where a window manager's
-    // menu waits for clicks. Keys do: they are not ours.
-    const std::uint32_t buttons = XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE;
-    const std::uint32_t motions = XCB_EVENT_MASK_POINTER_MOTION;
-    const std::uint32_t values[] = {1, buttons | motions, buttons | motions | XCB_EVENT_MASK_BUTTON_MOTION};
-    // In the order of the mask's bits: override-redirect, event mask, do-not-propagate mask.
-    xcb_create_window(c, 0, window, m_connection.root(), r.x, r.y, r.width, r.height, 0,
-                      XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT,
-                      XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK | XCB_CW_DONT_PROPAGATE, values);
-    return window;
+    m_compositor.onChanged([this] {
+        m_mayBlendAgain = m_compositor.running();
+        check();
+    });
+    connection.onEvent(XCB_EXPOSE, [this](const xcb_generic_event_t &event) {
+        const auto &exposed = reinterpret_cast<const xcb_expose_event_t &>(event);
+        if (exposed.window == m_drawn.window())
+            m_exposed |= QRect(exposed.x, exposed.y, exposed.width, exposed.height);
+    });
+    connection.onBatchEnd([this] { showExposed(); });
 }
 
 void X11Surface::setLevel(int level) {
@@ -117,122 +76,218 @@ void X11Surface::setLevel(int level) {
         return;
     }
     m_inFront = front;
-    auto *c = m_connection.xcb();
-    shapeCatcher();
-    if (front) {
-        m_shape.reset(translucent()); // Before it is mapped: nothing old may flash up.
+    if (front)
         raise();
-        xcb_map_window(c, m_drawn);
-        xcb_map_window(c, m_catcher);
-        m_connection.flush();
-        if (m_listener)
-            m_listener();
-    } else {
-        xcb_unmap_window(c, m_catcher);
-        xcb_unmap_window(c, m_drawn);
-        m_connection.flush();
-    }
+    startOver();
+    m_connection.flush();
+}
+
+void X11Surface::raise() {
+    m_screens.findPointer();
+    if (!m_drawn.onScreen() && !m_catcher.onScreen() && m_compositor.blends() != m_blends)
+        setBlends(!m_blends);
+    m_stacking.raise();
 }
 
 void X11Surface::setTakesMouse(bool takes) {
     if (takes == m_takesMouse)
         return;
     m_takesMouse = takes;
-    shapeCatcher();
+    arrange();
     m_connection.flush();
 }
 
-// An outline for the mouse instead of mapping: a press that the catcher has taken keeps its release.
-void X11Surface::shapeCatcher() {
-    const auto all = toRectangle(area());
+// Which window is on the screen, and which of them takes the mouse.
+void X11Surface::arrange() {
     const bool takes = m_inFront && m_takesMouse;
-    xcb_shape_rectangles(m_connection.xcb(), XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, XCB_CLIP_ORDERING_UNSORTED,
-                         m_catcher, 0, 0, takes ? 1 : 0, &all);
+    m_drawn.setTakesMouse(takes && m_blends);
+    m_drawn.setWanted(m_inFront && !m_settling && (m_occupied || (takes && m_blends)));
+    m_catcher.setTakesMouse(takes && !m_blends);
+    m_catcher.setWanted(takes && !m_blends);
+    checkSoon();
+}
+
+void X11Surface::setBlends(bool blends) {
+    m_blends = blends;
+    m_mayBlendAgain = false;
+    m_drawn.withdraw();
+    m_drawn.setWaitsOutside(blends && m_compositor.fadesWindows());
+    m_still.end();
+    m_shape.clear();
+    if (blends) {
+        m_shape.drop();
+        m_painter.setTarget(m_drawn.window());
+    }
+    setBackground(blends ? std::optional<Pixel>(0) : std::nullopt);
+}
+
+// What the window shows where nothing has been painted yet; none: what the screen shows there, so that
+// nothing black flashes up.
+void X11Surface::setBackground(std::optional<Pixel> pixel) {
+    const std::uint32_t value = pixel.value_or(XCB_BACK_PIXMAP_NONE);
+    xcb_change_window_attributes(m_connection.xcb(), m_drawn.window(),
+                                 pixel ? XCB_CW_BACK_PIXEL : XCB_CW_BACK_PIXMAP, &value);
+}
+
+void X11Surface::checkSoon() {
+    if (m_checkPosted || !m_drawn.onScreen() || !m_compositor.running())
+        return;
+    m_checkPosted = true;
+    m_queue.post(kCheckEvery, m_lifetime.guard([this] {
+        m_checkPosted = false;
+        check();
+    }));
+}
+
+// Compositors come and go while the overlay is shown, and may pause while they still say that they run.
+void X11Surface::check() {
+    if (!m_drawn.onScreen())
+        return;
+    const bool blends = m_compositor.blends(m_drawn.window());
+    if (blends == m_blends || (blends && !m_mayBlendAgain))
+        return checkSoon();
+    setBlends(blends);
+    if (blends)
+        return startOver();
+    m_settling = true;
+    startOver();
+    m_queue.post(kSettlingTime, m_lifetime.guard([this] {
+        m_settling = false;
+        startOver();
+    }));
+}
+
+void X11Surface::showExposed() {
+    const QRect area = std::exchange(m_exposed, QRect());
+    if (area.isEmpty() || !m_drawn.onScreen())
+        return;
+    if (m_blends)
+        check(); // The server keeps the content of what a compositor draws.
+    else if (m_still.begun())
+        m_still.show(area);
 }
 
 void X11Surface::follow() {
-    const auto &r = m_screens.mainScreen();
-    m_shape.reset(translucent());
-    const std::uint32_t values[] = {static_cast<std::uint32_t>(r.x()), static_cast<std::uint32_t>(r.y()),
-                                    static_cast<std::uint32_t>(r.width()),
-                                    static_cast<std::uint32_t>(r.height())};
-    for (const auto window : {m_drawn, m_catcher})
-        xcb_configure_window(m_connection.xcb(), window,
-                             XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y | XCB_CONFIG_WINDOW_WIDTH |
-                                 XCB_CONFIG_WINDOW_HEIGHT,
-                             values);
-    shapeCatcher();
+    m_drawn.leave();
+    m_drawn.setArea(area());
+    m_catcher.setArea(area());
     startOver();
 }
 
 void X11Surface::putRight() {
-    shapeCatcher();
+    m_drawn.withdraw();
+    m_catcher.withdraw();
     startOver();
 }
 
-// Nothing of the content counts any more: everything is painted again from an empty outline.
+// Nothing of the content counts any more: everything is painted again.
 void X11Surface::startOver() {
-    m_shape.reset(translucent());
+    m_drawn.leave();
+    m_still.end();
+    m_shape.clear();
+    m_occupied = false;
+    arrange();
     m_connection.flush();
     if (m_listener)
         m_listener();
 }
 
 void X11Surface::present(const SurfaceFrame &frame, const X11Painter::PaintPatch &paint) {
-    if (!m_inFront)
+    if (!m_inFront || m_settling)
         return;
-    if (translucent())
+    m_occupied = std::any_of(frame.occupied.begin(), frame.occupied.end(),
+                             [this](const QRect &r) { return r.intersects(all()); });
+    if (m_blends)
         presentBlended(frame, paint);
     else
-        presentOpaque(frame, paint);
+        presentOverStill(frame, paint);
     m_connection.flush();
 }
 
 void X11Surface::presentBlended(const SurfaceFrame &frame, const X11Painter::PaintPatch &paint) {
-    QRect occupied;
-    for (const auto &r : frame.occupied)
-        occupied |= r & area();
-    // Effects that take the mouse follow it all over the screen.
-    m_shape.cover(occupied, area(), m_takesMouse);
-    if (occupied.isEmpty())
-        return;
-    m_painter.fill(frame.fills);
+    if (m_occupied && !m_drawn.onScreen()) {
+        comeUp(frame);
+    } else {
+        arrange();
+        if (!m_drawn.onScreen())
+            return;
+        m_painter.fill(frame.fills);
+    }
     for (const auto &patch : frame.patches) {
         const bool first = &patch == &frame.patches.front();
-        if (first && frame.picture != 0 && area().contains(patch))
+        if (first && frame.picture != 0 && all().contains(patch))
             m_painter.paintPicture(frame.picture, patch, paint);
         else
-            m_painter.paint(patch & area(), paint, nullptr);
+            m_painter.paint(patch & all(), paint, nullptr);
     }
 }
 
-// Each band is in the outline before it is sent, since what lies outside is lost.
-void X11Surface::presentOpaque(const SurfaceFrame &frame, const X11Painter::PaintPatch &paint) {
-    m_rectangles.clear();
-    for (const auto &fill : frame.fills)
-        m_rectangles.push_back(toRectangle(fill.area & area()));
-    for (const auto &patch : frame.patches)
-        m_rectangles.push_back(toRectangle(patch & area()));
-    m_shape.remove(m_rectangles);
+// With the largest fill for a background: a screenful is painted once, with the window's coming.
+void X11Surface::comeUp(const SurfaceFrame &frame) {
+    m_fills = frame.fills;
+    const auto ground = std::max_element(m_fills.begin(), m_fills.end(), [](const auto &a, const auto &b) {
+        return areaOf(a.area) < areaOf(b.area);
+    });
+    const bool worthIt = ground != m_fills.end() && areaOf(ground->area) > areaOf(all()) / 2;
+    if (worthIt) {
+        setBackground(ground->pixel);
+        const QRegion rest = QRegion(all()) - ground->area;
+        m_fills.erase(ground);
+        for (const QRect &piece : rest)
+            m_fills.insert(m_fills.begin(), {piece, 0});
+    }
+    arrange();
+    if (worthIt)
+        setBackground(0);
+    m_painter.fill(m_fills);
+}
 
+void X11Surface::presentOverStill(const SurfaceFrame &frame, const X11Painter::PaintPatch &paint) {
+    if (!m_occupied) {
+        arrange();
+        m_still.end();
+        m_shape.clear();
+        return;
+    }
+    if (!m_still.begun()) {
+        m_still.begin(area());
+        m_painter.setTarget(m_still.sheet());
+    }
     m_rectangles.clear();
-    for (const auto &fill : frame.fills)
-        if (isOpaque(fill.pixel))
-            m_rectangles.push_back(toRectangle(fill.area & area()));
+    m_fills.clear();
+    m_areas.clear();
+    for (const auto &fill : frame.fills) {
+        m_rectangles.push_back(toRectangle(fill.area & all()));
+        if (fill.pixel != 0)
+            m_fills.push_back(fill);
+    }
+    for (const auto &patch : frame.patches) {
+        m_rectangles.push_back(toRectangle(patch & all()));
+        m_areas.push_back(patch & all());
+    }
+    m_shape.remove(m_rectangles);
+    m_rectangles.clear();
+    for (const auto &fill : m_fills) {
+        m_rectangles.push_back(toRectangle(fill.area & all()));
+        m_areas.push_back(fill.area & all());
+    }
     m_shape.add(m_rectangles);
 
+    for (const QRect &covered : m_areas)
+        m_still.take(covered);
+    m_painter.fill(m_fills);
     for (const auto &patch : frame.patches)
-        m_painter.paint(patch & area(), paint, [this](const PixelPatch &band) {
+        m_painter.paint(patch & all(), paint, [this](const PixelPatch &band) {
             m_rectangles.clear();
-            makeOpaque(band, m_rectangles);
+            addCovered(band, m_rectangles);
             m_shape.add(m_rectangles);
-            if (!m_rectangles.empty())
-                m_shape.apply();
         });
-    m_shape.apply();
-    for (const auto &fill : frame.fills)
-        if (isOpaque(fill.pixel))
-            m_painter.fill({&fill, 1});
+    for (const QRect &covered : m_areas)
+        m_still.blend(covered);
+    m_shape.apply(); // What lies outside of it is lost.
+    arrange();
+    for (const QRect &covered : m_areas)
+        m_still.show(covered);
 }
 
 } // namespace companion

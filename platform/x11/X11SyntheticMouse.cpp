@@ -16,7 +16,7 @@ X11SyntheticMouse::X11SyntheticMouse(X11Connection &connection, X11Screens &scre
 void X11SyntheticMouse::post(SyntheticMouseEvent event, QPointF where) {
     if (!available())
         return;
-    const QPoint pixel = (where * m_screens.scale()).toPoint();
+    const QPoint pixel = m_screens.area().topLeft() + (where * m_screens.scale()).toPoint();
     if (event == SyntheticMouseEvent::MouseMoved || pixel != m_movedTo)
         fake(XCB_MOTION_NOTIFY, 0, pixel);
     m_movedTo = pixel;

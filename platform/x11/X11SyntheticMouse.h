@@ -20,7 +20,7 @@ private:
 
     X11Connection &m_connection;
     X11Screens &m_screens;
-    QPoint m_movedTo{-1, -1}; // Device pixels.
+    QPoint m_movedTo{-1, -1}; // Device pixels of the desktop.
 };
 
 } // namespace companion

@@ -4,8 +4,6 @@
 #include "platform/x11/X11Cursor.h"
 #include "platform/x11/X11Surface.h"
 
-#include <xcb/shape.h>
-
 #include <utility>
 
 namespace companion {
@@ -39,10 +37,16 @@ void X11Watchdog::rescue() {
     auto *c = m_link.xcb.get();
     if (c == nullptr)
         return;
-    xcb_shape_rectangles(c, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, XCB_CLIP_ORDERING_UNSORTED,
-                         m_surface->catcher(), 0, 0, 0, nullptr);
-    xcb_shape_rectangles(c, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING, XCB_CLIP_ORDERING_UNSORTED,
-                         m_surface->drawn(), 0, 0, 0, nullptr);
+    for (const auto window : m_surface->windows()) {
+        // Out of the way first: a compositor may fade out what is unmapped.
+        const std::uint32_t outside[] = {static_cast<std::uint32_t>(-1), static_cast<std::uint32_t>(-1), 1,
+                                         1};
+        xcb_configure_window(c, window,
+                             XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y | XCB_CONFIG_WINDOW_WIDTH |
+                                 XCB_CONFIG_WINDOW_HEIGHT,
+                             outside);
+        xcb_unmap_window(c, window);
+    }
     // Carried out before the main thread hears of it, so that it puts right what has happened.
     const X11Reply<xcb_get_input_focus_reply_t> done(
         xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));

@@ -21,6 +21,7 @@ namespace companion {
 class FakeSurface final : public OverlaySurface {
 public:
     Size size() const override { return m_size; }
+    QRect area() const override { return {place, image.size()}; }
     double scale() const override { return m_scale; }
     bool translucent() const override { return m_translucent; }
     void onChanged(std::function<void()> listener) override { m_changed = std::move(listener); }
@@ -75,6 +76,7 @@ public:
     };
 
     QImage image;
+    QPoint place; // Of the screen on the desktop.
     Picture kept;
     std::vector<bool> mouse;
     std::vector<QRect> occupied;
@@ -101,7 +103,10 @@ public:
             m_handler({type, location, keyCode});
     }
 
+    std::optional<Point> pointer() const override { return at; }
+
     bool following = false;
+    std::optional<Point> at;
 
 private:
     unsigned m_mask = 0;

@@ -7,11 +7,11 @@ using ConnectionTest = X11Fixture;
 
 TEST_F(ConnectionTest, AServerThatCannotBeReachedOrLacksAnExtensionIsNamed) {
     std::string error;
-    EXPECT_EQ(makeX11Platform({queue, nullptr, ":4711"}, error), nullptr);
+    EXPECT_EQ(makeX11Platform({queue, nullptr, {}, ":4711"}, error), nullptr);
     EXPECT_EQ(error, "cannot reach the X server ':4711'");
 
     startServer({"-extension", "XFIXES"});
-    EXPECT_EQ(makeX11Platform({queue, nullptr, desktop->display()}, error), nullptr);
+    EXPECT_EQ(makeX11Platform({queue, nullptr, {}, desktop->display()}, error), nullptr);
     EXPECT_EQ(error, "the X server lacks the extension XFIXES");
 }
 
@@ -22,6 +22,7 @@ TEST_F(ConnectionTest, WithoutXTestEverythingElseWorksAndOneLineSaysSo) {
     EXPECT_FALSE(platform->syntheticMouse().available());
     platform->syntheticMouse().post(SyntheticMouseEvent::MouseMoved, {5, 5});
     surface->setLevel(1002);
+    present({{{kScreen, 0x80800000}}, {}, {kScreen}});
     EXPECT_TRUE(eventually([&] { return overlay->isMapped(overlay->drawn()); }));
     EXPECT_EQ(log.lines, std::vector<std::string>{
                              "the X server has no XTEST extension: no clicks at the screen's centre"});

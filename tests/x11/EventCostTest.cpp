@@ -27,9 +27,9 @@ protected:
         std::string error;
         connection = X11Connection::open(queue, desktop->display(), error);
         ASSERT_NE(connection, nullptr) << error;
-        screens.emplace(*connection, queue, [] { return 1.0; });
+        screens.emplace(*connection, queue, ScreenChoice(), nullptr);
         compositor.emplace(*connection);
-        drawn = X11Surface::make(*connection, *screens, *compositor, error);
+        drawn = X11Surface::make(*connection, queue, *screens, *compositor, error);
         ASSERT_NE(drawn, nullptr) << error;
         monitor.emplace(*connection, *screens);
         config.setFrontColor(Color{1, 0, 0, 1});

@@ -1,5 +1,6 @@
 #include "x11/OverlayWindows.h"
 
+#include <xcb/composite.h>
 #include <xcb/shape.h>
 
 namespace companion {
@@ -19,23 +20,17 @@ xcb_window_t OverlayWindows::find(int windowClass) const {
     return XCB_NONE;
 }
 
-std::vector<QRect> OverlayWindows::outline() const {
-    return shape(drawn(), XCB_SHAPE_SK_BOUNDING);
-}
-
-std::vector<QRect> OverlayWindows::mouseTaken() const {
-    return shape(catcher(), XCB_SHAPE_SK_INPUT);
-}
-
-std::vector<QRect> OverlayWindows::shape(xcb_window_t window, int kind) const {
-    const auto reply = m_connection.reply(
-        xcb_shape_get_rectangles_reply,
-        xcb_shape_get_rectangles(m_connection, window, static_cast<xcb_shape_kind_t>(kind)));
-    std::vector<QRect> found;
-    const auto *r = xcb_shape_get_rectangles_rectangles(reply.get());
-    for (int i = 0; i < xcb_shape_get_rectangles_rectangles_length(reply.get()); ++i)
-        found.emplace_back(r[i].x, r[i].y, r[i].width, r[i].height);
-    return found;
+QRect OverlayWindows::mouseTaken() const {
+    QRect taken;
+    for (const auto window : {drawn(), catcher()}) {
+        const auto reply =
+            m_connection.reply(xcb_shape_get_rectangles_reply,
+                               xcb_shape_get_rectangles(m_connection, window, XCB_SHAPE_SK_INPUT));
+        const auto *r = xcb_shape_get_rectangles_rectangles(reply.get());
+        for (int i = 0; isMapped(window) && i < xcb_shape_get_rectangles_rectangles_length(reply.get()); ++i)
+            taken |= QRect(r[i].x, r[i].y, r[i].width, r[i].height);
+    }
+    return taken & QRect(QPoint(0, 0), m_connection.screenSize());
 }
 
 QImage OverlayWindows::content() const {
@@ -55,6 +50,7 @@ void OverlayWindows::pretendCompositor() {
     const xcb_window_t owner = xcb_generate_id(m_connection);
     xcb_create_window(m_connection, 0, owner, m_connection.root(), 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
                       0, 0, nullptr);
+    xcb_composite_redirect_subwindows(m_connection, m_connection.root(), XCB_COMPOSITE_REDIRECT_AUTOMATIC);
     xcb_set_selection_owner(m_connection, owner, m_connection.atom("_NET_WM_CM_S0"), XCB_CURRENT_TIME);
     m_connection.sync();
 }

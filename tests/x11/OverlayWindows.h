@@ -16,22 +16,19 @@ public:
     xcb_window_t drawn() const { return find(XCB_WINDOW_CLASS_INPUT_OUTPUT); }
     xcb_window_t catcher() const { return find(XCB_WINDOW_CLASS_INPUT_ONLY); }
     bool isMapped(xcb_window_t window) const { return m_connection.isShown(window); }
-    // Where something shows, and where the mouse is taken.
-    std::vector<QRect> outline() const;
-    std::vector<QRect> mouseTaken() const;
+    QRect mouseTaken() const;
     QImage content() const;
 
     // All of the desktop's windows, from the bottom up.
     std::vector<xcb_window_t> stack() const { return m_connection.childrenOf(m_connection.root()); }
 
-    // Makes the server believe that a compositor runs.
+    // Does what tells clients that a compositor runs and is at work.
     void pretendCompositor();
 
     const rig::XConnection &connection() const { return m_connection; }
 
 private:
     xcb_window_t find(int windowClass) const;
-    std::vector<QRect> shape(xcb_window_t window, int kind) const;
 
     rig::XConnection m_connection;
 };

@@ -1,8 +1,6 @@
 #include "support/rig/Screen.h"
 #include "x11/X11Fixture.h"
 
-#include <xcb/shape.h>
-
 namespace companion {
 namespace {
 
@@ -10,47 +8,34 @@ constexpr Pixel kHalfRed = 0x80800000;
 
 using SurfaceTest = X11Fixture;
 
-TEST_F(SurfaceTest, TheOutlineIsThatOfWhatShowsAndShrinksWhenItIsFarTooLarge) {
+TEST_F(SurfaceTest, IsOnTheScreenOnlyWhileItShowsSomethingOrTakesTheMouseAndComesUpClear) {
     startOverlay();
-    const auto expectOutline = [&](const std::vector<QRect> &expected) {
-        EXPECT_TRUE(eventually([&] { return overlay->outline() == expected; }));
-    };
-    EXPECT_TRUE(overlay->isMapped(overlay->drawn()));
-    EXPECT_TRUE(overlay->outline().empty());
-    present({{{QRect(10, 20, 30, 40), kHalfRed}}, {}, {QRect(10, 20, 30, 40), QRect(100, 100, 5, 5)}});
-    expectOutline({QRect(10, 20, 95, 85)});
-    present({{{QRect(10, 20, 30, 40), 0}}, {}, {}});
-    expectOutline({});
-
-    // A hint keeps its outline while a smaller one is shown, and gives up what is far too large.
-    present({{}, {}, {kScreen}});
-    present({{}, {}, {QRect(0, 0, 1900, 1000)}});
-    expectOutline({kScreen});
-    present({{}, {}, {QRect(0, 0, 100, 100)}});
-    expectOutline({QRect(0, 0, 100, 100)});
-}
-
-// Each change of the outline makes a compositor work.
-TEST_F(SurfaceTest, AnEffectThatFollowsTheMouseChangesTheOutlineOnce) {
-    startOverlay();
-    surface->setTakesMouse(true);
-    xcb_shape_select_input(overlay->connection(), overlay->drawn(), 1);
-    overlay->connection().sync();
-    QRect before;
-    for (int i = 0; i < 50; ++i) {
-        const QRect now(i * 20, i * 10, 50, 50);
-        present({{}, {now.united(before)}, {now}}, kHalfRed);
-        before = now;
+    const auto shown = [&] { return overlay->isMapped(overlay->drawn()); };
+    EXPECT_FALSE(shown());
+    const QRect hint(10, 20, 30, 40);
+    for (int i = 0; i < 2; ++i) { // Of the first time nothing is left at the second.
+        present({{{hint.translated(i * 100, 0), kHalfRed}}, {}, {hint}});
+        EXPECT_TRUE(eventually([&] {
+            const QImage seen = overlay->content();
+            return shown() && seen.pixel(15 + i * 100, 25) != 0 && seen.pixel(15 + 100 - i * 100, 25) == 0;
+        }));
+        EXPECT_TRUE(overlay->mouseTaken().isEmpty());
+        present({{{hint, 0}}, {}, {}});
+        EXPECT_TRUE(eventually([&] { return !shown(); }));
     }
-    present({{}, {before}, {}});
-    int changes = 0;
+    // A fill of most of the screen is there with the window, and nothing beside it.
+    const QRect most = kScreen.adjusted(0, 8, 0, 0);
+    present({{{most, kHalfRed}}, {QRect(100, 100, 50, 50)}, {most}}, 0x01010101);
     EXPECT_TRUE(eventually([&] {
-        const bool gone = overlay->outline().empty();
-        while (const rig::XcbPtr<xcb_generic_event_t> event{xcb_poll_for_event(overlay->connection())})
-            ++changes;
-        return gone && changes > 0;
+        const QImage seen = overlay->content();
+        return seen.pixel(5, 7) == 0 && seen.pixel(5, 8) != 0 && qAlpha(seen.pixel(120, 120)) == 1;
     }));
-    EXPECT_EQ(changes, 2);
+    surface->setTakesMouse(true);
+    present({{{kScreen, 0}}, {}, {}});
+    EXPECT_TRUE(eventually([&] { return overlay->mouseTaken() == kScreen; }));
+    surface->setTakesMouse(false);
+    EXPECT_TRUE(eventually([&] { return !shown(); }));
+    EXPECT_TRUE(log.lines.empty()) << log.lines.front();
 }
 
 Pixel pattern(int x, int y) {
@@ -158,15 +143,17 @@ TEST_F(SurfaceTest, TheMouseIsTakenEverywhereOrNowhere) {
     // Everywhere, even where nothing shows, with every button and the wheel.
     present({{{kScreen, 0}}, {}, {}});
     surface->setTakesMouse(true);
-    ASSERT_TRUE(eventually([&] { return overlay->mouseTaken() == std::vector{kScreen}; }));
+    ASSERT_TRUE(eventually([&] { return overlay->mouseTaken() == kScreen; }));
     for (std::uint8_t button = 1; button <= 5; ++button)
         hand->click(button);
 
-    // A drag that began on the overlay ends there.
+    // A drag that began on the overlay ends there, though that is to leave the screen.
     hand->press();
     surface->setTakesMouse(false);
-    ASSERT_TRUE(eventually([&] { return overlay->mouseTaken().empty(); }));
+    ASSERT_TRUE(eventually([&] { return overlay->mouseTaken().isEmpty(); }));
+    EXPECT_TRUE(overlay->isMapped(overlay->drawn()));
     hand->release();
+    EXPECT_TRUE(eventually([&] { return !overlay->isMapped(overlay->drawn()); }));
     hand->click(3);
     rig::waitUntil("the click that is let through", [&] { return below->buttons().size() >= 2; });
     EXPECT_EQ(below->buttons().size(), 2U);
@@ -179,42 +166,53 @@ TEST_F(SurfaceTest, TheBackLevelIsOutOfSightAndEveryFrontLevelStartsAfresh) {
     surface->onChanged([&] { ++askedAgain; });
     surface->setTakesMouse(true);
     present({{{kScreen, kHalfRed}}, {}, {kScreen}});
-    const auto drawn = overlay->drawn(), catcher = overlay->catcher();
-
     surface->setLevel(-2147483643);
-    EXPECT_TRUE(eventually([&] { return !overlay->isMapped(drawn) && !overlay->isMapped(catcher); }));
+    EXPECT_TRUE(eventually([&] { return !overlay->isMapped(overlay->drawn()); }));
     surface->present({{}, {kScreen}, {kScreen}}, [](const PixelPatch &) { ADD_FAILURE() << "out of sight"; });
-    EXPECT_EQ(askedAgain, 0);
 
+    askedAgain = 0;
     surface->setLevel(1000);
     EXPECT_EQ(askedAgain, 1);
-    EXPECT_TRUE(eventually([&] { return overlay->isMapped(drawn) && overlay->isMapped(catcher); }));
-    EXPECT_TRUE(overlay->outline().empty());
-    EXPECT_EQ(overlay->mouseTaken(), std::vector{kScreen}) << "the mouse is still wanted";
+    EXPECT_TRUE(eventually([&] { return overlay->mouseTaken() == kScreen; })) << "the mouse is still wanted";
+    EXPECT_EQ(overlay->content().pixel(5, 5), 0U);
 }
 
-// The whole outline is cut anew for a part that changes.
-TEST_F(SurfaceTest, WithoutACompositorWhatDoesNotChangeStaysWhileTheDotMoves) {
+// A hint's place is taken before the hint covers it, all else when it is covered first: the still shows
+// nothing of ours, and what does not change stays while the dot moves.
+TEST_F(SurfaceTest, WithoutACompositorEverythingIsLaidOverAStillAndTheDesktopIsLiveElsewhere) {
     startServer();
-    const QRgb desktopColour = qRgb(0x33, 0x66, 0x99);
+    const QRgb desktopColour = qRgb(0x33, 0x66, 0x99), later = qRgb(0, 0x80, 0);
     const auto slide = window(kScreen, desktopColour);
     startPlatform();
     surface->setLevel(1002);
     const rig::Screen screen(*desktop);
     const QRect hint(1740, 20, 160, 52), dot(100, 100, 50, 50);
-    present({{{hint, 0xffffffff}}, {}, {hint}});
+    present({{{hint, 0x80808080}}, {}, {hint}});
     for (int i = 0; i < 5; ++i) {
         const QRect now = dot.translated(i * 10, 0), before = dot.translated((i - 1) * 10, 0);
         surface->present({{}, {now.united(before)}, {hint, now}}, [&](const PixelPatch &patch) {
             for (int y = now.top(); y <= now.bottom(); ++y)
                 std::fill_n(patch.pixels + std::ptrdiff_t{y - patch.area.y()} * patch.stride + now.x() -
                                 patch.area.x(),
-                            now.width(), 0xffff0000);
+                            now.width(), 0x80800000);
         });
     }
-    EXPECT_TRUE(eventually([&] { return screen.pixel({165, 125}) == qRgb(255, 0, 0); }));
-    EXPECT_EQ(screen.pixel({1750, 40}), qRgb(255, 255, 255));
-    EXPECT_EQ(screen.pixel({105, 125}), desktopColour);
+    const auto expectColours = [&](QRgb elsewhere) {
+        EXPECT_TRUE(eventually([&] { return screen.pixel({105, 125}) == elsewhere; }));
+        EXPECT_TRUE(eventually([&] { return screen.pixel({165, 125}) == qRgb(0x99, 0x33, 0x4c); }));
+        EXPECT_EQ(screen.pixel({1750, 40}), qRgb(0x99, 0xb3, 0xcc));
+    };
+    expectColours(desktopColour);
+    QImage changed(kScreen.size(), QImage::Format_ARGB32);
+    changed.fill(later);
+    slide->setPicture(changed);
+    expectColours(later);
+    surface->setTakesMouse(true);
+    EXPECT_TRUE(eventually([&] { return overlay->mouseTaken() == kScreen; })) << "even where nothing shows";
+    surface->setTakesMouse(false);
+    present({{{kScreen, 0}}, {}, {}});
+    EXPECT_TRUE(eventually([&] { return !overlay->isMapped(overlay->drawn()); }));
+    EXPECT_EQ(screen.pixel({165, 125}), later);
 }
 
 } // namespace

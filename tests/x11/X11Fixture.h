@@ -34,7 +34,7 @@ protected:
 
     void startPlatform() {
         std::string error;
-        platform = makeX11Platform({queue, nullptr, desktop->display()}, error);
+        platform = makeX11Platform({queue, nullptr, choice, desktop->display()}, error);
         ASSERT_NE(platform, nullptr) << error;
         surface = &platform->surface();
     }
@@ -45,7 +45,6 @@ protected:
         overlay->pretendCompositor();
         startPlatform();
         surface->setLevel(1002);
-        ASSERT_TRUE(eventually([&] { return overlay->isMapped(overlay->catcher()); }));
     }
 
     // Below the overlay if that is raised, with no window manager in between.
@@ -80,6 +79,7 @@ protected:
     std::unique_ptr<rig::Desktop> desktop;
     std::unique_ptr<rig::InputDevices> hand;
     std::unique_ptr<OverlayWindows> overlay;
+    ScreenChoice choice;
     std::unique_ptr<Platform> platform;
     OverlaySurface *surface = nullptr;
 };
