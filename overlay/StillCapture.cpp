@@ -11,7 +11,6 @@ using namespace std::chrono_literals;
 namespace companion {
 namespace {
 
-constexpr auto kLeavingTime = 100ms;
 constexpr auto kPatience = 200ms; // A desktop without an effect is worse than a lens without a picture.
 
 } // namespace

@@ -5,6 +5,7 @@
 
 #include <QImage>
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <set>
@@ -18,6 +19,9 @@ class ScreenCapture;
 // request until the answer, but never for longer than 300 ms, however long the platform takes.
 class StillCapture {
 public:
+    // For the overlay to leave the screen, and for the windows below to show what is theirs.
+    static constexpr std::chrono::milliseconds kLeavingTime{100};
+
     // A null picture: refused, or too late. All of it must outlive the object.
     using Taken = std::function<void(const QImage &picture)>;
 

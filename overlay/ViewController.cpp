@@ -23,7 +23,6 @@ namespace {
 constexpr unsigned kMonitorMask = 3316;
 
 constexpr auto kRecaptureDelay = 200ms;
-constexpr auto kLeavingTime = 100ms; // From the screen, for the windows below to show what is theirs.
 constexpr auto kClickAfterSettingsDelay = 500ms;
 constexpr double kTextSize = 36; // Points.
 
@@ -169,7 +168,7 @@ void ViewController::watchedKeyDown(int keyCode) {
 // A still of the slide before must not stand around the disc.
 void ViewController::renewStill() {
     m_canvas.setOutOfSight(true);
-    after(kLeavingTime, [this] { m_canvas.setOutOfSight(false); });
+    after(StillCapture::kLeavingTime, [this] { m_canvas.setOutOfSight(false); });
 }
 
 void ViewController::drawAtPointer() {

@@ -266,7 +266,7 @@ std::vector<Row> comingAndGoing(const QSize &screen, const Effort &effort) {
 
     QtMainQueue queue;
     std::string error;
-    const auto platform = makeX11Platform({queue, [] { return 1.0; }, desktop.display()}, error);
+    const auto platform = makeX11Platform({queue, nullptr, {}, desktop.display()}, error);
     if (!platform)
         throw std::runtime_error(error);
     std::vector<double> captures;
