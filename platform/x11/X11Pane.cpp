@@ -9,7 +9,6 @@
 namespace companion {
 namespace {
 
-constexpr QRect kOutside(-1, -1, 1, 1);
 constexpr std::chrono::milliseconds kReadingTime(100);
 constexpr unsigned kAllButtons =
     XCB_BUTTON_MASK_1 | XCB_BUTTON_MASK_2 | XCB_BUTTON_MASK_3 | XCB_BUTTON_MASK_4 | XCB_BUTTON_MASK_5;
@@ -40,8 +39,7 @@ X11Pane::X11Pane(X11Connection &connection, MainQueue &queue, xcb_window_t windo
 
 void X11Pane::setArea(const QRect &area) {
     m_area = area;
-    if (m_onScreen || !m_mapped)
-        place(area);
+    place(m_onScreen ? m_area : waitingPlace());
 }
 
 void X11Pane::setWanted(bool wanted) {
@@ -70,11 +68,10 @@ void X11Pane::setTakesMouse(bool takes) {
 
 void X11Pane::come() {
     m_onScreen = true;
-    if (m_mapped)
+    if (m_waitsOutside)
         place(m_area);
     else
         xcb_map_window(m_connection.xcb(), m_window);
-    m_mapped = true;
 }
 
 void X11Pane::leave() {
@@ -84,15 +81,27 @@ void X11Pane::leave() {
         return withdraw();
     m_onScreen = false;
     m_pressed = false;
-    place(kOutside);
+    place(waitingPlace());
+    xcb_clear_area(m_connection.xcb(), 0, m_window, 0, 0, 0, 0);
 }
 
 void X11Pane::withdraw() {
     m_onScreen = false;
     m_pressed = false;
-    m_mapped = false;
     xcb_unmap_window(m_connection.xcb(), m_window);
-    place(m_area);
+    place(waitingPlace());
+    if (m_waitsOutside)
+        xcb_map_window(m_connection.xcb(), m_window);
+}
+
+void X11Pane::setWaitsOutside(bool waits) {
+    m_waitsOutside = waits;
+    withdraw();
+}
+
+// No screen has negative coordinates.
+QRect X11Pane::waitingPlace() const {
+    return m_waitsOutside ? QRect(QPoint(-m_area.width(), 0), m_area.size()) : m_area;
 }
 
 void X11Pane::place(const QRect &area) {

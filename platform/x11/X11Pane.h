@@ -34,13 +34,15 @@ public:
     // The same whatever others have done to the window meanwhile.
     void withdraw();
 
-    // Where a compositor fades in what is mapped, the window is mapped for good and waits outside of the
-    // desktop, one pixel small.
-    void setWaitsOutside(bool waits) { m_waitsOutside = waits; }
+    // Where a compositor fades in what is mapped, the window is mapped for good and waits, empty, outside of
+    // the desktop: it may be painted there before it comes. Off the screen now, whichever.
+    void setWaitsOutside(bool waits);
+    bool waitsOutside() const { return m_waitsOutside; }
 
 private:
     void come();
     void place(const QRect &area);
+    QRect waitingPlace() const;
 
     X11Connection &m_connection;
     MainQueue &m_queue;
@@ -48,7 +50,6 @@ private:
     QRect m_area;
     bool m_wanted = false;
     bool m_onScreen = false;
-    bool m_mapped = false;
     bool m_pressed = false;
     int m_lettingGo = 0;
     bool m_takesMouse = true; // As every new window does.

@@ -84,8 +84,12 @@ void X11Surface::setLevel(int level) {
 
 void X11Surface::raise() {
     m_screens.findPointer();
-    if (!m_drawn.onScreen() && !m_catcher.onScreen() && m_compositor.blends() != m_blends)
-        setBlends(!m_blends);
+    if (!m_drawn.onScreen() && !m_catcher.onScreen()) {
+        const bool blends =
+            m_drawn.waitsOutside() ? m_compositor.blends(m_drawn.window()) : m_compositor.blends();
+        if (blends != m_blends)
+            setBlends(blends);
+    }
     m_stacking.raise();
 }
 
@@ -110,7 +114,7 @@ void X11Surface::arrange() {
 void X11Surface::setBlends(bool blends) {
     m_blends = blends;
     m_mayBlendAgain = false;
-    m_drawn.withdraw();
+    setBackground(blends ? std::optional<Pixel>(0) : std::nullopt);
     m_drawn.setWaitsOutside(blends && m_compositor.fadesWindows());
     m_still.end();
     m_shape.clear();
@@ -118,12 +122,12 @@ void X11Surface::setBlends(bool blends) {
         m_shape.drop();
         m_painter.setTarget(m_drawn.window());
     }
-    setBackground(blends ? std::optional<Pixel>(0) : std::nullopt);
 }
 
 // What the window shows where nothing has been painted yet; none: what the screen shows there, so that
 // nothing black flashes up.
 void X11Surface::setBackground(std::optional<Pixel> pixel) {
+    m_background = pixel;
     const std::uint32_t value = pixel.value_or(XCB_BACK_PIXMAP_NONE);
     xcb_change_window_attributes(m_connection.xcb(), m_drawn.window(),
                                  pixel ? XCB_CW_BACK_PIXEL : XCB_CW_BACK_PIXMAP, &value);
@@ -205,7 +209,8 @@ void X11Surface::present(const SurfaceFrame &frame, const X11Painter::PaintPatch
 }
 
 void X11Surface::presentBlended(const SurfaceFrame &frame, const X11Painter::PaintPatch &paint) {
-    if (m_occupied && !m_drawn.onScreen()) {
+    const bool comes = m_occupied && !m_drawn.onScreen();
+    if (comes) {
         comeUp(frame);
     } else {
         arrange();
@@ -220,25 +225,32 @@ void X11Surface::presentBlended(const SurfaceFrame &frame, const X11Painter::Pai
         else
             m_painter.paint(patch & all(), paint, nullptr);
     }
+    if (comes)
+        arrange();
 }
 
-// With the largest fill for a background: a screenful is painted once, with the window's coming.
+// With the largest fill for a background: a screenful is painted once, with the window's coming. A window
+// that waits outside is left with it, and has it already when it comes with the same.
 void X11Surface::comeUp(const SurfaceFrame &frame) {
     m_fills = frame.fills;
     const auto ground = std::max_element(m_fills.begin(), m_fills.end(), [](const auto &a, const auto &b) {
         return areaOf(a.area) < areaOf(b.area);
     });
-    const bool worthIt = ground != m_fills.end() && areaOf(ground->area) > areaOf(all()) / 2;
-    if (worthIt) {
-        setBackground(ground->pixel);
+    Pixel background = 0;
+    if (ground != m_fills.end() && areaOf(ground->area) > areaOf(all()) / 2) {
+        background = ground->pixel;
         const QRegion rest = QRegion(all()) - ground->area;
         m_fills.erase(ground);
         for (const QRect &piece : rest)
             m_fills.insert(m_fills.begin(), {piece, 0});
     }
-    arrange();
-    if (worthIt)
-        setBackground(0);
+    if (!m_drawn.waitsOutside()) {
+        setBackground(background);
+        arrange();
+    } else if (m_background != background) {
+        setBackground(background);
+        m_fills.insert(m_fills.begin(), {all(), background});
+    }
     m_painter.fill(m_fills);
 }
 

@@ -77,6 +77,7 @@ private:
     X11Shape m_shape;
     X11Still m_still;
     X11Painter m_painter;
+    std::optional<Pixel> m_background = 0;
     bool m_blends = false;
     bool m_mayBlendAgain = false; // A compositor has come, but is not at work yet.
     bool m_settling = false;      // The desktop shows itself again, for a still to be taken.
