@@ -35,11 +35,18 @@ Look effectLook(const std::string &type, QPoint pointer, int size) {
 const QPoint kPlaces[] = {{301, 222}, {302, 223}, {3, 300}, {797, 301},
                           {400, 2},   {401, 598}, {0, 599}, {300, 222}};
 
-class EffectOf : public ::testing::TestWithParam<std::tuple<const char *, int>> {};
+struct EffectCase {
+    const char *name;
+    const char *type;
+    int size;
+    bool compositor;
+};
+
+class EffectOf : public ::testing::TestWithParam<EffectCase> {};
 
 TEST_P(EffectOf, LiesAtThePointerAndNowhereElseHoweverItGotThere) {
-    const auto [type, size] = GetParam();
-    Talk talk(effectSettings(type, size));
+    const auto &[name, type, size, compositor] = GetParam();
+    Talk talk(effectSettings(type, size), {.size = {800, 600}, .compositor = compositor});
     talk.companion.effectOn();
     talk.expectLook("the effect in the centre", effectLook(type, talk.desktop.centre(), size));
     for (const QPoint place : kPlaces) {
@@ -58,11 +65,11 @@ TEST_P(EffectOf, LiesAtThePointerAndNowhereElseHoweverItGotThere) {
 }
 
 INSTANTIATE_TEST_SUITE_P(TypesAndSizes, EffectOf,
-                         ::testing::Combine(::testing::Values("1", "2"), ::testing::Values(51, 150)),
-                         [](const auto &each) {
-                             return (std::string(std::get<0>(each.param)) == "1" ? "Spotlight" : "Laser") +
-                                    std::to_string(std::get<1>(each.param));
-                         });
+                         ::testing::Values(EffectCase{"Spotlight51", "1", 51, true},
+                                           EffectCase{"Spotlight150WithoutCompositor", "1", 150, false},
+                                           EffectCase{"Laser51WithoutCompositor", "2", 51, false},
+                                           EffectCase{"Laser150", "2", 150, true}),
+                         [](const auto &each) { return std::string(each.param.name); });
 
 TEST(UndrawnEffect, LeavesTheScreenAndTheSettingsAsTheyAre) {
     const Settings garbage{{"LOCAL_MOUSETYPE", "1"}, {"LOCAL_BACKCOLOR", "garbage"}};

@@ -38,8 +38,7 @@ protected:
 TEST_P(MainMonitor, AloneHasTheEffectRightUnderThePointer) {
     Talk talk(showing("1"), desktop);
     talk.companion.effectOn();
-    // The middle of the main one by its size alone: not where it lies.
-    EXPECT_EQ(talk.hand.pointer(), QPoint(place.main.width() / 2, place.main.height() / 2));
+    EXPECT_EQ(talk.hand.pointer(), QRect(place.main).translated(1, 1).center());
     for (const QPoint at : {place.main.center(), place.main.bottomLeft() + QPoint(6, -8)})
         talk.expectSpotlight(at, place.main, scale);
     talk.companion.effectOff();
@@ -59,6 +58,41 @@ TEST_P(MainMonitor, HasALensThatShowsWhatLiesUnderThePointer) {
 
 INSTANTIATE_TEST_SUITE_P(Placements, MainMonitor, ::testing::ValuesIn(kPlacements),
                          [](const auto &placement) { return std::string(placement.param.name); });
+
+const DesktopOptions kTwoScreens{.size = {1280, 600}, .monitors = {{640, 120, 640, 480}, {0, 0, 640, 480}}};
+
+TEST(ChosenScreen, HasTheEffectAndTheClickUntilItIsUnpluggedAndThenTheMainOneHasThem) {
+    Talk talk(CompanionProcess::Options{.settings = kSpotlight, .arguments = {"--screen=part1"}},
+              kTwoScreens);
+    const auto &[main, chosen] = std::tie(kTwoScreens.monitors[0], kTwoScreens.monitors[1]);
+    talk.companion.effectOn();
+    EXPECT_EQ(talk.hand.pointer(), QPoint(320, 240));
+    talk.expectSpotlight({100, 100}, chosen);
+    talk.desktop.setMonitors({main});
+    talk.companion.waitForLog("there is no screen 'part1': the effects are on the main one");
+    talk.expectSpotlight({900, 300}, main);
+    talk.companion.effectOff();
+    talk.expectPlainSlide();
+}
+
+TEST(ScreenOfThePointer, HasTheEffectWhereTheMouseIsAndNothingIsClickedIfThatIsOff) {
+    Settings settings = kSpotlight;
+    settings.insert({{"SCREEN", "pointer"}, {"CENTRECLICK", "off"}});
+    Talk talk(CompanionProcess::Options{.settings = settings}, kTwoScreens);
+    const auto &[main, other] = std::tie(kTwoScreens.monitors[0], kTwoScreens.monitors[1]);
+    talk.hand.move({100, 100});
+    talk.companion.receiver("event 10");
+    talk.expectSpotlight({100, 100}, other); // Without a move.
+    talk.expectSpotlight({900, 300}, main);
+    talk.expectSpotlight({120, 120}, other);
+    talk.companion.receiver("event 00");
+    talk.expectPlainSlide();
+    EXPECT_EQ(talk.companion.input().clicks(), 0);
+    talk.companion.pressOnce("01"); // A save of the program's own.
+    waitUntil("the next mode on disk", [&] { return talk.companion.storedSettings() != settings; });
+    EXPECT_EQ(talk.companion.storedSettings()["SCREEN"], "pointer");
+    EXPECT_EQ(talk.companion.storedSettings()["CENTRECLICK"], "off");
+}
 
 TEST(Hint, IsMeasuredInPoints) {
     const auto pixels = [](int points) { return points * 3 / 2; };

@@ -105,25 +105,18 @@ xcb_window_t SettingsDesk::frameOf(xcb_window_t window) const {
     }
 }
 
-std::vector<xcb_window_t> SettingsDesk::overlay() const {
-    std::vector<xcb_window_t> found;
-    const auto all = stack();
-    const auto drawn = std::find_if(all.begin(), all.end(), [this](xcb_window_t window) {
-        return !desktop.connection().property(window, "_COMPTON_SHADOW").empty();
-    });
-    if (drawn == all.end())
-        throw std::runtime_error("there is no overlay");
-    // The other one, which cannot be told by anything else, has the next identifier.
-    return {*drawn, *drawn + 1};
+xcb_window_t SettingsDesk::overlay() const {
+    for (const auto window : stack())
+        if (!desktop.connection().property(window, "_COMPTON_SHADOW").empty())
+            return window;
+    return XCB_WINDOW_NONE;
 }
 
 void SettingsDesk::expectOverlayBelow(xcb_window_t window) const {
     waitUntil("the overlay right below the window", [&] {
         const auto all = stack();
         const auto frame = std::find(all.begin(), all.end(), frameOf(window));
-        const auto ours = overlay();
-        return frame - all.begin() >= std::ssize(ours) &&
-               std::equal(ours.begin(), ours.end(), frame - std::ssize(ours));
+        return frame != all.begin() && *std::prev(frame) == overlay();
     });
 }
 
@@ -202,10 +195,8 @@ xcb_window_t SettingsDesk::trayIcon() const {
 
 // A list that has come up: no frame, and not the overlay.
 xcb_window_t SettingsDesk::menu() const {
-    const auto ours = overlay();
     for (const xcb_window_t window : stack())
-        if (className(window) == kProgram && areaOf(window).width() > 1 &&
-            std::find(ours.begin(), ours.end(), window) == ours.end())
+        if (className(window) == kProgram && areaOf(window).width() > 1 && window != overlay())
             return window;
     return XCB_WINDOW_NONE;
 }

@@ -70,8 +70,8 @@ public:
     // in.
     std::vector<xcb_window_t> stack() const;
     xcb_window_t frameOf(xcb_window_t window) const;
-    // The overlay's two, from the bottom up.
-    std::vector<xcb_window_t> overlay() const;
+    // None while the overlay shows nothing.
+    xcb_window_t overlay() const;
     // Waits until the overlay lies below the window's frame and above all windows that are below that.
     void expectOverlayBelow(xcb_window_t window) const;
     xcb_window_t activeWindow() const;

@@ -50,7 +50,11 @@ CompanionProcess::CompanionProcess(const Desktop &desktop, const Options &option
     command.push_back("--virtual-receiver=" + socket);
     command.insert(command.end(), options.arguments.begin(), options.arguments.end());
     try {
-        waitForCentreClickAfter([&] { m_process = std::make_unique<ChildProcess>(command, environment); });
+        const auto start = [&] { m_process = std::make_unique<ChildProcess>(command, environment); };
+        if (options.settings.contains("CENTRECLICK"))
+            start();
+        else
+            waitForCentreClickAfter(start);
         waitUntil("a listener on " + socket, [&] {
             m_receiver = std::make_unique<SocketClient>(socket);
             return m_receiver->connected;
