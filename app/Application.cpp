@@ -2,9 +2,11 @@
 
 #include "app/PresentedSettings.h"
 #include "core/Log.h"
+#include "core/StartupId.h"
 #include "platform/hidapi/HidApiPort.h"
 #include "platform/instance/InstanceLock.h"
 #include "platform/null/NullPlatform.h"
+#include "platform/ports/OwnWindows.h"
 #include "platform/ports/Platform.h"
 #include "platform/qt/QtTray.h"
 #include "platform/virtual_receiver/VirtualHidPort.h"
@@ -17,6 +19,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <unistd.h>
+#include <utility>
 
 namespace companion {
 namespace {
@@ -127,24 +130,19 @@ bool Application::clicksCentre() const {
     return stored != QLatin1String("off");
 }
 
-void Application::start() {
+void Application::start(const std::string &startupId) {
     m_window.emplace(m_queue, m_center, m_platform->surface());
     ConfigManager &config = ConfigManager::sharedInstance();
     HidManager &link = HidManager::sharedInstance();
-    OverlaySurface &surface = m_platform->surface();
     const SettingWindowController::Needs settings{
         config, m_center, m_queue, [&link](std::int32_t minutes) { link.sendTimerWithTimeInt(minutes); }};
-    const auto presentSettings = [this, settings, &surface] {
-        auto opened = PresentedSettings::open(settings, surface);
-        m_settings = opened;
-        return opened;
-    };
-    m_controller.emplace(ViewController::Needs{m_queue, m_center, config, link, *m_platform,
-                                               [](std::string_view key) {
-                                                   return LanguageSetting::getText(
-                                                       QString::fromUtf8(key.data(), qsizetype(key.size())));
-                                               },
-                                               presentSettings, clicksCentre()});
+    m_front.emplace(m_queue, m_platform->ownWindows());
+    m_controller.emplace(ViewController::Needs{
+        m_queue, m_center, config, link, *m_platform,
+        [](std::string_view key) {
+            return LanguageSetting::getText(QString::fromUtf8(key.data(), qsizetype(key.size())));
+        },
+        [this, settings] { return presentSettings(settings); }, clicksCentre()});
     m_delegate.emplace(m_center, std::make_unique<QtTray>(m_platform->trayArea(), m_queue),
                        [this] { quit(); });
 
@@ -154,7 +152,9 @@ void Application::start() {
     m_controller->viewDidAppear();
     serveFurtherStarts();
     if (m_line.settings)
-        m_queue.post(std::chrono::milliseconds::zero(), [this] { openSettings(); });
+        m_queue.post(std::chrono::milliseconds::zero(), [this, startupId] { openSettings(startupId, {}); });
+    else
+        m_platform->ownWindows().startupEnded(startupId);
 
     if (m_line.demo) {
         m_demo.emplace(Demo::Needs{m_queue, m_virtualReceiver, m_platform->surface(),
@@ -169,18 +169,46 @@ void Application::serveFurtherStarts() {
     if (m_instance->listener() == nullptr)
         return Log::line("further starts cannot reach this one: " + m_instance->listenerError());
     m_server.emplace(*m_instance->listener(), m_queue,
-                     std::vector<InstanceServer::Command>{{"settings", [this] { openSettings(); }},
-                                                          {"quit", [this] { m_delegate->quitAppAction(); }}});
+                     std::vector<InstanceServer::Command>{
+                         {"settings",
+                          [this](const std::string &startupId, const InstanceServer::Report &report) {
+                              openSettings(checkedStartupId(startupId), report);
+                          },
+                          true},
+                         {"quit", [this](const auto &, const auto &) { m_delegate->quitAppAction(); }}});
+}
+
+std::shared_ptr<PresentedSettings> Application::presentSettings(const SettingWindowController::Needs &needs) {
+    auto opened = PresentedSettings::open(needs, m_platform->surface(), m_platform->ownWindows(),
+                                          std::exchange(m_startupId, {}));
+    m_settings = opened;
+    m_front->watch(subject(opened), std::exchange(m_answer, {}));
+    return opened;
+}
+
+SettingsFront::Subject Application::subject(const std::weak_ptr<PresentedSettings> &settings) {
+    return {[settings] {
+                const auto open = settings.lock();
+                return open ? open->nativeWindow() : 0;
+            },
+            [settings] {
+                if (const auto open = settings.lock())
+                    open->bringToFront({});
+            }};
 }
 
 // For who asks from outside: unlike the menu, which opens a fresh window each time, it shows one that is
 // open.
-void Application::openSettings() {
+void Application::openSettings(const std::string &startupId, const SettingsFront::Answer &answer) {
     const auto open = m_settings.lock();
-    if (open && open->isPresented())
-        open->bringToFront();
-    else
+    if (open && open->isPresented()) {
+        open->bringToFront(startupId);
+        m_front->watch(subject(open), answer);
+    } else {
+        m_startupId = startupId;
+        m_answer = answer;
         m_delegate->gotoSettingWindowAction();
+    }
 }
 
 // At once, whatever loop or menu is running: every change is saved already, and the display server takes the

@@ -4,6 +4,7 @@
 #include "app/CommandLine.h"
 #include "app/Demo.h"
 #include "app/MainWindowController.h"
+#include "app/SettingsFront.h"
 #include "app/SignalWatch.h"
 #include "core/NotificationCenter.h"
 #include "core/QtMainQueue.h"
@@ -16,6 +17,7 @@
 #include "receiver/HidManager.h"
 #include "settings/ConfigManager.h"
 #include "settings/SettingsStore.h"
+#include "settings_ui/SettingWindowController.h"
 #include "settings_ui/languages/LanguageSetting.h"
 
 #include <QObject>
@@ -41,7 +43,8 @@ public:
                                              std::string &error, int &status);
 
     // Loads the overlay, puts up the status menu and shows the overlay. The event loop does the rest.
-    void start();
+    // `startupId` is the desktop's, of this process (see StartupId.h).
+    void start(const std::string &startupId);
 
     ~Application();
 
@@ -53,7 +56,9 @@ private:
     void followScale();
     ScreenChoice chosenScreen() const;
     bool clicksCentre() const;
-    void openSettings();
+    std::shared_ptr<PresentedSettings> presentSettings(const SettingWindowController::Needs &needs);
+    void openSettings(const std::string &startupId, const SettingsFront::Answer &answer);
+    static SettingsFront::Subject subject(const std::weak_ptr<PresentedSettings> &settings);
     void serveFurtherStarts();
     [[noreturn]] void quit();
 
@@ -75,6 +80,9 @@ private:
     std::optional<AppDelegate> m_delegate;
     std::optional<Demo> m_demo;
     std::weak_ptr<PresentedSettings> m_settings; // The one opened last.
+    std::string m_startupId;                     // For the one that is opened next, and who hears of it.
+    SettingsFront::Answer m_answer;
+    std::optional<SettingsFront> m_front;
     std::optional<InstanceServer> m_server;
     SignalWatch m_signals;
 };

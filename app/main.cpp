@@ -3,9 +3,11 @@
 #include "app/CommandLine.h"
 #include "app/Doctor.h"
 #include "app/SessionBus.h"
+#include "app/SettingsFront.h"
 #include "app/SignalWatch.h"
 #include "app/WaylandSession.h"
 #include "core/Log.h"
+#include "core/StartupId.h"
 #include "platform/instance/Instance.h"
 #include "platform/x11/X11Platform.h"
 #include "resources/Images.h"
@@ -100,6 +102,35 @@ int quitRunning() {
     return EXIT_SUCCESS;
 }
 
+std::string settingsCommand(const std::string &startupId) {
+    return startupId.empty() ? "settings" : "settings " + startupId;
+}
+
+// Nothing but what the running program has seen.
+int tellHanded(const std::string &report) {
+    constexpr struct {
+        std::string_view report;
+        const char *text;
+        int status;
+    } kTexts[] = {
+        {SettingsFront::kSeen, "presenter-companion runs already; it shows its settings", EXIT_SUCCESS},
+        {SettingsFront::kOpened, "presenter-companion runs already; it has opened its settings",
+         EXIT_SUCCESS},
+        {SettingsFront::kCovered, "it runs already; its settings are open, but another window covers them",
+         kCannotRun},
+        {SettingsFront::kAbsent,
+         "it runs already; its settings are open, but the window manager does not show them", kCannotRun},
+        {SettingsFront::kClosed,
+         "it runs already, but its settings did not open, or the effect key closed them again", kCannotRun},
+    };
+    for (const auto &each : kTexts)
+        if (report == each.report)
+            return each.status == EXIT_SUCCESS ? print(std::string(each.text) + "\n")
+                                               : fail(each.text, each.status);
+    return fail("it runs already and was asked for its settings, but does not say whether it shows them",
+                kCannotRun);
+}
+
 int setAutostart(bool on) {
     const auto places = AutostartPlaces::ofThisUser();
     const AutostartResult result = on ? enableAutostart(places, runningProgram()) : disableAutostart(places);
@@ -130,16 +161,15 @@ int main(int argc, char **argv) {
     if (line->action == CommandLine::Action::Doctor)
         return runDoctor(*line, qtArgumentCount, argv);
 
+    const std::string startupId = takeStartupId();
     // Before anything that two programs cannot share.
     InstanceClaim claim;
     if (!line->demo) // Which touches neither receiver nor settings.
-        claim = claimInstance(RuntimePlaces::ofThisSession(), "settings", kPatience);
+        claim = claimInstance(RuntimePlaces::ofThisSession(), settingsCommand(startupId), kPatience);
     if (claim.outcome == InstanceClaim::Outcome::Stuck)
         return fail(claim.text, kCannotRun);
-    if (claim.outcome == InstanceClaim::Outcome::Handed) {
-        std::puts("presenter-companion runs already; it shows its settings");
-        return EXIT_SUCCESS;
-    }
+    if (claim.outcome == InstanceClaim::Outcome::Handed)
+        return tellHanded(claim.report);
     if (!chooseDisplay(error))
         return fail(error, kCannotRun);
     if (isWaylandSession())
@@ -165,6 +195,6 @@ int main(int argc, char **argv) {
     const auto companion = Application::make(*line, std::move(claim.lock), error, status);
     if (!companion)
         return fail(error, status);
-    companion->start();
+    companion->start(startupId);
     return QApplication::exec();
 }

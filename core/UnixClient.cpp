@@ -30,6 +30,10 @@ std::string askLine(int socket, std::string_view request, Clock::time_point dead
     // A new connection's buffer is empty: the request fits, or nobody is there to read it.
     if (::send(socket, request.data(), request.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(request.size()))
         return {};
+    return awaitLine(socket, deadline);
+}
+
+std::string awaitLine(int socket, Clock::time_point deadline) {
     std::string received;
     std::array<char, 256> bytes;
     while (received.size() < bytes.size() && received.find('\n') == std::string::npos &&

@@ -11,4 +11,7 @@ namespace companion {
 // else: it blocks, and needs neither event loop nor display.
 std::string askLine(int socket, std::string_view request, std::chrono::steady_clock::time_point deadline);
 
+// The same without a request: what comes next.
+std::string awaitLine(int socket, std::chrono::steady_clock::time_point deadline);
+
 } // namespace companion

@@ -74,20 +74,34 @@ SettingWindowController::SettingWindowController(const Needs &needs, std::functi
 
 SettingWindowController::~SettingWindowController() = default;
 
+void SettingWindowController::load() {
+    if (m_window != nullptr)
+        return;
+    // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): the pointer has a deleter of its own.
+    m_window.reset(new SettingWindow(SettingViewController::create(m_needs), *this));
+    windowDidLoad();
+}
+
 void SettingWindowController::show() {
-    if (m_window == nullptr) {
-        // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): the pointer has a deleter of its own.
-        m_window.reset(new SettingWindow(SettingViewController::create(m_needs), *this));
-        windowDidLoad();
-    }
+    load();
     m_window->show();
     m_window->raise();
-    m_window->activateWindow();
+    if (m_owner == nullptr) // Asked to activate its dialog, a tiling window manager ends the full screen.
+        m_window->activateWindow();
+}
+
+void SettingWindowController::belongTo(WId fullScreenWindow) {
+    m_window->hide();
+    m_window->winId(); // Makes the handle.
+    std::unique_ptr<QWindow> owner(QWindow::fromWinId(fullScreenWindow));
+    m_window->windowHandle()->setTransientParent(owner.get());
+    m_owner = std::move(owner);
 }
 
 void SettingWindowController::windowDidLoad() {
-    // Always on top stands for the level: window managers know no numbers.
-    m_window->setWindowFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
+    // Always on top stands for the level: window managers know no numbers. Those that put windows side by
+    // side let a dialog float.
+    m_window->setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
                              Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint | Qt::WindowStaysOnTopHint);
     m_window->setAttribute(Qt::WA_QuitOnClose, false); // The program goes on without a window.
 

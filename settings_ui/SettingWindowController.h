@@ -3,6 +3,7 @@
 #include "settings_ui/SettingViewController.h"
 
 #include <QWidget>
+#include <QWindow>
 
 #include <functional>
 #include <memory>
@@ -27,9 +28,16 @@ public:
     SettingWindowController(const SettingWindowController &) = delete;
     SettingWindowController &operator=(const SettingWindowController &) = delete;
 
-    // Opens with fresh content, centred on the screen with the pointer, or brings the open window to the
-    // front; it gets the keyboard either way.
+    // Makes the window, with fresh content and centred on the screen with the pointer, unless there is one.
+    void load();
+
+    // Shows it, loaded first if need be, or brings the open one to the front; it gets the keyboard either
+    // way.
     void show();
+
+    // The next show() makes it a dialog of another program's full-screen window, which window managers put
+    // above that and give the keyboard. Until then it is off the screen.
+    void belongTo(WId fullScreenWindow);
 
     // Closes the window, if there is one, and posts that it closes.
     void dismiss();
@@ -55,6 +63,7 @@ private:
 
     Needs m_needs;
     std::function<void()> m_closedByUser;
+    std::unique_ptr<QWindow> m_owner; // Another program's.
     std::unique_ptr<SettingWindow, DeleteLater> m_window;
 };
 

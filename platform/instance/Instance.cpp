@@ -45,9 +45,10 @@ InstanceClaim claimInstance(const RuntimePlaces &places, std::string_view comman
             return {Outcome::First, std::move(result.lock)};
         if (result.outcome == InstanceLock::Outcome::Failed)
             return {Outcome::Alone, nullptr, result.error};
-        const InstanceAnswer answer = askInstance(InstanceLock::socketPath(folder), command, deadline);
+        const InstanceAnswer answer =
+            askInstance(InstanceLock::socketPath(folder), command, deadline, patience);
         if (answer.understood)
-            return {Outcome::Handed};
+            return {Outcome::Handed, nullptr, {}, answer.report};
         process = answer.process;
     } while (pauseBefore(deadline));
     return {Outcome::Stuck, nullptr, stuck(process)};

@@ -14,17 +14,18 @@ namespace companion {
 struct InstanceClaim {
     enum class Outcome {
         First,  // `lock` is ours.
-        Handed, // Another one runs and has taken the command.
+        Handed, // Another one runs and has taken the command; `report` is what came of it.
         Stuck,  // Another one runs, but does not answer: `text` says so.
         Alone,  // It cannot be known or said, because of `text`: run on without a lock.
     };
     Outcome outcome = Outcome::Alone;
     std::unique_ptr<InstanceLock> lock{};
     std::string text{};
+    std::string report{}; // One word; empty: it did not say.
 };
 
 // Tries to be the first, and hands `command` to whoever is. Another one that has only just started, or is
-// about to end, is waited for, up to `patience`.
+// about to end, is waited for, up to `patience`; one that has taken the command, as long again.
 InstanceClaim claimInstance(const RuntimePlaces &places, std::string_view command,
                             std::chrono::milliseconds patience);
 

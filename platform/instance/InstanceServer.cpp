@@ -25,8 +25,10 @@ bool isSameUser(int connection) {
 struct InstanceServer::Client {
     FileDescriptor socket;
     std::unique_ptr<QSocketNotifier> readable;
+    std::uint64_t number;
     std::string received{};
     bool seenBySweep = false;
+    bool awaitsReport = false;
 };
 
 InstanceServer::InstanceServer(const UnixListener &listener, MainQueue &queue, std::vector<Command> commands)
@@ -55,7 +57,7 @@ void InstanceServer::acceptNext() {
         complain("too many callers at a time");
     }
     auto readable = std::make_unique<QSocketNotifier>(connection.get(), QSocketNotifier::Read);
-    Client &client = m_clients.emplace_back(Client{std::move(connection), std::move(readable)});
+    Client &client = m_clients.emplace_back(Client{std::move(connection), std::move(readable), ++m_callers});
     QObject::connect(client.readable.get(), &QSocketNotifier::activated, client.readable.get(),
                      [this, &client] { read(client); });
     sweepLater();
@@ -78,19 +80,42 @@ void InstanceServer::read(Client &client) {
         answer(client, client.received);
 }
 
-void InstanceServer::answer(const Client &client, std::string_view line) {
-    const auto command = std::find_if(m_commands.begin(), m_commands.end(),
-                                      [&](const Command &each) { return each.name == line; });
+void InstanceServer::answer(Client &client, std::string_view line) {
+    const std::size_t blank = std::min(line.find(' '), line.size());
+    const auto command = std::find_if(m_commands.begin(), m_commands.end(), [&](const Command &each) {
+        return each.name == line.substr(0, blank);
+    });
     const bool known = command != m_commands.end();
     const std::string_view text = known ? "ok\n" : "error unknown command\n";
     // A new connection's buffer is empty: it takes this at once, or nobody is there to read it.
     [[maybe_unused]] const ssize_t sent =
         ::send(client.socket.get(), text.data(), text.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
     if (known)
-        m_queue.post(0ms, m_life.guard([action = command->action] { action(); }));
+        m_queue.post(
+            0ms, m_life.guard([this, action = command->action, number = client.number,
+                               argument = std::string(line.substr(std::min(blank + 1, line.size())))] {
+                action(argument,
+                       m_life.guard([this, number](std::string_view outcome) { report(number, outcome); }));
+            }));
     else
         complain("a caller asked for something unknown");
-    drop(client);
+    client.awaitsReport = known && command->reports;
+    if (client.awaitsReport)
+        client.readable->setEnabled(false); // Nothing more is expected.
+    else
+        drop(client);
+}
+
+void InstanceServer::report(std::uint64_t caller, std::string_view outcome) {
+    const auto client = std::find_if(m_clients.begin(), m_clients.end(), [&](const Client &each) {
+        return each.number == caller && each.awaitsReport;
+    });
+    if (client == m_clients.end())
+        return;
+    const std::string text = std::string(outcome) + "\n";
+    [[maybe_unused]] const ssize_t sent =
+        ::send(client->socket.get(), text.data(), text.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+    drop(*client);
 }
 
 void InstanceServer::drop(const Client &client) {
@@ -108,12 +133,15 @@ void InstanceServer::sweepLater() {
     m_sweepPosted = true;
     m_queue.post(kClientTime, m_life.guard([this] {
         m_sweepPosted = false;
-        while (!m_clients.empty() && m_clients.front().seenBySweep) {
-            drop(m_clients.front());
-            complain("a caller that asked for nothing was dropped");
+        for (auto next = m_clients.begin(); next != m_clients.end();) {
+            Client &client = *next++;
+            if (client.awaitsReport)
+                continue; // It is we who dawdle.
+            if (std::exchange(client.seenBySweep, true)) {
+                drop(client);
+                complain("a caller that asked for nothing was dropped");
+            }
         }
-        for (Client &client : m_clients)
-            client.seenBySweep = true;
         if (!m_clients.empty())
             sweepLater();
     }));

@@ -4,6 +4,7 @@
 #include "platform/ports/CursorVisibility.h"
 #include "platform/ports/InputMonitor.h"
 #include "platform/ports/OverlaySurface.h"
+#include "platform/ports/OwnWindows.h"
 #include "platform/ports/ScreenCapture.h"
 #include "platform/ports/SyntheticMouse.h"
 #include "platform/ports/TrayArea.h"
@@ -61,6 +62,15 @@ public:
     void onAppeared(std::function<void()>) override {}
 };
 
+class NullOwnWindows final : public OwnWindows {
+public:
+    void announce(Window, const std::string &) override {}
+    void startupEnded(const std::string &) override {}
+    Window owner() const override { return 0; }
+    void activate(Window, const std::string &) override {}
+    Sight look(Window) const override { return Sight::Unknown; }
+};
+
 class NullWatchdog final : public Watchdog {
 public:
     void setOn(bool) override {}
@@ -78,6 +88,7 @@ public:
     ScreenCapture &screenCapture() override { return m_screenCapture; }
     CursorVisibility &cursor() override { return m_cursor; }
     TrayArea &trayArea() override { return m_trayArea; }
+    OwnWindows &ownWindows() override { return m_windows; }
     Watchdog &watchdog() override { return m_watchdog; }
 
 private:
@@ -87,6 +98,7 @@ private:
     NullScreenCapture m_screenCapture;
     NullCursor m_cursor;
     NullTrayArea m_trayArea;
+    NullOwnWindows m_windows;
     NullWatchdog m_watchdog;
 };
 

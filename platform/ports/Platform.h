@@ -7,6 +7,7 @@ namespace companion {
 class CursorVisibility;
 class InputMonitor;
 class OverlaySurface;
+class OwnWindows;
 class ScreenCapture;
 class SyntheticMouse;
 class TrayArea;
@@ -29,6 +30,7 @@ public:
     virtual ScreenCapture &screenCapture() = 0;
     virtual CursorVisibility &cursor() = 0;
     virtual TrayArea &trayArea() = 0;
+    virtual OwnWindows &ownWindows() = 0;
     virtual Watchdog &watchdog() = 0;
 };
 

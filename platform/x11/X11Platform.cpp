@@ -10,6 +10,7 @@
 #include "platform/x11/X11SyntheticMouse.h"
 #include "platform/x11/X11TrayArea.h"
 #include "platform/x11/X11Watchdog.h"
+#include "platform/x11/X11Windows.h"
 
 namespace companion {
 
@@ -28,6 +29,7 @@ public:
           m_capture(*m_connection, m_screens, needs.queue),
           m_cursor(*m_connection),
           m_trayArea(*m_connection),
+          m_windows(*m_connection),
           m_watchdog(needs.queue, needs.displayName, m_surface.get(), m_cursor) {
         m_inputMonitor.onRawMotion([this](unsigned sequence) { return m_cursor.mouseMoved(sequence); });
         m_cursor.onHidden([this] { m_inputMonitor.awaitMotion(); });
@@ -44,6 +46,7 @@ public:
     ScreenCapture &screenCapture() override { return m_capture; }
     CursorVisibility &cursor() override { return m_cursor; }
     TrayArea &trayArea() override { return m_trayArea; }
+    OwnWindows &ownWindows() override { return m_windows; }
     Watchdog &watchdog() override { return m_watchdog; }
 
 private:
@@ -56,6 +59,7 @@ private:
     X11Capture m_capture;
     X11Cursor m_cursor;
     X11TrayArea m_trayArea;
+    X11Windows m_windows;
     X11Watchdog m_watchdog; // Its thread ends before what it uses.
 };
 

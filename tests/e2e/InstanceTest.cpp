@@ -15,17 +15,26 @@ std::string controlSocket(const Desktop &desktop) {
     return desktop.file("run/presenter-companion/control");
 }
 
-TEST(SecondStart, ShowsTheSettingsOfTheFirstAndEndsThere) {
+TEST(SecondStart, ShowsTheSettingsOfTheFirstSaysWhatCameOfItAndEndsThere) {
     SettingsDesk desk(kEnglish);
     EXPECT_TRUE(desk.windows().empty());
-    EXPECT_EQ(runCompanion({}, desk.desktop.environment()).status, 0);
-    waitUntil("the settings window", [&] { return desk.windows().size() == 1; });
+    const Ended shown = runCompanion({}, desk.desktop.environment());
+    EXPECT_EQ(shown.status, 0);
+    EXPECT_EQ(shown.out, "presenter-companion runs already; it shows its settings\n");
+    EXPECT_EQ(desk.windows().size(), 1U);
 
     Environment elsewhere = desk.desktop.environment(); // As from a remote shell.
     elsewhere.erase("DISPLAY");
     EXPECT_EQ(runCompanion({"--settings"}, elsewhere).status, 0);
     letTimePass(300ms);
     EXPECT_EQ(desk.windows().size(), 1U) << "the open window is shown again, not a second one";
+    {
+        const TestWindow cover(desk.desktop, TestWindow::Kind::OverrideRedirect, qRgb(90, 90, 90),
+                               QRect(QPoint(), desk.desktop.size()));
+        const Ended hidden = runCompanion({"--settings"}, elsewhere);
+        EXPECT_EQ(hidden.status, 1);
+        EXPECT_NE(hidden.err.find("another window covers them"), std::string::npos) << hidden.err;
+    }
 
     EXPECT_EQ(runCompanion({"--quit"}, elsewhere).status, 0);
     EXPECT_EQ(desk.companion.process().waitForExit(), 0);

@@ -3,6 +3,7 @@
 #include "platform/ports/CursorVisibility.h"
 #include "platform/ports/InputMonitor.h"
 #include "platform/ports/OverlaySurface.h"
+#include "platform/ports/OwnWindows.h"
 #include "platform/ports/Platform.h"
 #include "platform/ports/ScreenCapture.h"
 #include "platform/ports/SyntheticMouse.h"
@@ -158,6 +159,20 @@ public:
     void onAppeared(std::function<void()>) override {}
 };
 
+// Shows what `sight` says.
+class FakeOwnWindows final : public OwnWindows {
+public:
+    void announce(Window, const std::string &startupId) override { calls.push_back("announce " + startupId); }
+    void startupEnded(const std::string &startupId) override { calls.push_back("ended " + startupId); }
+    Window owner() const override { return theOwner; }
+    void activate(Window, const std::string &startupId) override { calls.push_back("activate " + startupId); }
+    Sight look(Window) const override { return sight; }
+
+    Sight sight = Sight::Seen;
+    Window theOwner = 0;
+    std::vector<std::string> calls;
+};
+
 class FakeWatchdog final : public Watchdog {
 public:
     void setOn(bool turnedOn) override { on = turnedOn; }
@@ -174,6 +189,7 @@ public:
     FakeCapture &screenCapture() override { return capture; }
     FakeCursor &cursor() override { return fakeCursor; }
     FakeTrayArea &trayArea() override { return fakeTrayArea; }
+    FakeOwnWindows &ownWindows() override { return windows; }
     FakeWatchdog &watchdog() override { return fakeWatchdog; }
 
     FakeSurface fakeSurface;
@@ -182,6 +198,7 @@ public:
     FakeCapture capture;
     FakeCursor fakeCursor;
     FakeTrayArea fakeTrayArea;
+    FakeOwnWindows windows;
     FakeWatchdog fakeWatchdog;
 };
 

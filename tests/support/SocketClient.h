@@ -35,6 +35,8 @@ public:
     // Whether the other side has closed.
     bool closed() { return received(), m_closed; }
 
+    void close() { m_socket = {}; }
+
     bool connected = false;
 
 private:

@@ -95,8 +95,9 @@ TEST_F(InstanceTest, WhateverElseArrivesOnTheSocketIsRefusedBoundedAndLoggedOnce
     const auto first = claim();
     int settings = 0;
     int quits = 0;
-    const InstanceServer server(*first.lock->listener(), queue,
-                                {{"settings", [&] { ++settings; }}, {"quit", [&] { ++quits; }}});
+    const InstanceServer server(
+        *first.lock->listener(), queue,
+        {{"settings", [&](const auto &...) { ++settings; }}, {"quit", [&](const auto &...) { ++quits; }}});
     EXPECT_EQ(fs::status(InstanceLock::socketPath(own)).permissions(),
               fs::perms::owner_read | fs::perms::owner_write);
     const std::string inputs[] = {"shutdown\n", std::string("\0\xff\x1b[2J\n", 7), " settings\n",
@@ -121,6 +122,34 @@ TEST_F(InstanceTest, WhateverElseArrivesOnTheSocketIsRefusedBoundedAndLoggedOnce
     EXPECT_TRUE(silent.closed());
     ASSERT_EQ(log.lines.size(), 2U);
     EXPECT_NE(log.lines[1].find(" 5 times"), std::string::npos) << log.lines[1];
+}
+
+TEST_F(InstanceTest, CallerIsToldLaterWhatCameOfItHoweverLateAndHearsNothingOfOthers) {
+    const auto first = claim();
+    std::vector<std::pair<std::string, InstanceServer::Report>> asked;
+    std::optional<InstanceServer> server(
+        std::in_place, *first.lock->listener(), queue,
+        std::vector<InstanceServer::Command>{
+            {"settings", [&](const auto &id, const auto &report) { asked.emplace_back(id, report); }, true}});
+    Caller patient(own);
+    patient.send("settings host-1_TIME2\n");
+    Caller gone(own);
+    gone.send("settings\n");
+    EXPECT_TRUE(turnUntil([&] { return asked.size() == 2; }));
+    EXPECT_EQ(asked[0].first, "host-1_TIME2");
+    EXPECT_EQ(asked[1].first, "");
+    gone.close();
+    queue.advance(3 * InstanceServer::kClientTime);
+    EXPECT_EQ(patient.received(), "ok\n");
+    EXPECT_FALSE(patient.closed());
+    asked[1].second("covered");
+    asked[0].second("seen");
+    asked[0].second("again");
+    EXPECT_TRUE(turnUntil([&] { return patient.closed(); }));
+    EXPECT_EQ(patient.received(), "ok\nseen\n");
+    server.reset();
+    asked[0].second("nobody is left");
+    EXPECT_TRUE(log.lines.empty());
 }
 
 } // namespace
