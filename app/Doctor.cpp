@@ -28,6 +28,43 @@ std::string joined(const std::vector<std::string> &texts) {
     return all;
 }
 
+// What window managers lack, and what helps there. Told apart by the name that they give themselves.
+struct WindowManagerFacts {
+    const char *name;
+    const char *compositing; // How its users get a compositor when none runs.
+    const char *tray;        // And a tray.
+    const char *limit;       // That it has at its best.
+    const char *limitRemedy;
+};
+
+constexpr const char *kHasNone = "it has none of its own: start one with it, such as picom";
+
+constexpr WindowManagerFacts kWindowManagers[] = {
+    {"GNOME Shell", nullptr, "for the menu, install the AppIndicator extension and turn it on", nullptr,
+     nullptr},
+    {"KWin",
+     "turn compositing on in the system settings; if a full-screen window has stopped it, it comes back "
+     "after "
+     "that",
+     nullptr, "stops compositing for some full-screen videos, and an effect shows a still then",
+     "to see it live, set WindowsBlockCompositing=false in [Compositing] of ~/.config/kwinrc and log in "
+     "again"},
+    {"Xfwm4", "turn compositing on in the window manager's tweaks", nullptr, nullptr, nullptr},
+    {"Metacity (Marco)", "gsettings set org.mate.Marco.general compositing-manager true", nullptr, nullptr,
+     nullptr},
+    {"i3", kHasNone, nullptr, nullptr, nullptr},
+    {"Openbox", kHasNone, nullptr, nullptr, nullptr},
+};
+
+constexpr WindowManagerFacts kAnyOther{nullptr, nullptr, nullptr, nullptr, nullptr};
+
+const WindowManagerFacts &known(const DoctorFacts &facts) {
+    const auto *found =
+        std::find_if(std::begin(kWindowManagers), std::end(kWindowManagers),
+                     [&](const WindowManagerFacts &each) { return facts.windowManager == each.name; });
+    return found == std::end(kWindowManagers) ? kAnyOther : *found;
+}
+
 DoctorFinding version(const DoctorFacts &facts) {
     return {Kind::Fine,
             "program",
@@ -61,11 +98,29 @@ DoctorFinding screens(const DoctorFacts &facts) {
     return {Kind::Fine, "screens", joined(facts.screens), {}};
 }
 
+DoctorFinding windowManager(const DoctorFacts &facts) {
+    if (facts.windowManager.empty())
+        return {Kind::Fine, "windows", "no window manager that tells its name", {}};
+    const WindowManagerFacts &manager = known(facts);
+    if (manager.limit != nullptr && facts.compositor)
+        return {Kind::Flaw, "windows", facts.windowManager + " " + manager.limit, manager.limitRemedy};
+    return {Kind::Fine, "windows", "managed by " + facts.windowManager, {}};
+}
+
 DoctorFinding compositor(const DoctorFacts &facts) {
     if (facts.compositor)
-        return {Kind::Fine, "compositor", "runs", {}};
-    return {Kind::Flaw, "compositor", "none: no spotlight and nothing translucent; laser and magnifier work",
-            "turn compositing on in your desktop's settings, or start one, such as picom"};
+        return {Kind::Fine,
+                "compositor",
+                facts.compositorName.empty()
+                    ? "runs"
+                    : "runs: " + facts.compositorName +
+                          (facts.compositorName == facts.windowManager ? ", the window manager's own" : ""),
+                {}};
+    const char *remedy = known(facts).compositing;
+    return {Kind::Flaw, "compositor", "none: the screen around an effect is a still picture",
+            remedy != nullptr
+                ? remedy
+                : "turn compositing on in your desktop's settings, or start one, such as picom"};
 }
 
 DoctorFinding tray(const DoctorFacts &facts) {
@@ -77,10 +132,12 @@ DoctorFinding tray(const DoctorFacts &facts) {
             kinds.emplace_back("XEmbed");
         return {Kind::Fine, "tray", "shows status icons (" + joined(kinds) + ")", {}};
     }
+    const char *remedy = known(facts).tray;
     return {
         Kind::Flaw, "tray", "none: the program's menu cannot be reached; the effects work",
-        "presenter-companion --settings opens the settings, presenter-companion --quit ends the program;\n"
-        "for the menu, add a tray (\"notification area\") to your panel, on GNOME an AppIndicator extension"};
+        std::string("presenter-companion --settings opens the settings, presenter-companion --quit ends the "
+                    "program;\n") +
+            (remedy != nullptr ? remedy : "for the menu, add a tray (\"notification area\") to your panel")};
 }
 
 DoctorFinding receiver(const DoctorFacts &facts) {
@@ -130,9 +187,9 @@ struct Check {
 };
 
 constexpr Check kChecks[] = {
-    {false, false, version},  {false, false, session},   {false, false, server},
-    {true, false, screens},   {true, false, compositor}, {true, false, tray},
-    {false, false, receiver}, {false, true, permission}, {false, false, settings},
+    {false, false, version},      {false, false, session},   {false, false, server}, {true, false, screens},
+    {true, false, windowManager}, {true, false, compositor}, {true, false, tray},    {false, false, receiver},
+    {false, true, permission},    {false, false, settings},
 };
 
 } // namespace

@@ -19,9 +19,11 @@ struct DoctorFacts {
 
     std::string sessionType; // "x11", "wayland", "tty"; empty: unknown.
     std::string display;
-    std::string serverError; // Empty: the X server lets us in. What follows is only known then.
-    std::string serverLack;  // Empty: the X server has all that the overlay stands on.
+    std::string serverError;   // Empty: the X server lets us in. What follows is only known then.
+    std::string serverLack;    // Empty: the X server has all that the overlay stands on.
+    std::string windowManager; // Its name for itself; empty: none, or it does not say.
     bool compositor = false;
+    std::string compositorName; // The window manager's own if it is the same; may be empty.
     bool xembedTray = false;
     bool statusNotifierTray = false;
     std::vector<std::string> screens;

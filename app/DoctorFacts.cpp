@@ -1,6 +1,7 @@
 #include "app/Doctor.h"
 #include "app/WaylandSession.h"
 #include "platform/qt/QtTray.h"
+#include "platform/x11/X11Desktop.h"
 #include "platform/x11/X11Platform.h"
 #include "settings/SettingsStore.h"
 
@@ -59,13 +60,22 @@ bool canBeWritten(const QString &path) {
     return QFileInfo(folder).isDir() && QFileInfo(folder).isWritable();
 }
 
-std::string describe(const QScreen &screen) {
-    const QRect area = screen.geometry();
-    const double scale = screen.devicePixelRatio();
+// The toolkit alone knows the scale.
+double scaleOf(const std::string &screen) {
+    if (qGuiApp == nullptr)
+        return 1;
+    for (const QScreen *each : QGuiApplication::screens())
+        if (each->name().toStdString() == screen)
+            return each->devicePixelRatio();
+    return QGuiApplication::primaryScreen() != nullptr ? QGuiApplication::primaryScreen()->devicePixelRatio()
+                                                       : 1;
+}
+
+std::string describe(const X11Desktop::Screen &screen) {
     std::ostringstream text;
-    text << screen.name().toStdString() << " " << qRound(area.width() * scale) << "x"
-         << qRound(area.height() * scale) << " at scale " << scale
-         << (&screen == QGuiApplication::primaryScreen() ? ", main" : "");
+    text << (screen.name.empty() ? "the whole desktop" : screen.name) << " " << screen.area.width() << "x"
+         << screen.area.height() << " at " << screen.area.x() << "," << screen.area.y() << ", scale "
+         << scaleOf(screen.name) << (screen.main ? ", main" : "");
     return text.str();
 }
 
@@ -82,12 +92,13 @@ DoctorFacts gatherDoctorFacts(const ReceiverIdentity &receiver) {
     facts.display = qgetenv("DISPLAY").toStdString();
     if (x11ServerAnswers(facts.serverError)) {
         x11ServerSuffices(facts.serverLack);
-        facts.compositor = x11CompositorRuns();
-        facts.xembedTray = x11TrayRuns();
-        if (qGuiApp != nullptr) {
-            for (const QScreen *screen : QGuiApplication::screens())
-                facts.screens.push_back(describe(*screen));
-        }
+        const X11Desktop desktop = x11Desktop();
+        facts.windowManager = desktop.windowManager;
+        facts.compositor = desktop.compositor;
+        facts.compositorName = desktop.compositorName;
+        facts.xembedTray = desktop.xembedTray;
+        for (const auto &screen : desktop.screens)
+            facts.screens.push_back(describe(screen));
     }
     if (qGuiApp != nullptr)
         facts.statusNotifierTray = statusNotifierTrayRuns(kPatienceWithTray);

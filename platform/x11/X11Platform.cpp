@@ -84,12 +84,4 @@ bool x11ServerSuffices(std::string &error) {
     return link.xcb && X11Connection::suffices(link, error) && X11Surface::possible(link, error);
 }
 
-bool x11CompositorRuns() {
-    return x11SelectionHeld(X11CompositorWatch::kSelection);
-}
-
-bool x11TrayRuns() {
-    return x11SelectionHeld(X11TrayArea::kSelection);
-}
-
 } // namespace companion

@@ -29,10 +29,4 @@ bool x11ServerAnswers(std::string &error);
 // Whether that server has all that the overlay stands on; `error` says what it lacks.
 bool x11ServerSuffices(std::string &error);
 
-// Whether the desktop can be seen through windows of that server.
-bool x11CompositorRuns();
-
-// Whether an XEmbed tray runs there.
-bool x11TrayRuns();
-
 } // namespace companion

@@ -39,20 +39,16 @@ X11SelectionWatch::X11SelectionWatch(X11Connection &connection, const std::strin
     m_owner = reply ? reply->owner : xcb_window_t{XCB_NONE};
 }
 
-bool x11SelectionHeld(const std::string &name) {
-    std::string error;
-    const auto link = X11Connection::connect({}, error);
-    if (!link.xcb)
-        return false;
+xcb_window_t x11SelectionOwner(const X11Connection::Link &link, const std::string &name) {
     auto *c = link.xcb.get();
     const std::string full = nameFor(name, link.screenNumber);
     const X11Reply<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(
         c, xcb_intern_atom(c, 0, static_cast<std::uint16_t>(full.size()), full.c_str()), nullptr));
     if (!atom)
-        return false;
+        return XCB_NONE;
     const X11Reply<xcb_get_selection_owner_reply_t> owner(
         xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, atom->atom), nullptr));
-    return owner && owner->owner != XCB_NONE;
+    return owner ? owner->owner : xcb_window_t{XCB_NONE};
 }
 
 } // namespace companion

@@ -22,7 +22,7 @@ private:
     std::function<void()> m_changed;
 };
 
-// The same for once, over a connection of its own.
-bool x11SelectionHeld(const std::string &name);
+// The same for once; none while nobody holds it.
+xcb_window_t x11SelectionOwner(const X11Connection::Link &link, const std::string &name);
 
 } // namespace companion

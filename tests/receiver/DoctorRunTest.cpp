@@ -24,7 +24,7 @@ void expectAnswer(const Ended &answer, int status, const std::vector<std::string
 }
 
 TEST(DoctorRun, HealthyMachineIsToldApartFromOnesThatLackReceiverPermissionOrCompositor) {
-    Desktop desktop({.size = {800, 600}});
+    Desktop desktop({.size = {800, 600}, .monitors = {{400, 0, 400, 600}, {0, 0, 400, 600}}});
     HidrawTestbed bed;
     HidrawDevice receiver(bed, 0x1209, 0x00AB);
     expectAnswer(doctor(desktop.environment(), bed), 1, {"1209:00AB is not plugged in"});
@@ -32,7 +32,8 @@ TEST(DoctorRun, HealthyMachineIsToldApartFromOnesThatLackReceiverPermissionOrCom
     receiver.plug(2);
     const Ended healthy = doctor(desktop.environment(), bed);
     expectAnswer(healthy, 0,
-                 {"we may open /dev/hidraw2", "800x600 at scale 1, main", "compositor   runs",
+                 {"we may open /dev/hidraw2", "part0 400x600 at 400,0, scale 1, main; part1 400x600 at 0,0",
+                  "windows      managed by Openbox", "compositor   runs: picom\n",
                   "The effects can work on this machine."});
     EXPECT_EQ(healthy.out.find("FAULT"), std::string::npos) << healthy.out;
 
@@ -67,7 +68,7 @@ TEST(DoctorRun, AnXServerThatCannotHaveTheOverlayIsAFault) {
     expectAnswer(
         doctor(desktop.environment(), HidrawTestbed()), 1,
         {"FAULT  X server     " + desktop.display() + ": the X server has no windows with an alpha channel",
-         "640x480 at scale 1, main"}); // The rest is known all the same.
+         "640x480 at 0,0, scale 1, main"}); // The rest is known all the same.
 }
 
 } // namespace

@@ -20,9 +20,11 @@ DoctorFacts healthy() {
             .display = ":0",
             .serverError = "",
             .serverLack = "",
+            .windowManager = "Somebody's",
             .compositor = true,
+            .compositorName = "picom",
             .xembedTray = true,
-            .screens = {"eDP-1 1920x1080 at scale 1, main"},
+            .screens = {"eDP-1 1920x1080 at 0,0, scale 1, main"},
             .settingsFile = "/home/me/.config/file",
             .settingsWritable = true};
 }
@@ -31,6 +33,7 @@ struct Fault {
     const char *subject;
     Kind kind;
     void (*apply)(DoctorFacts &facts);
+    const char *remedy = "";
 };
 
 TEST(Doctor, EachFaultIsFoundWithItsRemedyOnOneScreenAndOnlyFatalOnesCount) {
@@ -39,8 +42,28 @@ TEST(Doctor, EachFaultIsFoundWithItsRemedyOnOneScreenAndOnlyFatalOnesCount) {
         {"X server", Kind::Fatal, [](DoctorFacts &f) { f.serverError = "no X server: DISPLAY is not set"; }},
         {"X server", Kind::Fatal, [](DoctorFacts &f) { f.serverLack = "no alpha channel"; }},
         {"screens", Kind::Fatal, [](DoctorFacts &f) { f.screens.clear(); }},
-        {"compositor", Kind::Flaw, [](DoctorFacts &f) { f.compositor = false; }},
-        {"tray", Kind::Flaw, [](DoctorFacts &f) { f.xembedTray = false; }},
+        {"windows", Kind::Flaw, [](DoctorFacts &f) { f.windowManager = "KWin"; }, "WindowsBlockCompositing"},
+        {"compositor", Kind::Flaw, [](DoctorFacts &f) { f.compositor = false; },
+         "in your desktop's settings"},
+        {"compositor", Kind::Flaw,
+         [](DoctorFacts &f) {
+             f.compositor = false;
+             f.windowManager = "i3";
+         },
+         "none of its own"},
+        {"compositor", Kind::Flaw, // Its other flaw needs one that runs.
+         [](DoctorFacts &f) {
+             f.compositor = false;
+             f.windowManager = "KWin";
+         },
+         "in the system settings"},
+        {"tray", Kind::Flaw, [](DoctorFacts &f) { f.xembedTray = false; }, "notification area"},
+        {"tray", Kind::Flaw,
+         [](DoctorFacts &f) {
+             f.xembedTray = false;
+             f.windowManager = "GNOME Shell";
+         },
+         "AppIndicator"},
         {"receiver", Kind::Fatal, [](DoctorFacts &f) { f.nodes.clear(); }},
         {"permission", Kind::Fatal, [](DoctorFacts &f) { f.nodes[0].error = "Permission denied"; }},
         {"settings", Kind::Flaw, [](DoctorFacts &f) { f.settingsWritable = false; }},
@@ -56,7 +79,9 @@ TEST(Doctor, EachFaultIsFoundWithItsRemedyOnOneScreenAndOnlyFatalOnesCount) {
         }
         EXPECT_EQ(doctorStatus(findings), fault.kind == Kind::Fatal ? 1 : 0) << fault.subject;
         const std::string report = doctorReport(findings);
-        EXPECT_NE(report.find("-> "), std::string::npos);
+        const std::size_t remedies = report.find("-> ");
+        ASSERT_NE(remedies, std::string::npos);
+        EXPECT_NE(report.find(fault.remedy, remedies), std::string::npos) << report;
         EXPECT_LE(std::count(report.begin(), report.end(), '\n'), 24);
     }
 }
