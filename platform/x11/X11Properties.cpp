@@ -57,6 +57,23 @@ xcb_window_t x11FrameOf(xcb_connection_t *c, xcb_window_t root, xcb_window_t win
     }
 }
 
+bool x11IsVisible(xcb_connection_t *c, xcb_window_t window) {
+    const X11Reply<xcb_get_window_attributes_reply_t> attributes(
+        xcb_get_window_attributes_reply(c, xcb_get_window_attributes(c, window), nullptr));
+    return attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE &&
+           attributes->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT;
+}
+
+X11Extent x11ExtentOf(xcb_connection_t *c, xcb_window_t window) {
+    constexpr int kDepthWithAlpha = 32;
+    const X11Reply<xcb_get_geometry_reply_t> g(
+        xcb_get_geometry_reply(c, xcb_get_geometry(c, window), nullptr));
+    if (!g)
+        return {};
+    return {QRect(g->x, g->y, g->width + 2 * g->border_width, g->height + 2 * g->border_width),
+            g->depth != kDepthWithAlpha};
+}
+
 // It names itself; a dead one's window may have been taken by somebody else.
 xcb_window_t x11WindowManager(const X11Connection::Link &link) {
     constexpr const char *kCheck = "_NET_SUPPORTING_WM_CHECK";

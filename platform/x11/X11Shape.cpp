@@ -8,7 +8,7 @@ namespace companion {
 
 namespace {
 
-constexpr std::size_t kMostRectangles = 8192; // In one request; a quarter of the smallest limit.
+constexpr std::size_t kMostOutlineParts = 8192; // In one request; a quarter of the smallest limit.
 
 } // namespace
 
@@ -33,7 +33,7 @@ void X11Shape::clear() {
 void X11Shape::combine(std::span<const xcb_rectangle_t> rectangles, bool add) {
     auto *c = m_connection.xcb();
     while (!rectangles.empty()) {
-        const auto part = rectangles.first(std::min(rectangles.size(), kMostRectangles));
+        const auto part = rectangles.first(std::min(rectangles.size(), kMostOutlineParts));
         rectangles = rectangles.subspan(part.size());
         xcb_xfixes_set_region(c, m_difference, static_cast<std::uint32_t>(part.size()), part.data());
         if (add)

@@ -1,9 +1,8 @@
 #include "platform/x11/X11Stacking.h"
 
-#include <QRect>
+#include "platform/x11/X11Properties.h"
 
 #include <algorithm>
-#include <optional>
 #include <ranges>
 #include <utility>
 
@@ -13,50 +12,6 @@ namespace {
 template <class Container>
 bool holds(const Container &all, xcb_window_t window) {
     return std::find(all.begin(), all.end(), window) != all.end();
-}
-
-struct Place {
-    xcb_window_t parent;
-    std::vector<xcb_window_t> children; // From the bottom up.
-};
-
-// Null when there is no such window any more.
-std::optional<Place> placeOf(xcb_connection_t *c, xcb_window_t window) {
-    const X11Reply<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(c, xcb_query_tree(c, window), nullptr));
-    if (!tree)
-        return std::nullopt;
-    const auto *children = xcb_query_tree_children(tree.get());
-    return Place{tree->parent, {children, children + xcb_query_tree_children_length(tree.get())}};
-}
-
-// The child of the root that the window lies in; the window itself without a window manager. None when there
-// is no such window any more.
-xcb_window_t frameOf(xcb_connection_t *c, xcb_window_t root, xcb_window_t window) {
-    while (const auto place = placeOf(c, window)) {
-        if (place->parent == root || place->parent == XCB_NONE)
-            return window;
-        window = place->parent;
-    }
-    return XCB_NONE;
-}
-
-bool isVisible(xcb_connection_t *c, xcb_window_t window) {
-    const X11Reply<xcb_get_window_attributes_reply_t> attributes(
-        xcb_get_window_attributes_reply(c, xcb_get_window_attributes(c, window), nullptr));
-    return attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE &&
-           attributes->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT;
-}
-
-struct Extent {
-    QRect area; // Empty when there is no such window any more.
-    bool opaque = false;
-};
-
-Extent extentOf(xcb_connection_t *c, xcb_window_t window) {
-    constexpr int kDepthWithAlpha = 32;
-    const X11Reply<xcb_get_geometry_reply_t> g(
-        xcb_get_geometry_reply(c, xcb_get_geometry(c, window), nullptr));
-    return g ? Extent{QRect(g->x, g->y, g->width, g->height), g->depth != kDepthWithAlpha} : Extent{};
 }
 
 } // namespace
@@ -111,8 +66,8 @@ X11Stacking::Standing X11Stacking::look() {
     auto *c = m_connection.xcb();
     std::vector<xcb_window_t> frames;
     std::erase_if(m_above, [&](xcb_window_t window) {
-        const xcb_window_t frame = frameOf(c, m_connection.root(), window);
-        if (frame != XCB_NONE && isVisible(c, window))
+        const xcb_window_t frame = x11FrameOf(c, m_connection.root(), window);
+        if (frame != XCB_NONE && x11IsVisible(c, window))
             frames.push_back(frame);
         return frame == XCB_NONE;
     });
@@ -121,10 +76,8 @@ X11Stacking::Standing X11Stacking::look() {
     m_belowSome = !frames.empty();
 
     Standing standing;
-    if (m_belowSome) {
-        const auto root = placeOf(c, m_connection.root());
-        standing.all = root ? root->children : std::vector<xcb_window_t>();
-    }
+    if (m_belowSome)
+        standing.all = x11ChildrenOf(c, m_connection.root());
     for (const xcb_window_t window : standing.all)
         if (holds(frames, window))
             standing.above.push_back(window);
@@ -135,9 +88,9 @@ bool X11Stacking::covered(const Standing &standing) const {
     auto *c = m_connection.xcb();
     const auto lowest = std::find(standing.all.begin(), standing.all.end(), standing.above.front());
     return std::any_of(lowest, standing.all.end(), [&](xcb_window_t window) {
-        if (holds(standing.above, window) || isOurs(window) || !isVisible(c, window))
+        if (holds(standing.above, window) || isOurs(window) || !x11IsVisible(c, window))
             return false;
-        const Extent extent = extentOf(c, window);
+        const X11Extent extent = x11ExtentOf(c, window);
         return extent.opaque && extent.area.contains(m_screens.area());
     });
 }

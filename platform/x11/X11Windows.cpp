@@ -16,7 +16,6 @@ namespace {
 
 constexpr std::uint32_t kEveryDesktop = 0xFFFFFFFF;
 constexpr std::uint32_t kSourcePager = 2; // Speaks for the user; window managers refuse programs more often.
-constexpr std::uint8_t kDepthWithAlpha = 32;
 
 // The server's time now. Over a connection of its own, since it comes as an event.
 xcb_timestamp_t serverTime() {
@@ -35,21 +34,6 @@ xcb_timestamp_t serverTime() {
         if ((event->response_type & 0x7F) == XCB_PROPERTY_NOTIFY)
             return reinterpret_cast<const xcb_property_notify_event_t &>(*event).time;
     return XCB_CURRENT_TIME;
-}
-
-QRect areaOf(xcb_connection_t *c, xcb_window_t window, std::uint8_t *depth = nullptr) {
-    const X11Reply<xcb_get_geometry_reply_t> g(
-        xcb_get_geometry_reply(c, xcb_get_geometry(c, window), nullptr));
-    if (depth != nullptr)
-        *depth = g ? g->depth : 0;
-    return g ? QRect(g->x, g->y, g->width + 2 * g->border_width, g->height + 2 * g->border_width) : QRect();
-}
-
-bool isVisible(xcb_connection_t *c, xcb_window_t window) {
-    const X11Reply<xcb_get_window_attributes_reply_t> attributes(
-        xcb_get_window_attributes_reply(c, xcb_get_window_attributes(c, window), nullptr));
-    return attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE &&
-           attributes->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT;
 }
 
 // Which a compositor's own window does, above all others.
@@ -141,11 +125,11 @@ void X11Windows::activate(Window window, const std::string &startupId) {
 OwnWindows::Sight X11Windows::look(Window window) const {
     auto *c = m_connection.xcb();
     const auto own = static_cast<xcb_window_t>(window);
-    if (!isVisible(c, own) || onAnotherDesktop(own) || holds(own, "_NET_WM_STATE", "_NET_WM_STATE_HIDDEN"))
+    if (!x11IsVisible(c, own) || onAnotherDesktop(own) || holds(own, "_NET_WM_STATE", "_NET_WM_STATE_HIDDEN"))
         return Sight::Absent;
     const xcb_window_t frame = x11FrameOf(c, m_connection.root(), own);
     const auto stack = x11ChildrenOf(c, m_connection.root());
-    QRegion seen = areaOf(c, frame) & areaOf(c, m_connection.root());
+    QRegion seen = x11ExtentOf(c, frame).area & x11ExtentOf(c, m_connection.root()).area;
     const auto pixels = [&seen] {
         std::int64_t sum = 0;
         for (const QRect &area : seen)
@@ -155,7 +139,7 @@ OwnWindows::Sight X11Windows::look(Window window) const {
     const std::int64_t all = pixels();
     for (auto above = std::find(stack.begin(), stack.end(), frame); above != stack.end(); ++above)
         if (*above != frame && !isOurs(*above, own) && hides(*above))
-            seen -= areaOf(c, *above);
+            seen -= x11ExtentOf(c, *above).area;
     return pixels() * 2 > all ? Sight::Seen : Sight::Covered;
 }
 
@@ -187,11 +171,9 @@ bool X11Windows::isOurs(xcb_window_t window, xcb_window_t oneOfTheToolkit) const
 // Windows with an alpha channel hide what is below if they say that they are opaque.
 bool X11Windows::hides(xcb_window_t window) const {
     auto *c = m_connection.xcb();
-    if (!isVisible(c, window) || letsMouseThrough(c, window))
+    if (!x11IsVisible(c, window) || letsMouseThrough(c, window))
         return false;
-    std::uint8_t depth = 0;
-    areaOf(c, window, &depth);
-    if (depth != kDepthWithAlpha)
+    if (x11ExtentOf(c, window).opaque)
         return true;
     auto parts = x11ChildrenOf(c, window); // In a frame.
     parts.push_back(window);
