@@ -14,7 +14,9 @@ namespace {
 
 constexpr int kFirstFrontLevel = 1000; // Two front levels exist, 1002 and 1000; both are above all windows.
 constexpr std::size_t kPixelMemory = 4 << 20;
-constexpr auto kCheckEvery = 100ms;   // Whether the compositor is still at work, while the overlay is shown.
+constexpr auto kCheckEvery = 100ms; // Whether the compositor is still at work, while the overlay is shown.
+constexpr int kStartingTries = 10;  // To see a compositor at work that has just started.
+constexpr auto kBetweenTries = 300ms;
 constexpr auto kSettlingTime = 100ms; // For the windows below to draw what the overlay has left.
 
 std::int64_t areaOf(const QRect &r) {
@@ -55,10 +57,12 @@ X11Surface::X11Surface(X11Connection &connection, MainQueue &queue, X11Screens &
       m_still(connection, m_drawn.window(), formats),
       m_painter(connection, m_drawn.window(), kPixelMemory) {
     setBlends(m_compositor.blends());
+    awaitBlending(kStartingTries);
     m_screens.onChanged([this] { follow(); });
     m_compositor.onChanged([this] {
         m_mayBlendAgain = m_compositor.running();
         check();
+        awaitBlending(kStartingTries);
     });
     connection.onEvent(XCB_EXPOSE, [this](const xcb_generic_event_t &event) {
         const auto &exposed = reinterpret_cast<const xcb_expose_event_t &>(event);
@@ -84,13 +88,30 @@ void X11Surface::setLevel(int level) {
 
 void X11Surface::raise() {
     m_screens.findPointer();
-    if (!m_drawn.onScreen() && !m_catcher.onScreen()) {
-        const bool blends =
-            m_drawn.waitsOutside() ? m_compositor.blends(m_drawn.window()) : m_compositor.blends();
-        if (blends != m_blends)
-            setBlends(blends);
-    }
+    followCompositor();
     m_stacking.raise();
+}
+
+// While nothing is shown.
+void X11Surface::followCompositor() {
+    if (m_drawn.onScreen() || m_catcher.onScreen())
+        return;
+    const bool blends =
+        m_drawn.waitsOutside() ? m_compositor.blends(m_drawn.window()) : m_compositor.blends();
+    if (blends != m_blends)
+        setBlends(blends);
+}
+
+// One that has just started needs a moment. Followed before the overlay is needed, so that a window which
+// fades in has done so by then.
+void X11Surface::awaitBlending(int tries) {
+    if (m_blends || tries == 0 || !m_compositor.running())
+        return;
+    m_queue.post(kBetweenTries, m_lifetime.guard([this, tries] {
+        followCompositor();
+        m_connection.flush();
+        awaitBlending(tries - 1);
+    }));
 }
 
 void X11Surface::setTakesMouse(bool takes) {

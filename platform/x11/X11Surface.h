@@ -54,6 +54,8 @@ private:
                X11CompositorWatch &compositor, xcb_visualid_t visual, const X11Still::Formats &formats);
 
     void follow();
+    void followCompositor();
+    void awaitBlending(int tries);
     void setBlends(bool blends);
     void checkSoon();
     void check();
