@@ -6,7 +6,7 @@ set -euo pipefail
 cd "$(dirname "$0")"
 
 tools/install-packages.sh tools/packages-build.txt tools/packages-demo.txt tools/packages-package.txt \
-    tools/packages-test.txt
+    tools/packages-test.txt tools/packages-desktops.txt
 export COMPANION_TEST_PICTURES="$PWD/build/test-pictures" # Of checks that failed.
 rm -rf "$COMPANION_TEST_PICTURES"
 

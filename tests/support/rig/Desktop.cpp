@@ -2,6 +2,7 @@
 
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 
 namespace companion::rig {
 namespace {
@@ -31,7 +32,7 @@ bool managesProbe(const XConnection &connection) {
 
 } // namespace
 
-Desktop::Desktop(const DesktopOptions &options) : m_environment(inheritedEnvironment()) {
+Desktop::Desktop(const DesktopOptions &options) : m_options(options), m_environment(inheritedEnvironment()) {
     for (const auto &[variable, folder] : {std::pair{"HOME", "home"},
                                            {"XDG_CONFIG_HOME", "config"},
                                            {"XDG_CACHE_HOME", "cache"},
@@ -68,15 +69,23 @@ std::string Desktop::file(const std::string &name) const {
 }
 
 void Desktop::startWindowManager() {
-    m_windowManager.emplace(Command{"openbox", "--sm-disable"}, m_environment);
+    m_windowManager.emplace(m_options.manager.command, m_environment);
     waitUntil("the window manager", [this] {
         return m_connection->rootWindowProperty("_NET_SUPPORTING_WM_CHECK") != XCB_WINDOW_NONE;
     });
     waitUntil("a window manager that manages", [this] { return managesProbe(*m_connection); });
+    if (m_options.manager.composites)
+        awaitCompositor();
 }
 
 void Desktop::startCompositor() {
-    m_compositor.emplace(Command{"picom", "--config", "/dev/null", "--backend", "xrender"}, m_environment);
+    std::ofstream(file("picom.conf")) << m_options.compositorSettings;
+    m_compositor.emplace(Command{"picom", "--config", file("picom.conf"), "--backend", "xrender"},
+                         m_environment);
+    awaitCompositor();
+}
+
+void Desktop::awaitCompositor() {
     waitUntil("the compositor",
               [this] { return m_connection->selectionOwner(kCompositorSelection) != XCB_WINDOW_NONE; });
 }

@@ -11,12 +11,19 @@
 
 namespace companion::rig {
 
+struct WindowManager {
+    Command command{"openbox", "--sm-disable"};
+    bool composites = false; // It blends windows itself.
+};
+
 struct DesktopOptions {
     QSize size{1024, 768};
     bool windowManager = true;
-    bool compositor = true;
+    bool compositor = true; // picom.
     Command serverOptions{};
     std::vector<QRect> monitors{}; // Parts of the screen, the main one first; none: one monitor is all of it.
+    WindowManager manager{};
+    std::string compositorSettings{}; // picom's.
 };
 
 // A virtual X screen for one test, with a window manager and a compositor unless told otherwise, an empty
@@ -55,6 +62,9 @@ public:
     void run(const Command &command) const;
 
 private:
+    void awaitCompositor();
+
+    DesktopOptions m_options;
     QTemporaryDir m_folder;
     Environment m_environment;
     std::string m_display;

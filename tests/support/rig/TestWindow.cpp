@@ -80,6 +80,18 @@ void TestWindow::setPicture(const QImage &picture) {
     m_connection.sync();
 }
 
+void TestWindow::fill(const QRect &area, QRgb colour) {
+    const xcb_gcontext_t context = xcb_generate_id(m_connection);
+    const std::uint32_t foreground = colour & 0xFFFFFFU;
+    const xcb_rectangle_t rectangle{static_cast<std::int16_t>(area.x()), static_cast<std::int16_t>(area.y()),
+                                    static_cast<std::uint16_t>(area.width()),
+                                    static_cast<std::uint16_t>(area.height())};
+    xcb_create_gc(m_connection, context, m_window, XCB_GC_FOREGROUND, &foreground);
+    xcb_poly_fill_rectangle(m_connection, m_window, context, 1, &rectangle);
+    xcb_free_gc(m_connection, context);
+    m_connection.sync();
+}
+
 void TestWindow::raise() {
     const std::uint32_t above = XCB_STACK_MODE_ABOVE;
     xcb_configure_window(m_connection, m_window, XCB_CONFIG_WINDOW_STACK_MODE, &above);

@@ -21,6 +21,7 @@ public:
 
     xcb_window_t id() const { return m_window; }
     void setPicture(const QImage &picture); // Again and again, if it is smaller than the window.
+    void fill(const QRect &area, QRgb colour);
     void raise();
 
     struct Button {
