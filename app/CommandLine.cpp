@@ -91,9 +91,8 @@ constexpr Option kOptions[] = {
          line.action = CommandLine::Action::Doctor;
          return true;
      }},
-    {"--screen", Value::Required, "WHERE",
-     "show the effects on the 'main' screen, on the one that the 'pointer' is on, or on the one with this "
-     "name "
+    {"--screen", Value::Required, "main|pointer|NAME",
+     "show the effects on the main screen, on the one that the mouse is on, or on the one with this name "
      "(--doctor lists them)",
      false, applyScreen},
     {"--centre-click", Value::Required, "on|off",
