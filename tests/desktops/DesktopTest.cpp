@@ -98,6 +98,17 @@ protected:
         talk.companion.effectOff();
     }
 
+    QImage plain(QRgb colour) const {
+        QImage slide(talk.desktop.size(), QImage::Format_RGB32);
+        slide.fill(colour);
+        return slide;
+    }
+
+    void turnSlideTo(const QImage &slide) {
+        talk.slide.setPicture(slide);
+        talk.hand.tapKey(kKeyPageDown);
+    }
+
     std::string taskBar() const {
         return talk.desktop.connection().property(talk.desktop.connection().root(), "_NET_CLIENT_LIST");
     }
@@ -129,6 +140,11 @@ TEST_P(TalkOn, ShowsEverythingAtOnceOverALiveSlideAndLeavesNothingOfIt) {
                 },
                 kAppearLimit));
             expectLive("in the spotlight", at);
+            for (const QRgb slide : {qRgb(0x99, 0x33, 0x66), kSlideColour}) {
+                turnSlideTo(plain(slide));
+                EXPECT_NO_THROW(talk.screen.waitForPixel(kFree, blend(slide, qRgb(0, 0, 0), 0.6), 1s))
+                    << "around the spotlight";
+            }
         });
     expectNothingLeft("the spotlight", kReleaseLimit);
     talk.expectFree(kFree);
@@ -142,16 +158,14 @@ TEST_P(TalkOn, ShowsEverythingAtOnceOverALiveSlideAndLeavesNothingOfIt) {
     talk.expectFree(kFree);
 
     talk.companion.receiver("once 01");
-    QImage slide(talk.desktop.size(), QImage::Format_RGB32);
-    slide.fill(kSlideColour);
-    const QImage plain = slide;
+    QImage slide = plain(kSlideColour);
     QPainter(&slide).fillRect(QRect(centre - QPoint(5, 5), QSize(10, 10)), QColor::fromRgb(kTicks[0]));
     talk.slide.setPicture(slide);
     const QPoint enlarged = centre + QPoint(12, 12); // Beyond that square, but for a lens.
     expectEffect(
         "magnifier", enlarged, [](QRgb seen) { return sameColour(seen, kTicks[0], 0); },
         [&] { expectLive("beside the magnifier", kFree); });
-    talk.slide.setPicture(plain);
+    talk.slide.setPicture(plain(kSlideColour));
     expectNothingLeft("the magnifier", kHintLimit);
     talk.expectFree(kFree);
     expectLive("after the effects", kFree);
