@@ -182,6 +182,8 @@ TEST_P(TalkOn, ShowsEverythingAtOnceOverALiveSlideAndLeavesNothingOfIt) {
             return pixels > 4000; // Of 49152 on all of the screen.
         },
         1s));
+    const QRect all(QPoint(), talk.desktop.size());
+    EXPECT_EQ(talk.desktop.connection().areaOf(talk.slide.id()), all) << "no longer full-screen";
 }
 
 INSTANTIATE_TEST_SUITE_P(
