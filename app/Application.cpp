@@ -179,8 +179,10 @@ void Application::serveFurtherStarts() {
 }
 
 std::shared_ptr<PresentedSettings> Application::presentSettings(const SettingWindowController::Needs &needs) {
-    auto opened = PresentedSettings::open(needs, m_platform->surface(), m_platform->ownWindows(),
-                                          std::exchange(m_startupId, {}));
+    std::string startupId = std::exchange(m_startupId, {});
+    if (startupId.empty())
+        startupId = takeStartupId(); // A tray may have left one with the click.
+    auto opened = PresentedSettings::open(needs, m_platform->surface(), m_platform->ownWindows(), startupId);
     m_settings = opened;
     m_front->watch(subject(opened), std::exchange(m_answer, {}));
     return opened;
