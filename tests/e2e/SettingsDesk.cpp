@@ -39,10 +39,10 @@ SettingsDesk::SettingsDesk(const CompanionProcess::Options &program, const Deskt
     waitUntil("the tray icon", [this] { return trayIcon() != XCB_WINDOW_NONE; });
 }
 
-void SettingsDesk::choose(Entry entry) {
+void SettingsDesk::choose(Entry entry, std::uint8_t button) {
     waitUntil("the menu that was open before to go", [this] { return menu() == XCB_WINDOW_NONE; });
     hand.move(areaOf(trayIcon()).center());
-    hand.click(3);
+    hand.click(button);
     waitUntil("the menu", [this] { return menu() != XCB_WINDOW_NONE; });
     letTimePass(50ms); // A hand's.
     const QRect area = areaOf(menu());

@@ -54,8 +54,8 @@ public:
     explicit SettingsDesk(const Settings &settings);
 
     xcb_window_t trayIcon() const; // None while there is none.
-    // A right click on it and a click on an entry of the menu.
-    void choose(Entry entry);
+    // A click on it, the right button's or the left one's, and one on an entry of the menu.
+    void choose(Entry entry, std::uint8_t button = 3);
 
     // Chooses "Setting", and waits until a further window has the keyboard and shows its controls.
     xcb_window_t open();

@@ -13,7 +13,7 @@ using enum SettingsDesk::Entry;
 TEST(TrayMenu, VersionDoesNothingAndQuitEndsTheProgramAndLeavesNothingOnTheScreen) {
     SettingsDesk desk(kEnglish);
     const QImage before = desk.screen.grab(kHint);
-    desk.choose(Version);
+    desk.choose(Version, 1);
     letTimePass(300ms);
     desk.hand.tapKey(kKeyEscape); // The menu stays open: the entry cannot be chosen.
     EXPECT_TRUE(desk.windows().empty());
