@@ -7,7 +7,7 @@
 
 namespace companion {
 
-// SIGTERM and SIGINT as a call on the main thread. One instance in a process.
+// SIGTERM, SIGINT and SIGHUP as a call on the main thread. One instance in a process.
 class SignalWatch {
 public:
     // To be called before the first thread starts: threads inherit it, and a signal must not end one of them.

@@ -5,6 +5,7 @@
 #include "app/SessionBus.h"
 #include "app/SettingsFront.h"
 #include "app/SignalWatch.h"
+#include "app/StartDeadline.h"
 #include "app/WaylandSession.h"
 #include "core/Log.h"
 #include "core/StartupId.h"
@@ -35,6 +36,7 @@ namespace {
 
 constexpr int kCannotRun = 1;
 constexpr int kWrongUsage = 2;
+constexpr auto kPatienceWithServer = std::chrono::seconds(4);
 constexpr auto kPatience = std::chrono::milliseconds(1500); // With a program that runs already.
 
 int fail(const std::string &error, int status) {
@@ -77,6 +79,9 @@ bool chooseDisplay(std::string &error) {
     if (asked == "offscreen" || asked == "minimal")
         return true;
     qputenv("QT_QPA_PLATFORM", "xcb");
+    const StartDeadline deadline(kPatienceWithServer,
+                                 "the X server " + qgetenv("DISPLAY").toStdString() +
+                                     " takes connections but does not answer; end it, or try again");
     return x11ServerAnswers(error);
 }
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 
@@ -78,6 +79,20 @@ TEST(CommandLine, AToolkitThatGivesUpEndsTheProgramWithStatusOneAndNoCore) {
         EXPECT_NE(ended.err.find("presenter-companion: This application failed"), std::string::npos)
             << ended.err;
     }
+}
+
+TEST(CommandLine, AnXServerThatNeverAnswersIsGivenUpWithinFiveSeconds) {
+    const Desktop desktop(kBare);
+    kill(desktop.serverPid(), SIGSTOP); // Its socket goes on taking connections.
+    const auto before = std::chrono::steady_clock::now();
+    ChildProcess start({companionProgram(), "--virtual-receiver"}, desktop.environment());
+    ChildProcess doctor({companionProgram(), "--doctor"}, desktop.environment());
+    for (ChildProcess *program : {&start, &doctor}) {
+        EXPECT_EQ(program->waitForExit(), 1);
+        EXPECT_NE(program->err().find("does not answer"), std::string::npos) << program->err();
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - before, 5s);
+    kill(desktop.serverPid(), SIGCONT); // To be ended.
 }
 
 TEST(Demo, ShowsEachEffectAndEndsByItselfAndTellsOnceOfAWaylandSession) {

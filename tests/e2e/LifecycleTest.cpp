@@ -26,7 +26,7 @@ TEST_P(Ending, LeavesScreenMouseAndCursorClean) {
     waitUntil("the cursor", [&] { return talk.screen.cursorVisible(); });
 }
 
-INSTANTIATE_TEST_SUITE_P(Signals, Ending, ::testing::Values(SIGTERM, SIGINT, SIGKILL),
+INSTANTIATE_TEST_SUITE_P(Signals, Ending, ::testing::Values(SIGTERM, SIGINT, SIGHUP, SIGKILL),
                          [](const auto &number) { return std::string(sigabbrev_np(number.param)); });
 
 // While the key is held, let go, or let go of a receiver that is back before the next poll.
