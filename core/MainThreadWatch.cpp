@@ -1,7 +1,11 @@
 #include "core/MainThreadWatch.h"
 
+#include "core/Log.h"
+
 #include <pthread.h>
 
+#include <string>
+#include <system_error>
 #include <utility>
 
 namespace companion {
@@ -15,7 +19,14 @@ constexpr auto kBeat = 100ms;
 MainThreadWatch::MainThreadWatch(MainQueue &queue, std::chrono::milliseconds limit, Steps steps)
     : m_queue(queue),
       m_limit(limit),
-      m_steps(std::move(steps)) {}
+      m_steps(std::move(steps)) {
+    try {
+        m_thread = std::thread([this] { watch(); });
+    } catch (const std::system_error &error) {
+        Log::line(std::string("no watchdog, because of its thread: ") + error.what() +
+                  "; if the program gets stuck, the effect stays on the screen meanwhile");
+    }
+}
 
 MainThreadWatch::~MainThreadWatch() {
     {
@@ -28,6 +39,8 @@ MainThreadWatch::~MainThreadWatch() {
 }
 
 void MainThreadWatch::setOn(bool on) {
+    if (!m_thread.joinable())
+        return;
     {
         const std::lock_guard lock(m_mutex);
         if (on == m_on)
@@ -39,8 +52,6 @@ void MainThreadWatch::setOn(bool on) {
     m_changed.notify_one();
     if (!on)
         return;
-    if (!m_thread.joinable())
-        m_thread = std::thread([this] { watch(); });
     if (!std::exchange(m_beating, true))
         beat();
 }
@@ -62,6 +73,7 @@ void MainThreadWatch::beat() {
 void MainThreadWatch::watch() {
     pthread_setname_np(pthread_self(), "watchdog");
     std::unique_lock lock(m_mutex);
+    m_changed.wait(lock, [this] { return m_ending || m_on; });
     // Not at once: the main thread and the display server are busy with the first picture now.
     if (m_changed.wait_for(lock, m_limit / 4, [this] { return m_ending; }))
         return;

@@ -28,12 +28,12 @@ public:
         std::function<void()> recovered; // On the main thread, once for each rescue.
     };
 
+    // Makes the thread. Where there can be none, a log line says so, and nothing is watched.
     MainThreadWatch(MainQueue &queue, std::chrono::milliseconds limit, Steps steps);
     ~MainThreadWatch();
     MainThreadWatch(const MainThreadWatch &) = delete;
     MainThreadWatch &operator=(const MainThreadWatch &) = delete;
 
-    // The first time starts the thread.
     void setOn(bool on);
 
 private:

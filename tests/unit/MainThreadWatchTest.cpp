@@ -1,5 +1,6 @@
 #include "core/MainThreadWatch.h"
 
+#include "support/LogRecorder.h"
 #include "support/VirtualMainQueue.h"
 
 #include <QCoreApplication>
@@ -7,6 +8,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+
+#include <pthread.h>
 
 namespace companion {
 namespace {
@@ -57,6 +60,24 @@ TEST_F(MainThreadWatchTest, NothingBeatsAndNobodyIsRescuedWhileItIsOff) {
     watch.setOn(true);
     beStuckUntilRescue(before + 1); // And it is on again.
     EXPECT_EQ(prepared, 1);
+}
+
+TEST(MainThreadWatch, GoesWithoutAThreadThatCannotBeMade) {
+    pthread_attr_t usual;
+    pthread_attr_t impossible;
+    pthread_getattr_default_np(&usual);
+    pthread_getattr_default_np(&impossible);
+    pthread_attr_setstacksize(&impossible, std::size_t{1} << 50);
+    ASSERT_EQ(pthread_setattr_default_np(&impossible), 0);
+    const LogRecorder log;
+    VirtualMainQueue queue;
+    {
+        MainThreadWatch watch(queue, 20ms, {});
+        pthread_setattr_default_np(&usual);
+        watch.setOn(true);
+        EXPECT_EQ(queue.pending(), 0U);
+    }
+    EXPECT_EQ(log.lines.size(), 1U);
 }
 
 } // namespace
