@@ -41,7 +41,8 @@ int openTerminalAnew(int descriptor) {
 
 LineWriter::LineWriter(int descriptor, std::size_t room, Notice notice)
     : m_terminal(openTerminalAnew(descriptor)),
-      m_descriptor(m_terminal >= 0 ? m_terminal : descriptor),
+      m_relay(m_terminal < 0 && isatty(descriptor) ? TerminalRelay::make(descriptor) : nullptr),
+      m_descriptor(m_relay ? m_relay->descriptor() : (m_terminal >= 0 ? m_terminal : descriptor)),
       m_room(room),
       m_notice(notice) {}
 
@@ -72,7 +73,7 @@ bool LineWriter::flush(std::chrono::milliseconds patience) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
         ::poll(&poll, 1, std::max(0, static_cast<int>(left.count())));
     }
-    return m_waiting.empty();
+    return m_waiting.empty() && (!m_relay || m_relay->flush(m_sent, end));
 }
 
 // What could not be sent. Nothing if the reader is gone for good: there is nobody to keep it for.
@@ -90,9 +91,10 @@ std::string_view LineWriter::send(std::string_view text) {
             // that is ready takes this much without blocking.
             sent = writeIfReady(m_descriptor, text.substr(0, PIPE_BUF));
         }
-        if (sent > 0)
+        if (sent > 0) {
+            m_sent += static_cast<std::uint64_t>(sent);
             text.remove_prefix(static_cast<std::size_t>(sent));
-        else if (sent < 0 && errno == EAGAIN)
+        } else if (sent < 0 && errno == EAGAIN)
             return text;
         else if (sent == 0 || errno != EINTR)
             return {};

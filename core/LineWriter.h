@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/TerminalRelay.h"
+
 #include <chrono>
 #include <cstdint>
 #include <memory>
@@ -38,7 +40,8 @@ private:
     void drain();
     void watch();
 
-    const int m_terminal; // An open file of our own for the terminal; -1 if there is none.
+    const int m_terminal;                         // An open file of our own for it; -1 if there is none.
+    const std::unique_ptr<TerminalRelay> m_relay; // To one that cannot be opened.
     const int m_descriptor;
     const std::size_t m_room;
     const Notice m_notice;
@@ -46,6 +49,7 @@ private:
     bool m_socket = true; // Until it says that it is none.
     std::string m_waiting;
     std::uint64_t m_dropped = 0;
+    std::uint64_t m_sent = 0;                    // Bytes.
     std::unique_ptr<QSocketNotifier> m_notifier; // Of the main thread; made when first needed.
 };
 
