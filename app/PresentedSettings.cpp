@@ -1,9 +1,6 @@
 #include "app/PresentedSettings.h"
 
-#include "core/Log.h"
 #include "platform/ports/OverlaySurface.h"
-
-#include <stdexcept>
 
 namespace companion {
 
@@ -15,12 +12,7 @@ std::shared_ptr<PresentedSettings> PresentedSettings::open(const SettingWindowCo
                                                            OverlaySurface &overlay, OwnWindows &windows,
                                                            const std::string &startupId) {
     auto settings = std::make_shared<PresentedSettings>(needs, windows);
-    try {
-        settings->m_window.load();
-    } catch (const std::out_of_range &error) {
-        Log::line(error.what()); // A damaged language setting must not end a talk.
-        return nullptr;
-    }
+    settings->m_window.load();
     settings->bringToFront(startupId);
     overlay.stayBelow(settings->m_window.nativeWindow());
     return settings;

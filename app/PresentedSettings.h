@@ -15,7 +15,7 @@ class OverlaySurface;
 class PresentedSettings final : public PresentedController {
 public:
     // Opens a window with fresh content, above the overlay, in front of all others as far as the window
-    // manager lets it; `startupId` may be empty. Null, with a log line, when the stored language is none.
+    // manager lets it; `startupId` may be empty.
     static std::shared_ptr<PresentedSettings> open(const SettingWindowController::Needs &needs,
                                                    OverlaySurface &overlay, OwnWindows &windows,
                                                    const std::string &startupId);

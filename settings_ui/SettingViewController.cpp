@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <array>
+#include <stdexcept>
 
 namespace companion {
 namespace {
@@ -162,7 +163,9 @@ void SettingViewController::setLanguageBtnState() {
     m_ui->languageBtn->setItemDelegate(new QStyledItemDelegate(m_ui->languageBtn));
     for (const char *title : kAppendedLanguages)
         m_ui->languageBtn->addItem(QLatin1String(title));
-    m_ui->languageBtn->setCurrentIndex(static_cast<int>(LanguageSetting::storedIndex()));
+    const std::int64_t stored = LanguageSetting::storedIndex();
+    const bool language = stored >= 0 && stored < m_ui->languageBtn->count();
+    m_ui->languageBtn->setCurrentIndex(language ? static_cast<int>(stored) : -1);
 }
 
 void SettingViewController::languageBtnClick() {
@@ -172,11 +175,16 @@ void SettingViewController::languageBtnClick() {
     setUILanguage();
 }
 
+// Where the stored index is no language, the layout's captions stay, so that the user can choose one.
 void SettingViewController::setUILanguage() {
-    for (const auto &[label, key] : kLabels)
-        ((*m_ui).*label)->setText(textFor(key));
-    for (const auto &[button, key] : kButtons)
-        ((*m_ui).*button)->setText(textFor(key));
+    try {
+        for (const auto &[label, key] : kLabels)
+            ((*m_ui).*label)->setText(textFor(key));
+        for (const auto &[button, key] : kButtons)
+            ((*m_ui).*button)->setText(textFor(key));
+    } catch (const std::out_of_range &error) {
+        Log::line(error.what());
+    }
     wrapEvenly(*m_ui->noneDeciveTitleTextField, kMessageWidth);
     nameControlsForScreenReaders();
 }

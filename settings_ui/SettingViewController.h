@@ -33,8 +33,8 @@ public:
         std::function<void(std::int32_t minutes)> sendTimer; // Its success is nobody's business here.
     };
 
-    // Loads the layout and fills it, which saves the record once. Throws std::out_of_range when the stored
-    // language index is none of the languages.
+    // Loads the layout and fills it, which saves the record once. A stored language index that is none is a
+    // log line, and the window has the layout's own captions.
     static std::shared_ptr<SettingViewController> create(const Needs &needs);
     ~SettingViewController();
     SettingViewController(const SettingViewController &) = delete;

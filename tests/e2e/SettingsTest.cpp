@@ -92,23 +92,5 @@ TEST(SettingsPresence, PanelComesWithThePullAndGoesWithThePlug) {
     desk.screen.waitFor("the controls", area, [&](const QImage &image) { return image == there; });
 }
 
-TEST(HostileSettings, LanguageThatIsNoneIsOneLogLineForEachAttemptAndNoWindow) {
-    SettingsDesk desk(Settings{{"SYSTEM_LANGUAGEINDEX", "99"}});
-    const auto complaints = [&] {
-        const auto log = desk.companion.log();
-        return std::count_if(log.begin(), log.end(),
-                             [](const auto &line) { return line.text.find("99") != std::string::npos; });
-    };
-    for (int i = 1; i <= 2; ++i) {
-        desk.choose(Setting);
-        waitUntil("a log line", [&] { return complaints() == i; });
-        letTimePass(200ms);
-        EXPECT_EQ(complaints(), i);
-        EXPECT_TRUE(desk.windows().empty());
-    }
-    desk.companion.pressOnce("01"); // Works on, though without a name for the mode.
-    desk.expectStored("LOCAL_MOUSETYPE", "1");
-}
-
 } // namespace
 } // namespace companion::rig

@@ -19,6 +19,12 @@ class SettingWindowTest : public SettingsFixture {
 protected:
     void click(const char *name) { QTest::mouseClick(&find(name), Qt::LeftButton); }
     void key(const char *name, Qt::Key which) { QTest::keyClick(&find(name), which); }
+    void choose(int language) {
+        auto &list = find<QComboBox>("languageBtn");
+        list.showPopup();
+        list.view()->setCurrentIndex(list.model()->index(language, 0));
+        QTest::keyClick(list.view(), Qt::Key_Return);
+    }
     std::string modesOn() const {
         std::string on;
         for (const char *name : {"modeNormalBtn", "modePointBtn", "modeLaserBtn", "modeZoomBtn"})
@@ -104,10 +110,7 @@ TEST_F(SettingWindowTest, TheTimersButtonRestsForHalfASecondAndKeepsTheKeyboard)
 TEST_F(SettingWindowTest, ALanguageRelabelsEveryCaptionAtOnce) {
     open();
     for (int language = 11; language >= 0; --language) {
-        auto &list = find<QComboBox>("languageBtn");
-        list.showPopup();
-        list.view()->setCurrentIndex(list.model()->index(language, 0));
-        QTest::keyClick(list.view(), Qt::Key_Return);
+        choose(language);
         QStringList shown;
         for (const QWidget *widget : controller->window()->findChildren<QWidget *>())
             if (qobject_cast<const QLabel *>(widget) || qobject_cast<const QAbstractButton *>(widget))
@@ -119,6 +122,20 @@ TEST_F(SettingWindowTest, ALanguageRelabelsEveryCaptionAtOnce) {
         shown.sort();
         texts.sort();
         EXPECT_EQ(shown.join(u'|').toStdString(), texts.join(u'|').toStdString());
+    }
+}
+
+TEST_F(SettingWindowTest, AStoredLanguageThatIsNoneIsOneLineAndTheUserCanChooseOne) {
+    for (const char *index : {"99", "-1", "4294967297"}) {
+        store.setValue(QStringLiteral("SYSTEM_LANGUAGEINDEX"), QLatin1String(index));
+        reopen();
+        EXPECT_EQ(find<QComboBox>("languageBtn").currentIndex(), -1);
+        EXPECT_EQ(find<QLabel>("languageTextField").text(), QStringLiteral("language"));
+        EXPECT_EQ(std::count_if(log.lines.begin(), log.lines.end(),
+                                [&](const std::string &line) { return line.find(index) != line.npos; }),
+                  1);
+        choose(1);
+        EXPECT_EQ(find<QLabel>("languageTextField").text(), LanguageSetting::getText(QStringLiteral("语言")));
     }
 }
 
