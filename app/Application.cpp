@@ -2,6 +2,7 @@
 
 #include "app/PresentedSettings.h"
 #include "core/Log.h"
+#include "core/ProcessEnd.h"
 #include "core/StartupId.h"
 #include "platform/hidapi/HidApiPort.h"
 #include "platform/instance/InstanceLock.h"
@@ -16,9 +17,7 @@
 #include <QScreen>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
-#include <unistd.h>
 #include <utility>
 
 namespace companion {
@@ -26,6 +25,8 @@ namespace {
 
 constexpr int kCannotRun = 1;
 constexpr int kWrongUsage = 2;
+
+constexpr auto kPatienceWithDisk = std::chrono::seconds(1); // For a save under way at the end.
 
 // Keys of the settings file that only its user writes.
 const QString kScreenKey = QStringLiteral("SCREEN");
@@ -51,11 +52,16 @@ Application::Application(const CommandLine &line, std::unique_ptr<InstanceLock> 
       m_config([this] { return std::make_unique<ConfigManager>(m_store); }),
       m_virtualReceiver(m_queue),
       m_signals([this] { quit(); }) {
+    m_store
+        .saveAside(); // Now, and not at the first save: a thread that cannot be had is told before the talk.
+    ProcessEnd::setFarewell([this] { m_store.finishSaving(kPatienceWithDisk); });
     if (line.demo)
         m_store.setValue(QStringLiteral("SYSTEM_LANGUAGEINDEX"), QStringLiteral("1")); // English.
 }
 
-Application::~Application() = default;
+Application::~Application() {
+    ProcessEnd::setFarewell({});
+}
 
 std::unique_ptr<Application> Application::make(const CommandLine &line,
                                                std::unique_ptr<InstanceLock> instance, std::string &error,
@@ -213,14 +219,13 @@ void Application::openSettings(const std::string &startupId, const SettingsFront
     }
 }
 
-// At once, whatever loop or menu is running: every change is saved already, and the display server takes the
+// At once, whatever loop or menu is running: changes are saved, or all but, and the display server takes the
 // overlay off the screen and shows the cursor when our connection closes.
 void Application::quit() {
+    m_store.finishSaving(kPatienceWithDisk); // A next start, which the lock keeps waiting, reads the file.
     m_feed.reset(); // Its socket has a name in the file system, as has the one of the instance lock.
     m_instance.reset();
-    std::fflush(nullptr);
-    Log::flush();
-    _exit(EXIT_SUCCESS);
+    ProcessEnd::with(EXIT_SUCCESS);
 }
 
 } // namespace companion

@@ -8,6 +8,7 @@
 #include "app/StartDeadline.h"
 #include "app/WaylandSession.h"
 #include "core/Log.h"
+#include "core/ProcessEnd.h"
 #include "core/StartupId.h"
 #include "platform/instance/Instance.h"
 #include "platform/x11/X11Platform.h"
@@ -59,7 +60,7 @@ void toLog(QtMsgType type, const QMessageLogContext &, const QString &message) {
         std::string error = message.trimmed().toStdString();
         if (qgetenv("QT_QPA_PLATFORM") == "xcb")
             x11ServerAnswers(error); // Leaves the error alone if it does.
-        _exit(fail(error, kCannotRun));
+        ProcessEnd::with(fail(error, kCannotRun));
     }
     Log::line(message.toStdString());
 }

@@ -11,16 +11,47 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace companion::settings_file {
 namespace {
 
+// The settings take a few hundred bytes; reading something huge would take long.
+constexpr off_t kLargestFile = 1024 * 1024;
+
+const QString kNotWritable = QStringLiteral("cannot be written");
+
 // QSettings writes into temporary files with names by chance, and a killed writer leaves them, and its lock,
 // behind. In a folder of our own they can be taken away without asking whose they are.
-QString workshopOf(const QFileInfo &file) {
-    return file.dir().filePath(QStringLiteral(".%1.saving").arg(file.fileName()));
-}
+class Workshop {
+public:
+    explicit Workshop(const QFileInfo &file)
+        : m_name(file.fileName()),
+          m_path(file.dir().filePath(QStringLiteral(".%1.saving").arg(m_name))) {}
+
+    // False when something is in its place, or in it, that no saver has left there.
+    bool clear() const {
+        const QByteArray path = QFile::encodeName(m_path);
+        struct stat status {};
+        if (lstat(path.constData(), &status) != 0)
+            return errno == ENOENT;
+        if (!S_ISDIR(status.st_mode) || status.st_uid != geteuid())
+            return false;
+        const QDir folder(m_path);
+        for (const QFileInfo &left : folder.entryInfoList(QDir::Files | QDir::Hidden))
+            if (left.fileName().startsWith(m_name) && !left.isSymLink())
+                QFile::remove(left.filePath());
+        return rmdir(path.constData()) == 0;
+    }
+    bool make() const { return mkdir(QFile::encodeName(m_path).constData(), S_IRWXU) == 0; }
+    QString path() const { return m_path; }
+    QString file() const { return m_path + QLatin1Char('/') + m_name; }
+
+private:
+    QString m_name;
+    QString m_path;
+};
 
 // The folder of the settings, held by one program at a time. The kernel lets go of it when the holder dies.
 class HeldFolder {
@@ -71,30 +102,51 @@ Values read(const QString &path, bool &damaged) {
     return values;
 }
 
-bool replace(const QString &path, const Values &values) {
+QString objectionTo(const QString &path) {
+    const QByteArray name = QFile::encodeName(path);
+    struct stat status {};
+    if (stat(name.constData(), &status) != 0) {
+        if (errno == EACCES)
+            return QStringLiteral("no permission to read it");
+        return lstat(name.constData(), &status) != 0 ? QString() : QStringLiteral("it is a link to nothing");
+    }
+    if (!S_ISREG(status.st_mode))
+        return QStringLiteral("it is not a file");
+    if (access(name.constData(), R_OK) != 0)
+        return QStringLiteral("no permission to read it");
+    if (status.st_size > kLargestFile)
+        return QStringLiteral("%1 bytes are too many for settings").arg(status.st_size);
+    return {};
+}
+
+QString replace(const QString &path, const Values &values) {
+    if (const QString objection = objectionTo(path); !objection.isEmpty())
+        return objection;
     // Who keeps the settings elsewhere, and a link to them here, keeps the link.
     const QString behindLinks = QFileInfo(path).canonicalFilePath(); // Empty when there is no file yet.
     const QFileInfo file(behindLinks.isEmpty() ? path : behindLinks);
     const QDir folder = file.dir();
     if (!folder.mkpath(QStringLiteral(".")))
-        return false;
+        return kNotWritable;
     const HeldFolder hold(folder.path());
     if (!hold.held())
-        return false;
-    QDir workshop(workshopOf(file));
-    workshop.removeRecursively();
-    const QString fresh = workshop.filePath(file.fileName());
-    bool good = folder.mkdir(workshop.path()) &&
-                write(fresh, QSettings(file.filePath(), QSettings::IniFormat), values);
+        return kNotWritable;
+    if (file.exists() && file.ownerId() != geteuid())
+        return QStringLiteral("it belongs to somebody else");
+    const Workshop workshop(file);
+    if (!workshop.clear())
+        return QStringLiteral("%1 is in the way").arg(workshop.path());
+    bool good =
+        workshop.make() && write(workshop.file(), QSettings(file.filePath(), QSettings::IniFormat), values);
     if (good) {
         if (file.exists())
-            QFile::setPermissions(fresh, file.permissions());
-        good = std::rename(QFile::encodeName(fresh).constData(),
+            QFile::setPermissions(workshop.file(), file.permissions());
+        good = std::rename(QFile::encodeName(workshop.file()).constData(),
                            QFile::encodeName(file.filePath()).constData()) == 0;
     }
-    workshop.removeRecursively();
-    // The renaming itself is not waited for: saving happens in the middle of a talk, and either file will do.
-    return good;
+    workshop.clear();
+    // The renaming itself is not waited for: either file will do.
+    return good ? QString() : kNotWritable;
 }
 
 } // namespace companion::settings_file

@@ -15,12 +15,18 @@ using Values = std::map<QString, QString>;
 Values read(const QString &path, bool &damaged);
 
 // Replaces the file by one with these values and with whatever else it holds. Whenever the program is killed,
-// and whenever the power fails, the file is either the old one or the new one. False when that did not work;
-// the file is the old one then.
+// and whenever the power fails, the file is either the old one or the new one. Returns what was wrong, for
+// the log, and leaves the file alone then; an empty text when it worked.
+//
+// Only an ordinary file of the user's is replaced; a link to one stays, and what it leads to is replaced.
 //
 // While it works, and after a program that was killed meanwhile, a hidden folder lies beside the file; the
-// next saving takes it away. The file's own folder is made when missing.
-bool replace(const QString &path, const Values &values);
+// next saving takes it away. Anything else in that folder's place, or in that folder, is left alone, and
+// nothing is saved. The file's own folder is made when missing. Waits for the disk.
+QString replace(const QString &path, const Values &values);
+
+// Why the file at this place may not be taken for settings; an empty text when it may, or when there is none.
+QString objectionTo(const QString &path);
 
 } // namespace settings_file
 

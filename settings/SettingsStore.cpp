@@ -2,28 +2,17 @@
 
 #include "core/Log.h"
 #include "settings/SettingsFile.h"
+#include "settings/SettingsSaver.h"
 
-#include <QFileInfo>
 #include <QStandardPaths>
+
+#include <utility>
 
 namespace companion {
 namespace {
 
-// The settings take a few hundred bytes; reading something huge would freeze the start.
-constexpr qint64 kLargestFile = 1024 * 1024;
-
-// Null when the file may be used.
-std::optional<QString> reasonAgainst(const QFileInfo &file) {
-    if (!file.exists())
-        return std::nullopt;
-    if (!file.isFile())
-        return QStringLiteral("it is not a file");
-    if (!file.isReadable())
-        return QStringLiteral("no permission to read it");
-    if (file.size() > kLargestFile)
-        return QStringLiteral("%1 bytes are too many for settings").arg(file.size());
-    return std::nullopt;
-}
+// Between two attempts at a disk that is full, or a folder that another program keeps.
+constexpr auto kAgain = std::chrono::seconds(2);
 
 void logAbout(const QString &path, const QString &what) {
     Log::line(QStringLiteral("settings: %1: %2").arg(path, what).toStdString());
@@ -33,17 +22,40 @@ void logAbout(const QString &path, const QString &what) {
 
 SettingsStore::SettingsStore() = default;
 
-SettingsStore::SettingsStore(const QString &path) {
-    const QFileInfo file(path);
-    if (const auto reason = reasonAgainst(file)) {
-        logAbout(path, *reason + QStringLiteral("; going on with the defaults, changes will not be kept"));
+SettingsStore::SettingsStore(const QString &path) : SettingsStore(path, settings_file::replace) {}
+
+SettingsStore::SettingsStore(const QString &path, Replace replace) {
+    if (const QString objection = settings_file::objectionTo(path); !objection.isEmpty()) {
+        logAbout(path, objection + QStringLiteral("; going on with the defaults, changes will not be kept"));
         return;
     }
     m_path = path;
+    m_save = [path, replace = std::move(replace), failed = false](const auto &values) mutable {
+        const QString trouble = replace(path, values);
+        if (!trouble.isEmpty() && !failed)
+            logAbout(path, trouble + QStringLiteral("; changes will not be kept"));
+        failed = !trouble.isEmpty();
+        return !failed;
+    };
     bool damaged = false;
     m_values = settings_file::read(path, damaged);
     if (damaged)
         logAbout(path, QStringLiteral("damaged; going on with what can be read of it"));
+}
+
+SettingsStore::~SettingsStore() = default;
+
+void SettingsStore::saveAside() {
+    if (m_path.isEmpty())
+        return;
+    m_saver = SettingsSaver::make(m_save, kAgain);
+    if (!m_saver)
+        logAbout(m_path, QStringLiteral("no thread to save it; a slow disk will hold up the program"));
+}
+
+void SettingsStore::finishSaving(std::chrono::milliseconds patience) {
+    if (m_saver && !m_saver->finish(patience))
+        logAbout(m_path, QStringLiteral("the last changes may not be kept"));
 }
 
 QString SettingsStore::defaultPath() {
@@ -64,10 +76,10 @@ void SettingsStore::setValue(const QString &key, const QString &value) {
 void SettingsStore::flush() {
     if (m_path.isEmpty() || m_ours.empty())
         return;
-    const bool failed = !settings_file::replace(m_path, m_ours);
-    if (failed && !m_writeFailed)
-        logAbout(m_path, QStringLiteral("cannot be written; changes will not be kept"));
-    m_writeFailed = failed;
+    if (m_saver)
+        m_saver->save(m_ours);
+    else
+        m_save(m_ours);
 }
 
 } // namespace companion

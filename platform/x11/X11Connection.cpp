@@ -1,6 +1,7 @@
 #include "platform/x11/X11Connection.h"
 
 #include "core/Log.h"
+#include "core/ProcessEnd.h"
 
 #include <QAbstractEventDispatcher>
 
@@ -19,7 +20,6 @@
 #include <string_view>
 
 #include <sys/socket.h>
-#include <unistd.h>
 
 namespace companion {
 
@@ -238,8 +238,7 @@ void X11Connection::checkAlive() const {
     if (xcb_connection_has_error(xcb()) == 0)
         return;
     Log::line("the X server has gone; the program ends");
-    Log::flush();
-    _exit(1); // Destructors would only talk to the dead connection.
+    ProcessEnd::with(1);
 }
 
 void X11Connection::sawReplyTo(unsigned sequence) {

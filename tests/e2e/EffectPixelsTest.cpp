@@ -99,15 +99,15 @@ TEST(Hint, NamesTheNewModeForThreeSecondsAndIsSeenThroughTheSpotlight) {
             ink = ink || qGreen(picture.pixel(x, picture.height() / 2)) < 0x60;
         return ink;
     });
-    EXPECT_EQ(talk.companion.storedSettings()["LOCAL_MOUSETYPE"], "1");
-    EXPECT_EQ(talk.companion.storedSettings()["LOCAL_MOUSESIZEVALUE"], "150");
+    talk.companion.awaitStored("LOCAL_MOUSETYPE", "1");
+    talk.companion.awaitStored("LOCAL_MOUSESIZEVALUE", "150");
 
     talk.companion.effectOn();
     talk.companion.pressOnce("12"); // Size up while held: the hint starts anew.
     const auto lastStep = std::chrono::steady_clock::now();
     talk.hand.move({300, 300});
     talk.screen.waitForPixel(paper, blend(hint, kBack, 0.6));
-    EXPECT_EQ(talk.companion.storedSettings()["LOCAL_MOUSESIZEVALUE"], "160");
+    talk.companion.awaitStored("LOCAL_MOUSESIZEVALUE", "160");
     talk.companion.effectOff();
     talk.screen.waitForPixel(paper, hint);
     talk.screen.waitForPixel(paper, kSlideColour);

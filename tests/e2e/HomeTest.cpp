@@ -1,4 +1,4 @@
-// Homes that cannot be written, full or read-only, and a full log.
+// Homes that are full, read-only or slow, and a full log.
 #include "e2e/Talk.h"
 
 #include <gtest/gtest.h>
@@ -50,10 +50,11 @@ TEST_F(Home, ThatIsReadOnlyIsOneLogLineAndEverythingElseWorks) {
         companion.effectOff();
         companion.pressOnce("01"); // The next mode, which is saved.
     }
-    EXPECT_EQ(companion.logCount(complaint()), 1);
+    companion.waitForLog(complaint());
     EXPECT_EQ(companion.storedSettings(), (Settings{{"LOCAL_MOUSETYPE", "1"}}));
     companion.process().signal(SIGTERM);
     EXPECT_EQ(companion.process().waitForExit(), 0);
+    EXPECT_EQ(companion.logCount(complaint()), 1);
 }
 
 TEST_F(Home, ThatIsFullKeepsTheOldSettingsUntilThereIsRoomAgain) {
@@ -61,8 +62,8 @@ TEST_F(Home, ThatIsFullKeepsTheOldSettingsUntilThereIsRoomAgain) {
                  mount -t tmpfs -o size=64k none "$XDG_CONFIG_HOME" &&
                  cp -r "$XDG_RUNTIME_DIR/copy/." "$XDG_CONFIG_HOME")");
     companion.pressOnce("01");
-    Settings before = companion.storedSettings();
-    EXPECT_EQ(before["LOCAL_MOUSETYPE"], "2");
+    companion.awaitStored("LOCAL_MOUSETYPE", "2");
+    const Settings before = companion.storedSettings();
 
     const std::string filler =
         "/proc/" + std::to_string(companion.process().pid()) + "/root" + desktop.file("config/filler");
@@ -70,13 +71,42 @@ TEST_F(Home, ThatIsFullKeepsTheOldSettingsUntilThereIsRoomAgain) {
         ;
     for (int i = 0; i < 3; ++i)
         companion.pressOnce("01");
-    EXPECT_EQ(companion.logCount(complaint()), 1);
+    companion.waitForLog(complaint());
     EXPECT_EQ(companion.storedSettings(), before);
 
     std::filesystem::remove(filler);
-    companion.pressOnce("02");
-    EXPECT_EQ(companion.storedSettings()["LOCAL_MOUSETYPE"], "1");
+    companion.awaitStored("LOCAL_MOUSETYPE", "1"); // By itself.
     EXPECT_EQ(companion.logCount(complaint()), 1);
+}
+
+TEST(DiskThatIsSlow, CostsAHeldEffectNothing) {
+    // Every way down to the disk takes a quarter of a second.
+    const Command slow{"strace",
+                       "-D",
+                       "-f",
+                       "-qq",
+                       "--seccomp-bpf",
+                       "-e",
+                       "trace=fsync,fdatasync",
+                       "-e",
+                       "signal=none",
+                       "-e",
+                       "inject=fsync,fdatasync:delay_exit=250000",
+                       "-o",
+                       "/dev/null"};
+    Command trial = slow;
+    trial.push_back("true");
+    if (runToEnd(trial, inheritedEnvironment()).status != 0)
+        GTEST_SKIP() << "needs strace, and the right to trace one's own processes";
+    Talk talk(CompanionProcess::Options{.settings = kSpotlight, .wrapper = slow}, {.size = {800, 600}});
+    const int before = talk.companion.input().clicks();
+    talk.companion.effectOn();
+    for (int press = 0; press < 10; ++press)
+        talk.companion.pressOnce("12"); // Larger, which is saved; 0.3 s each.
+    talk.companion.effectOff();
+    letTimePass(300ms);
+    EXPECT_EQ(talk.companion.input().clicks(), before + 2) << "one for each end of the effect";
+    talk.companion.awaitStored("LOCAL_MOUSESIZEVALUE", "200");
 }
 
 TEST(LogThatIsFull, IsNoReasonToStop) {

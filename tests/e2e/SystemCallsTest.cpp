@@ -1,4 +1,5 @@
-// What a session asks of the system: no network, and no files but the program's own.
+// What a session asks of the system: no network, no files but the program's own, and of the main thread
+// nothing that waits for a disk.
 #include "e2e/SettingsDesk.h"
 
 #include <gtest/gtest.h>
@@ -15,17 +16,21 @@ using Texts = std::vector<std::string>;
 
 // Follows every thread; the program keeps its process number.
 Command traced(const std::string &into, const Command &command = {}) {
-    Command all{"strace", "-D",          "-f", "-qq", "-s", "512", "-e", "trace=%network,%file",
+    Command all{"strace", "-D",          "-f", "-qq",
+                "-s",     "512",         "-e", "trace=%network,%file,fsync,fdatasync",
                 "-e",     "signal=none", "-o", into};
     all.insert(all.end(), command.begin(), command.end());
     return all;
 }
 
-// One call a line, without the thread's number.
-void readTrace(const std::string &path, Texts &calls) {
+// One call a line, without the thread's number; those of one thread go into `ofThread` as well.
+void readTrace(const std::string &path, Texts &calls, pid_t thread = 0, Texts *ofThread = nullptr) {
     std::ifstream file(path);
-    for (std::string line; std::getline(file, line);)
+    for (std::string line; std::getline(file, line);) {
         calls.push_back(line.substr(line.find_first_not_of("0123456789 ")));
+        if (ofThread != nullptr && std::stoi(line) == thread)
+            ofThread->push_back(calls.back());
+    }
 }
 
 Texts pathsIn(const std::string &call) {
@@ -49,7 +54,7 @@ bool startsWithOne(const Texts &starts, const std::string &path) {
                        [&](const auto &start) { return path.starts_with(start); });
 }
 
-TEST(SystemCalls, OfASessionReachNoNetworkAndChangeNoFilesButTheProgramsOwn) {
+TEST(SystemCalls, OfASessionReachNoNetworkChangeOnlyTheProgramsFilesAndSaveBesideTheMainThread) {
     const QTemporaryDir scratch;
     const std::string trace = scratch.filePath(QStringLiteral("trace")).toStdString();
     if (runToEnd({"strace", "-qq", "-o", trace, "true"}, inheritedEnvironment()).status != 0)
@@ -76,7 +81,14 @@ TEST(SystemCalls, OfASessionReachNoNetworkAndChangeNoFilesButTheProgramsOwn) {
     desk.companion.effectOff();
     desk.choose(SettingsDesk::Entry::Quit);
     EXPECT_EQ(desk.companion.process().waitForExit(), 0);
-    readTrace(trace, calls);
+    Texts ofMainThread;
+    readTrace(trace, calls, desk.companion.process().pid(), &ofMainThread);
+    const auto saves = [&](const std::string &call) {
+        return call.find("/presenter-companion.conf") != std::string::npos &&
+               (changesFiles(call) || call.find(".saving") != std::string::npos);
+    };
+    EXPECT_GT(std::count_if(calls.begin(), calls.end(), saves), 0);
+    EXPECT_EQ(std::count_if(ofMainThread.begin(), ofMainThread.end(), saves), 0);
 
     { // With the real USB libraries, and without a session bus, which is not to be started.
         Environment busless = desk.desktop.environment();

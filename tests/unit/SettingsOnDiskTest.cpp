@@ -1,4 +1,4 @@
-// Writers that die in the middle of a save, disks that are full, folders that cannot be written.
+// Writers that die in the middle of a save, disks that take long, and things that are no settings file.
 #include "settings/ConfigManager.h"
 #include "settings/SettingsStore.h"
 #include "support/LogRecorder.h"
@@ -13,8 +13,13 @@
 #include <chrono>
 #include <csignal>
 #include <random>
+#include <semaphore>
 
+#include <pthread.h>
 #include <sys/mman.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -127,6 +132,146 @@ TEST_F(SettingsOnDiskTest, AFileThatIsKeptElsewhereStaysBehindItsLinkWithItsRigh
     EXPECT_EQ(stateOf(ConfigManager(store)), 7);
     EXPECT_TRUE(QFile::permissions(kept).testFlags(rights));
     EXPECT_FALSE(QFile::permissions(kept).testFlag(QFile::ReadOther));
+}
+
+using FileKind = std::function<void(const std::string &path)>;
+
+void makeSocket(const std::string &path) {
+    const int descriptor = socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un address{AF_UNIX, {}};
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    bind(descriptor, reinterpret_cast<const sockaddr *>(&address), sizeof address);
+    close(descriptor);
+}
+
+TEST_F(SettingsOnDiskTest, WhatIsNoSettingsFileIsRefusedWithOneLineAndLeftAloneByEverySave) {
+    const std::string elsewhere = folder.filePath(QStringLiteral("elsewhere")).toStdString();
+    const std::string precious = elsewhere + "/presenter-companion.conf";
+    ASSERT_EQ(mkdir(elsewhere.c_str(), 0700), 0);
+    ASSERT_TRUE(QFile(QString::fromStdString(precious)).open(QIODevice::WriteOnly));
+    const std::vector<std::pair<std::string, FileKind>> kinds{
+        {"FIFO", [](const auto &at) { mkfifo(at.c_str(), 0600); }},
+        {"socket", makeSocket},
+        {"folder with a file",
+         [](const auto &at) {
+             mkdir(at.c_str(), 0700);
+             EXPECT_TRUE(QFile(QString::fromStdString(at + "/mine")).open(QIODevice::WriteOnly));
+         }},
+        {"link to a device", [](const auto &at) { EXPECT_EQ(symlink("/dev/null", at.c_str()), 0); }},
+        {"link to nothing", [](const auto &at) { EXPECT_EQ(symlink("nowhere", at.c_str()), 0); }},
+        {"link to a folder", [&](const auto &at) { EXPECT_EQ(symlink(elsewhere.c_str(), at.c_str()), 0); }},
+        {"somebody else's file",
+         [](const auto &at) {
+             EXPECT_TRUE(QFile(QString::fromStdString(at)).open(QIODevice::WriteOnly));
+             if (chown(at.c_str(), 65534, 65534) != 0)
+                 unlink(at.c_str()); // Only root can show it.
+         }},
+    };
+    const std::string file = path.toStdString();
+    const std::string temporary =
+        folder.filePath(QStringLiteral(".presenter-companion.conf.saving")).toStdString();
+    for (const std::string &place : {file, temporary}) {
+        for (const auto &[name, make] : kinds) {
+            SCOPED_TRACE(name + " at " + place);
+            SettingsStore store(path); // A fine place at the start.
+            ConfigManager config(store);
+            make(place);
+            struct stat before {};
+            if (lstat(place.c_str(), &before) != 0)
+                continue;
+            alarm(20); // Opening a FIFO waits for good.
+            log.lines.clear();
+            setState(config, 5);
+            config.saveUserDefault();
+            config.saveUserDefault();
+            alarm(0);
+            EXPECT_EQ(log.lines.size(), 1U);
+            struct stat after {};
+            ASSERT_EQ(lstat(place.c_str(), &after), 0);
+            EXPECT_EQ(std::tuple(after.st_ino, after.st_mode, after.st_uid),
+                      std::tuple(before.st_ino, before.st_mode, before.st_uid));
+            EXPECT_TRUE(QFile::exists(QString::fromStdString(precious)));
+            if (!S_ISDIR(before.st_mode)) {
+                unlink(place.c_str());
+            } else {
+                EXPECT_EQ(unlink((place + "/mine").c_str()), 0) << "the folder's content is left alone, too";
+                rmdir(place.c_str());
+            }
+            config.saveUserDefault();
+            SettingsStore again(path);
+            EXPECT_EQ(stateOf(ConfigManager(again)), 5) << "once the place is free again";
+            EXPECT_EQ(log.lines.size(), 1U);
+            unlink(file.c_str());
+        }
+    }
+}
+
+// A disk that a save waits for until the test lets it go on.
+struct SlowDisk {
+    std::counting_semaphore<> begun{0};
+    std::counting_semaphore<> goOn{0};
+    std::atomic<int> failures{0}; // The next so many saves fail.
+    std::vector<QString> saved;   // The size in each save that worked.
+
+    SettingsStore::Replace replace() {
+        return [this](const QString &, const std::map<QString, QString> &values) {
+            begun.release();
+            goOn.acquire();
+            if (failures > 0) {
+                --failures;
+                return QStringLiteral("cannot be written");
+            }
+            saved.push_back(values.at(QStringLiteral("LOCAL_MOUSESIZEVALUE")));
+            return QString();
+        };
+    }
+};
+
+TEST_F(SettingsOnDiskTest, SavesThatPileUpBehindASlowDiskBecomeOneWithTheLatestState) {
+    SlowDisk disk;
+    SettingsStore store(path, disk.replace());
+    store.saveAside();
+    ConfigManager config(store);
+    setState(config, 1);
+    config.saveUserDefault();
+    disk.begun.acquire(); // The first one is under way, and stays so:
+    for (const int n : {2, 3, 4}) {
+        setState(config, n);
+        config.saveUserDefault(); // Would never return if it waited.
+    }
+    disk.failures = 1;
+    disk.goOn.release(9);
+    store.finishSaving(std::chrono::seconds(60));
+    EXPECT_EQ(disk.saved, (std::vector<QString>{QStringLiteral("4")})) << "nothing older after it";
+    EXPECT_EQ(log.lines.size(), 1U) << "about the first, which did not work";
+}
+
+TEST_F(SettingsOnDiskTest, AnEndDoesNotWaitForADiskThatHangsAndSaysSo) {
+    auto &disk = *new SlowDisk; // Its thread outlives the test.
+    SettingsStore store(path, disk.replace());
+    store.saveAside();
+    ConfigManager(store).saveUserDefault();
+    disk.begun.acquire();
+    store.finishSaving(std::chrono::milliseconds(1));
+    EXPECT_EQ(log.lines.size(), 1U);
+}
+
+TEST_F(SettingsOnDiskTest, WithoutAThreadEverySaveIsOnTheDiskWhenItReturns) {
+    pthread_attr_t usual;
+    pthread_attr_t huge; // A stack that no memory holds.
+    ASSERT_EQ(pthread_getattr_default_np(&usual), 0);
+    ASSERT_EQ(pthread_attr_init(&huge), 0);
+    ASSERT_EQ(pthread_attr_setstacksize(&huge, std::size_t{1} << 47), 0);
+    ASSERT_EQ(pthread_setattr_default_np(&huge), 0);
+    SettingsStore store(path);
+    store.saveAside();
+    pthread_setattr_default_np(&usual);
+    EXPECT_EQ(log.lines.size(), 1U);
+    ConfigManager config(store);
+    setState(config, 3);
+    config.saveUserDefault();
+    SettingsStore again(path);
+    EXPECT_EQ(stateOf(ConfigManager(again)), 3);
 }
 
 } // namespace

@@ -133,4 +133,8 @@ Settings CompanionProcess::storedSettings() const {
     return settings;
 }
 
+void CompanionProcess::awaitStored(const std::string &key, const std::string &value) const {
+    waitUntil(key + "=" + value + " on disk", [&] { return storedSettings()[key] == value; });
+}
+
 } // namespace companion::rig

@@ -50,6 +50,7 @@ public:
     void waitForLog(const std::string &text) const;
 
     Settings storedSettings() const;
+    void awaitStored(const std::string &key, const std::string &value) const;
 
 private:
     void waitForCentreClickAfter(const std::function<void()> &cause);
