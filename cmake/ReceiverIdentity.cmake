@@ -22,9 +22,12 @@ companion_check_usb_identifier(COMPANION_RECEIVER_PRODUCT_ID 0)
 companion_check_usb_identifier(COMPANION_MONITORED_VENDOR_ID 1)
 companion_check_usb_identifier(COMPANION_MONITORED_PRODUCT_ID 0)
 
-math(EXPR companion_receiver "(${COMPANION_RECEIVER_VENDOR_ID} << 16) | ${COMPANION_RECEIVER_PRODUCT_ID}")
-math(EXPR companion_monitored "(${COMPANION_MONITORED_VENDOR_ID} << 16) | ${COMPANION_MONITORED_PRODUCT_ID}")
-if(companion_receiver EQUAL companion_monitored)
-  message(FATAL_ERROR "the receiver and the monitored device have the same identifiers, "
-    "${COMPANION_RECEIVER_VENDOR_ID}:${COMPANION_RECEIVER_PRODUCT_ID}; they are two devices")
-endif()
+# A pair that shares half of the other is a slip of the pen.
+foreach(part VENDOR PRODUCT)
+  math(EXPR companion_receiver "${COMPANION_RECEIVER_${part}_ID}")
+  math(EXPR companion_monitored "${COMPANION_MONITORED_${part}_ID}")
+  if(companion_receiver EQUAL companion_monitored)
+    message(FATAL_ERROR "COMPANION_RECEIVER_${part}_ID and COMPANION_MONITORED_${part}_ID are both "
+      "${COMPANION_RECEIVER_${part}_ID}; the identifiers of the two devices must differ, vendor and product")
+  endif()
+endforeach()

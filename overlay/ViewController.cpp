@@ -7,6 +7,7 @@
 #include "platform/ports/Platform.h"
 #include "platform/ports/ScreenCapture.h"
 #include "platform/ports/SyntheticMouse.h"
+#include "platform/ports/Watchdog.h"
 #include "receiver/HidManager.h"
 #include "settings/ConfigManager.h"
 
@@ -63,6 +64,7 @@ ViewController::ViewController(const Needs &needs)
               [this](const QImage &picture) { pictureTaken(picture); }),
       m_calls(needs.queue) {
     m_canvas.onScreenChanged([this] { screenChanged(); });
+    needs.platform.watchdog().onRecovered(m_lifetime.guard([this] { recovered(); }));
 }
 
 ViewController::~ViewController() = default;

@@ -167,6 +167,7 @@ private:
     void drawAtPointer();
     void renewStill();
     void holdEffect();
+    void recovered();
     void buildMagnifier();
     void keepFewHolders();
     void dropPicture();
@@ -185,6 +186,7 @@ private:
     QRect m_area;        // and the place of their screen.
 
     bool m_mouseEffectIsOn = false;
+    bool m_holdIsComing = false; // In the queue.
     std::shared_ptr<void> m_mEventMonitor;
     std::shared_ptr<View> m_mouseView;
     std::shared_ptr<NormalView> m_normalView;

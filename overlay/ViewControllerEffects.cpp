@@ -135,16 +135,23 @@ void ViewController::mouseEffectOn() {
     m_needs.platform.watchdog().setOn(true);
     if (m_needs.config.type() != kEffectNormal)
         m_needs.center.post(SYSTEM_SETMOUSEIGNORES, true);
+    m_holdIsComing = true;
     after(0ms, [this] { holdEffect(); });
 }
 
 void ViewController::holdEffect() {
+    m_holdIsComing = false;
     std::erase_if(m_presented, [](const auto &controller) { return !controller->isPresented(); });
     if (!m_presented.empty())
         m_presented.front()->dismiss();
     Log::line(presentedDescription());
     m_calls.cancel("setMouseEffectOff");
-    m_calls.request("setMouseEffectOff", kEffectOffDelay, [this] { setMouseEffectOff(); });
+    m_calls.request("setMouseEffectOff", kEffectOffDelay, [this] {
+        // A poll that took long: the time was over before the poll saw the key, which is held all the same.
+        // What it posted is still to come, and would cancel this.
+        if (!m_holdIsComing)
+            setMouseEffectOff();
+    });
     m_needs.platform.cursor().setHiddenUntilMouseMoves();
 }
 
@@ -159,6 +166,13 @@ void ViewController::setMouseEffectOff() {
         m_needs.platform.inputMonitor().followMotion(false);
         m_needs.platform.watchdog().setOn(false);
     });
+}
+
+// The time is up already when a receiver was silent; the views, which the end hides a moment later, would
+// flash up, and stay if the receiver's next answer does not come either.
+void ViewController::recovered() {
+    if (!m_mouseEffectIsOn)
+        hideEffectViews();
 }
 
 void ViewController::dropPicture() {

@@ -74,6 +74,7 @@ public:
 class NullWatchdog final : public Watchdog {
 public:
     void setOn(bool) override {}
+    void onRecovered(std::function<void()>) override {}
 };
 
 class NullPlatform final : public Platform {

@@ -30,6 +30,8 @@ X11Watchdog::X11Watchdog(MainQueue &queue, std::string displayName, X11Surface *
                .recovered =
                    [this] {
                        Log::line("the program was stuck; the overlay was out of the way meanwhile");
+                       if (m_recovered)
+                           m_recovered();
                        m_surface->putRight();
                    }}) {}
 

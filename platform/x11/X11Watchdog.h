@@ -4,7 +4,9 @@
 #include "platform/ports/Watchdog.h"
 #include "platform/x11/X11Connection.h"
 
+#include <functional>
 #include <string>
+#include <utility>
 
 namespace companion {
 
@@ -19,6 +21,7 @@ public:
     X11Watchdog(MainQueue &queue, std::string displayName, X11Surface *surface, X11Cursor &cursor);
 
     void setOn(bool on) override { m_watch.setOn(on); }
+    void onRecovered(std::function<void()> listener) override { m_recovered = std::move(listener); }
 
 private:
     void rescue();
@@ -26,6 +29,7 @@ private:
     const std::string m_displayName;
     X11Surface *const m_surface; // Null on a server without translucent windows: then it is never turned on.
     X11Cursor &m_cursor;
+    std::function<void()> m_recovered;
     X11Connection::Link m_link; // The watch's thread's.
     MainThreadWatch m_watch;    // Its thread ends first.
 };

@@ -64,6 +64,12 @@ TEST(Watchdog, HealthyProgramIsLeftAloneAndAStuckOneLetsGoWithinHalfASecondAndCo
         EXPECT_FALSE(talk.slide.pressedAt({80, 330}));
         for (const auto &line : talk.companion.log())
             EXPECT_EQ(line.text.find("refused"), std::string::npos) << line.text;
+
+        // Let go while nobody is heard: nothing flashes up between the slow reads.
+        talk.companion.receiver("event 00");
+        talk.companion.receiver("delay 1500");
+        talk.expectPlainSlide();
+        talk.expectLookStays("the plain slide", plainLook(kSlideColour), 3s);
     }
 }
 

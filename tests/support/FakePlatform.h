@@ -176,7 +176,9 @@ public:
 class FakeWatchdog final : public Watchdog {
 public:
     void setOn(bool turnedOn) override { on = turnedOn; }
+    void onRecovered(std::function<void()> listener) override { recovered = std::move(listener); }
     bool on = false;
+    std::function<void()> recovered;
 };
 
 class FakePlatform final : public Platform {

@@ -19,11 +19,14 @@ public:
         const auto end = m_now + by;
         while (!m_tasks.empty() && m_tasks.begin()->first <= end) {
             auto due = m_tasks.extract(m_tasks.begin());
-            m_now = due.key();
+            m_now = std::max(m_now, due.key());
             due.mapped()();
         }
         m_now = end;
     }
+
+    // As when a task takes that long: what falls due meanwhile waits.
+    void block(std::chrono::milliseconds time) { m_now += time; }
 
     std::chrono::milliseconds now() const { return m_now; }
     std::size_t pending() const { return m_tasks.size(); }

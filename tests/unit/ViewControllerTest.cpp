@@ -62,6 +62,39 @@ TEST_F(ViewControllerTest, AGapOfThreeHundredMillisecondsEndsTheEffectAndOneLess
     EXPECT_FALSE(shown(controller->laserView()));
 }
 
+TEST_F(ViewControllerTest, PollsThatTakeLongerThanTheTimeOutAndSeeTheKeyHeldKeepTheEffect) {
+    load();
+    effectKey();
+    queue.advance(100ms);
+    for (const auto reading : {200ms, 400ms, 3000ms, 300ms}) {
+        queue.block(reading); // The time-out falls due in here.
+        effectKey();
+        queue.advance(100ms);
+        EXPECT_TRUE(controller->mouseEffectIsOn());
+    }
+    EXPECT_EQ(platform.mouse.clicks(), 1);
+    queue.advance(500ms);
+    EXPECT_FALSE(controller->mouseEffectIsOn()) << "the last of them counts";
+    EXPECT_EQ(platform.mouse.clicks(), 2);
+}
+
+TEST_F(ViewControllerTest, AfterARescueTheEffectIsSeenAgainOnlyIfThePollSawTheKeyHeld) {
+    config.setType(kEffectSpotlight);
+    load();
+    for (const bool held : {true, false}) {
+        effectKey();
+        queue.advance(100ms);
+        queue.block(5s); // The next poll, and the watchdog lets go.
+        if (held)
+            effectKey();
+        queue.advance(0ms);
+        platform.fakeWatchdog.recovered();
+        EXPECT_EQ(shown(controller->spotlightView()), held);
+    }
+    effectKey();
+    EXPECT_TRUE(shown(controller->spotlightView())) << "held again";
+}
+
 TEST_F(ViewControllerTest, MovesAndDragsAreDrawnOnlyWhileTheEffectIsOn) {
     config.setType(kEffectSpotlight);
     config.setMouseSizeValue(51);
