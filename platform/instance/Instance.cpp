@@ -28,6 +28,10 @@ std::string stuck(pid_t process) {
     return "it runs already" + which + " but does not answer; end that process and try again";
 }
 
+InstanceEnd unknown(const std::string &error) {
+    return {InstanceEnd::Outcome::Unknown, "cannot tell whether it runs: " + error};
+}
+
 } // namespace
 
 InstanceClaim claimInstance(const RuntimePlaces &places, std::string_view command,
@@ -59,18 +63,21 @@ InstanceEnd endInstance(const RuntimePlaces &places, std::chrono::milliseconds p
     const auto deadline = Clock::now() + patience;
     const std::string folder = runtimeFolder(places);
     std::error_code none;
-    if (!std::filesystem::exists(std::filesystem::symlink_status(folder, none)))
-        return {Outcome::NoneRan};
     std::string error;
+    if (!std::filesystem::exists(std::filesystem::symlink_status(folder, none)))
+        return mayMakeIn(std::filesystem::path(folder).parent_path().string(), error)
+                   ? InstanceEnd{Outcome::NoneRan}
+                   : unknown(error);
     if (!makeRuntimeFolder(folder, error)) // There it is: this only looks at whose it is.
-        return {Outcome::Unknown, "cannot tell whether it runs: " + error};
-    if (!InstanceLock::isTaken(folder))
-        return {Outcome::NoneRan};
+        return unknown(error);
+    const InstanceLock::State state = InstanceLock::look(folder, error);
+    if (state != InstanceLock::State::Taken)
+        return state == InstanceLock::State::Free ? InstanceEnd{Outcome::NoneRan} : unknown(error);
     InstanceAnswer answer;
     do {
         if (!answer.understood)
             answer = askInstance(InstanceLock::socketPath(folder), "quit", deadline);
-        if (!InstanceLock::isTaken(folder))
+        if (InstanceLock::look(folder, error) == InstanceLock::State::Free)
             return {Outcome::Ended};
     } while (pauseBefore(deadline));
     return {Outcome::Stuck, stuck(answer.process)};

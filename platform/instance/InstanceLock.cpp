@@ -1,6 +1,7 @@
 #include "platform/instance/InstanceLock.h"
 
 #include "core/Log.h"
+#include "platform/instance/RuntimeFolder.h"
 
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -15,6 +16,10 @@ std::string lockPath(const std::string &folder) {
     return folder + "/lock";
 }
 
+std::string failureAt(const std::string &path) {
+    return singleLine(path) + ": " + std::strerror(errno);
+}
+
 } // namespace
 
 InstanceLock::Result InstanceLock::take(const std::string &folder) {
@@ -25,14 +30,22 @@ InstanceLock::Result InstanceLock::take(const std::string &folder) {
         return {Outcome::Held, std::unique_ptr<InstanceLock>(new InstanceLock(std::move(file), folder))};
     if (file && errno == EWOULDBLOCK)
         return {Outcome::Taken};
-    return {Outcome::Failed, nullptr, singleLine(path) + ": " + std::strerror(errno)};
+    return {Outcome::Failed, nullptr, failureAt(path)};
 }
 
 // A shared lock for a moment: a program that starts right then tries again.
-bool InstanceLock::isTaken(const std::string &folder) {
-    const FileDescriptor file(
-        ::open(lockPath(folder).c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
-    return file && ::flock(file.get(), LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+InstanceLock::State InstanceLock::look(const std::string &folder, std::string &error) {
+    const std::string path = lockPath(folder);
+    const FileDescriptor file(::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    if (file && ::flock(file.get(), LOCK_SH | LOCK_NB) == 0)
+        return State::Free;
+    if (file && errno == EWOULDBLOCK)
+        return State::Taken;
+    if (!file && errno == ENOENT && mayMakeIn(folder, error))
+        return State::Free;
+    if (error.empty())
+        error = failureAt(path);
+    return State::Failed;
 }
 
 InstanceLock::InstanceLock(FileDescriptor file, const std::string &folder) : m_file(std::move(file)) {

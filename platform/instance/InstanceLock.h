@@ -23,8 +23,10 @@ public:
     // In a runtime folder that makeRuntimeFolder has passed.
     static Result take(const std::string &folder);
 
-    // Whether some process holds the lock. Makes nothing.
-    static bool isTaken(const std::string &folder);
+    // Whether some process holds the lock. Makes nothing. Failed, with the reason, where take() would fail as
+    // well: then one may run that has no lock.
+    enum class State { Free, Taken, Failed };
+    static State look(const std::string &folder, std::string &error);
 
     static std::string socketPath(const std::string &folder) { return folder + "/control"; }
 

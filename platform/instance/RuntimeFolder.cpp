@@ -3,7 +3,9 @@
 #include "core/FileDescriptor.h"
 #include "core/Log.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
@@ -67,6 +69,13 @@ bool makeRuntimeFolder(const std::string &folder, std::string &error) {
         return false;
     }
     return true;
+}
+
+bool mayMakeIn(const std::string &folder, std::string &error) {
+    if (::faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) == 0)
+        return true;
+    error = singleLine(folder) + ": " + std::strerror(errno);
+    return false;
 }
 
 } // namespace companion

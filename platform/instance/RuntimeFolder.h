@@ -20,4 +20,7 @@ std::string runtimeFolder(const RuntimePlaces &places);
 // others may write to is refused. False with the reason.
 bool makeRuntimeFolder(const std::string &folder, std::string &error);
 
+// Whether something can be made in this folder. False with the reason.
+bool mayMakeIn(const std::string &folder, std::string &error);
+
 } // namespace companion

@@ -91,6 +91,42 @@ TEST_F(InstanceTest, AFolderThatOthersMayHavePreparedIsNotTrusted) {
     EXPECT_EQ(fs::status(own).permissions(), fs::perms::owner_all);
 }
 
+TEST_F(InstanceTest, NoneRunsIsSaidOnlyWhereOneThatRunsWouldHoldTheLock) {
+    using Outcome = InstanceEnd::Outcome;
+    const auto end = [this] { return endInstance(places, 0ms); };
+    const std::string lock = own + "/lock";
+    EXPECT_EQ(end().outcome, Outcome::NoneRan) << "no folder yet";
+    std::string error;
+    ASSERT_TRUE(makeRuntimeFolder(own, error));
+    EXPECT_EQ(end().outcome, Outcome::NoneRan) << "no lock yet";
+    fs::create_symlink("elsewhere", lock);
+    EXPECT_EQ(end().outcome, Outcome::Unknown) << "a link";
+    EXPECT_NE(end().text.find(lock), std::string::npos) << end().text;
+    fs::remove(lock);
+    fs::create_directory(lock);
+    EXPECT_EQ(end().outcome, Outcome::Unknown) << "a folder";
+    fs::remove(lock);
+
+    fs::create_directories(InstanceLock::socketPath(own) + "/taken");
+    {
+        const InstanceClaim first = claim();
+        ASSERT_EQ(first.outcome, InstanceClaim::Outcome::First);
+        EXPECT_EQ(end().outcome, Outcome::Stuck) << "it runs, without a socket";
+    }
+    EXPECT_EQ(end().outcome, Outcome::NoneRan);
+
+    if (::geteuid() == 0)
+        return; // Who may write everywhere.
+    fs::remove(lock);
+    fs::permissions(own, fs::perms::owner_write, fs::perm_options::remove);
+    EXPECT_EQ(end().outcome, Outcome::Unknown) << "one would run without a lock";
+    fs::permissions(own, fs::perms::owner_all);
+    fs::remove_all(own);
+    fs::permissions(places.session, fs::perms::owner_write, fs::perm_options::remove);
+    EXPECT_EQ(end().outcome, Outcome::Unknown) << "and without a folder";
+    fs::permissions(places.session, fs::perms::owner_all);
+}
+
 TEST_F(InstanceTest, WhateverElseArrivesOnTheSocketIsRefusedBoundedAndLoggedOnce) {
     const auto first = claim();
     int settings = 0;
