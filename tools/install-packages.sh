@@ -17,7 +17,7 @@ is_installed() {
 
 # A name that apt knows may have no version to install: one that only another package's file speaks of, for example.
 can_be_installed() {
-    LC_ALL=C apt-cache policy "$1" 2>/dev/null | grep -q 'Candidate: [^(]'
+    grep -q 'Candidate: [^(]' <<<"$(LC_ALL=C apt-cache policy "$1" 2>/dev/null)"
 }
 
 find_missing() {
