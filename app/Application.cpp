@@ -51,7 +51,7 @@ Application::Application(const CommandLine &line, std::unique_ptr<InstanceLock> 
       m_language(m_store),
       m_config([this] { return std::make_unique<ConfigManager>(m_store); }),
       m_virtualReceiver(m_queue),
-      m_signals([this] { quit(); }) {
+      m_signals([this] { quit(); }, [this] { quitBesideMainThread(); }) {
     m_store
         .saveAside(); // Now, and not at the first save: a thread that cannot be had is told before the talk.
     ProcessEnd::setFarewell([this] { m_store.finishSaving(kPatienceWithDisk); });
@@ -167,6 +167,7 @@ void Application::start(const std::string &startupId) {
                                    m_platform->syntheticMouse(), [this] { quit(); }});
         m_demo->start();
     }
+    m_started = true;
 }
 
 void Application::serveFurtherStarts() {
@@ -225,6 +226,20 @@ void Application::quit() {
     m_store.finishSaving(kPatienceWithDisk); // A next start, which the lock keeps waiting, reads the file.
     m_feed.reset(); // Its socket has a name in the file system, as has the one of the instance lock.
     m_instance.reset();
+    ProcessEnd::with(EXIT_SUCCESS);
+}
+
+// The main thread is waiting for something, a silent receiver most likely. What it has made is not touched,
+// but for what others look at. The kernel may need it back before it can end the process, so the lock is let
+// go here.
+void Application::quitBesideMainThread() {
+    if (!m_started) // Then it is only busy starting.
+        return;
+    m_store.finishSaving(kPatienceWithDisk);
+    if (m_feed)
+        m_feed->removeName();
+    if (m_instance)
+        m_instance->release();
     ProcessEnd::with(EXIT_SUCCESS);
 }
 

@@ -22,6 +22,7 @@
 
 #include <QObject>
 
+#include <atomic>
 #include <memory>
 #include <optional>
 #include <string>
@@ -61,6 +62,7 @@ private:
     static SettingsFront::Subject subject(const std::weak_ptr<PresentedSettings> &settings);
     void serveFurtherStarts();
     [[noreturn]] void quit();
+    void quitBesideMainThread();
 
     CommandLine m_line;
     std::unique_ptr<InstanceLock> m_instance; // Goes last.
@@ -84,7 +86,8 @@ private:
     SettingsFront::Answer m_answer;
     std::optional<SettingsFront> m_front;
     std::optional<InstanceServer> m_server;
-    SignalWatch m_signals;
+    std::atomic<bool> m_started = false;
+    SignalWatch m_signals; // Its thread ends before what it uses.
 };
 
 } // namespace companion

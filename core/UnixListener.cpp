@@ -70,6 +70,10 @@ UnixListener::UnixListener(FileDescriptor socket, const std::string &path)
 }
 
 UnixListener::~UnixListener() {
+    removeName();
+}
+
+void UnixListener::removeName() const {
     struct stat status {};
     if (::stat(m_path.c_str(), &status) == 0 && status.st_dev == m_device && status.st_ino == m_inode)
         ::unlink(m_path.c_str());

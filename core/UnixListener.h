@@ -29,6 +29,9 @@ public:
     static std::unique_ptr<UnixListener> create(const std::string &path, std::string &error);
     ~UnixListener();
 
+    // The name goes now. Any thread.
+    void removeName() const;
+
     int descriptor() const { return m_socket.get(); }
     // The next caller; none, with errno, when there is none or it cannot be had.
     FileDescriptor accept() const;

@@ -21,6 +21,7 @@ struct SettingsSaver::State {
     bool saved = true;                             // The last save worked.
     bool ending = false;
     bool ended = false;
+    std::chrono::steady_clock::time_point deadline{}; // Of the end.
 };
 
 SettingsSaver::SettingsSaver(std::shared_ptr<State> state) : m_state(std::move(state)) {}
@@ -50,9 +51,10 @@ void SettingsSaver::save(const settings_file::Values &values) {
 bool SettingsSaver::finish(std::chrono::milliseconds patience) {
     std::unique_lock lock(m_state->mutex);
     if (!std::exchange(m_state->ending, true)) {
+        m_state->deadline = std::chrono::steady_clock::now() + patience;
         m_state->changed.notify_all();
-        m_state->changed.wait_for(lock, patience, [this] { return m_state->ended; });
     }
+    m_state->changed.wait_until(lock, m_state->deadline, [this] { return m_state->ended; });
     return m_state->ended && m_state->saved;
 }
 

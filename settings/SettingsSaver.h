@@ -31,7 +31,7 @@ public:
     void save(const settings_file::Values &values);
 
     // Waits for what has been handed over, but not longer than this: a save that hangs is left to itself. The
-    // first call counts; nothing is saved afterwards. True when all is saved.
+    // first call's patience counts; nothing is saved afterwards. True when all is saved. Any thread.
     bool finish(std::chrono::milliseconds patience);
 
 private:

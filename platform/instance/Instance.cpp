@@ -3,6 +3,7 @@
 #include "platform/instance/InstanceClient.h"
 
 #include <algorithm>
+#include <csignal>
 #include <filesystem>
 #include <thread>
 
@@ -13,6 +14,7 @@ using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
 constexpr auto kBetweenTries = 10ms;
+constexpr auto kPoliteness = 250ms; // Before a signal.
 
 // The other one may be between its lock and its socket, or in its last moments.
 bool pauseBefore(Clock::time_point deadline) {
@@ -73,10 +75,14 @@ InstanceEnd endInstance(const RuntimePlaces &places, std::chrono::milliseconds p
     const InstanceLock::State state = InstanceLock::look(folder, error);
     if (state != InstanceLock::State::Taken)
         return state == InstanceLock::State::Free ? InstanceEnd{Outcome::NoneRan} : unknown(error);
+    const auto politeUntil = std::min(deadline, Clock::now() + kPoliteness);
     InstanceAnswer answer;
+    bool signalled = false;
     do {
-        if (!answer.understood)
-            answer = askInstance(InstanceLock::socketPath(folder), "quit", deadline);
+        if (!answer.understood && !signalled)
+            answer = askInstance(InstanceLock::socketPath(folder), "quit", politeUntil);
+        if (!signalled && answer.process > 0 && Clock::now() >= politeUntil)
+            signalled = ::kill(answer.process, SIGTERM) == 0;
         if (InstanceLock::look(folder, error) == InstanceLock::State::Free)
             return {Outcome::Ended};
     } while (pauseBefore(deadline));

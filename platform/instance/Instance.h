@@ -40,7 +40,7 @@ struct InstanceEnd {
     std::string text{};
 };
 
-// Has the running program end, and waits until it has.
+// Has the running program end, and waits until it has. One that is too busy to answer is sent a signal.
 InstanceEnd endInstance(const RuntimePlaces &places, std::chrono::milliseconds patience);
 
 } // namespace companion

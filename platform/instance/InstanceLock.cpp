@@ -48,6 +48,12 @@ InstanceLock::State InstanceLock::look(const std::string &folder, std::string &e
     return State::Failed;
 }
 
+void InstanceLock::release() const {
+    if (m_listener)
+        m_listener->removeName();
+    ::flock(m_file.get(), LOCK_UN);
+}
+
 InstanceLock::InstanceLock(FileDescriptor file, const std::string &folder) : m_file(std::move(file)) {
     const std::string path = socketPath(folder);
     ::unlink(path.c_str());

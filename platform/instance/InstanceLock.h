@@ -30,6 +30,9 @@ public:
 
     static std::string socketPath(const std::string &folder) { return folder + "/control"; }
 
+    // Lets go of the lock and of the socket's name, though the process may take a while to end. Any thread.
+    void release() const;
+
     // Null, with the reason, when the socket could not be made.
     const UnixListener *listener() const { return m_listener.get(); }
     const std::string &listenerError() const { return m_listenerError; }

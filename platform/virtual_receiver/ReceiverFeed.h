@@ -23,6 +23,9 @@ class ReceiverFeed {
 public:
     virtual ~ReceiverFeed() = default;
 
+    // The socket's name goes now, if there is one. Any thread.
+    virtual void removeName() const {}
+
     // Null, and a text that names the path (for a script: and the line), when there is no such feed. From
     // then on the process ignores SIGPIPE. Receiver and queue must outlive the feed.
     static std::unique_ptr<ReceiverFeed> open(const std::string &path, VirtualReceiver &receiver,

@@ -29,6 +29,8 @@ public:
     SocketFeed(std::unique_ptr<UnixListener> listener, VirtualReceiver &receiver, MainQueue &queue);
     ~SocketFeed() override;
 
+    void removeName() const override { m_listener->removeName(); }
+
 private:
     void accept();
     void refuse(int connection);

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <filesystem>
 
 namespace companion::rig {
 namespace {
@@ -28,6 +29,26 @@ TEST_P(Ending, LeavesScreenMouseAndCursorClean) {
 
 INSTANTIATE_TEST_SUITE_P(Signals, Ending, ::testing::Values(SIGTERM, SIGINT, SIGHUP, SIGKILL),
                          [](const auto &number) { return std::string(sigabbrev_np(number.param)); });
+
+TEST(SilentReceiver, KeepsNobodyFromEndingTheProgramInMidEffect) {
+    for (const bool bySignal : {true, false}) {
+        Talk talk(kSpotlight);
+        talk.companion.effectOn();
+        talk.companion.receiver("delay 60000");
+        letTimePass(300ms); // Long enough for the next poll.
+        if (bySignal) {
+            talk.companion.process().signal(SIGTERM);
+        } else {
+            const Ended quit = runCompanion({"--quit"}, talk.desktop.environment());
+            EXPECT_EQ(quit.status, 0) << quit.err;
+            EXPECT_EQ(quit.out, "presenter-companion has ended\n");
+        }
+        EXPECT_EQ(talk.companion.process().waitForExit(), 0);
+        talk.expectPlainSlide();
+        for (const char *name : {"run/presenter-companion/control", "receiver"})
+            EXPECT_FALSE(std::filesystem::exists(talk.desktop.file(name))) << name;
+    }
+}
 
 // While the key is held, let go, or let go of a receiver that is back before the next poll.
 TEST(PulledReceiver, EndsTheEffectAndWorksAgainWhenPluggedIn) {
