@@ -102,19 +102,5 @@ TEST_F(SettingsTest, ADamagedFileGivesTheDefaultsForWhatIsMissingAndKeepsTheKeys
     EXPECT_TRUE(fileContent().contains("[Other]\nkey=value"));
 }
 
-TEST_F(SettingsTest, AFileThatIsTooLargeIsLeftAloneWithOneLogLine) {
-    const QByteArray huge = "[General]\nLOCAL_MOUSETYPE=2\n" + QByteArray(2 * 1024 * 1024, '#');
-    writeFile(huge);
-    SettingsStore store(path);
-    ConfigManager config(store);
-    EXPECT_EQ(config.type(), 0U);
-    config.setType(1);
-    config.saveUserDefault();
-    config.loadUserDefault();
-    EXPECT_EQ(config.type(), 1U) << "goes on in memory";
-    EXPECT_EQ(fileContent(), huge);
-    EXPECT_EQ(log.lines.size(), 1U);
-}
-
 } // namespace
 } // namespace companion
