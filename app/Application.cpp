@@ -52,8 +52,8 @@ Application::Application(const CommandLine &line, std::unique_ptr<InstanceLock> 
       m_config([this] { return std::make_unique<ConfigManager>(m_store); }),
       m_virtualReceiver(m_queue),
       m_signals([this] { quit(); }, [this] { quitBesideMainThread(); }) {
-    m_store
-        .saveAside(); // Now, and not at the first save: a thread that cannot be had is told before the talk.
+    // Now, and not at the first save: a thread that cannot be had is told before the talk.
+    m_store.saveAside();
     ProcessEnd::setFarewell([this] { m_store.finishSaving(kPatienceWithDisk); });
     if (line.demo)
         m_store.setValue(QStringLiteral("SYSTEM_LANGUAGEINDEX"), QStringLiteral("1")); // English.

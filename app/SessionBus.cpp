@@ -19,7 +19,7 @@ namespace {
 
 constexpr const char *kAddress = "DBUS_SESSION_BUS_ADDRESS";
 // A bus that the session starts at its first connection takes its time while everything else starts too.
-constexpr std::chrono::seconds kPatience{3};
+constexpr std::chrono::seconds kPatienceWithBus{3};
 
 // The value of `key` in the first address of the list, whose form is "unix:key=value,key=value;…" with bytes
 // escaped as in URLs (D-Bus, "Server Addresses"). Empty if it has none.
@@ -50,7 +50,7 @@ bool isSilent(const std::string &name, bool abstract) {
         return errno == EAGAIN; // So many wait for it that there is no room.
     const QByteArray user = QByteArray::number(::geteuid()).toHex();
     const std::string greeting = std::string(1, '\0') + "AUTH EXTERNAL " + user.toStdString() + "\r\n";
-    const auto deadline = std::chrono::steady_clock::now() + kPatience;
+    const auto deadline = std::chrono::steady_clock::now() + kPatienceWithBus;
     return askLine(socket.get(), greeting, deadline).empty() && std::chrono::steady_clock::now() >= deadline;
 }
 

@@ -17,7 +17,7 @@
 namespace companion {
 namespace {
 
-constexpr auto kPatience = std::chrono::milliseconds(600); // With the main thread.
+constexpr auto kPatienceWithMainThread = std::chrono::milliseconds(600);
 
 // The end of a terminal or session is one, unless the program was started to outlive it.
 sigset_t endingSignals() {
@@ -95,7 +95,7 @@ void SignalWatch::watch() {
         };
         QMetaObject::invokeMethod(&m_mainThread, hear, Qt::QueuedConnection);
         std::unique_lock lock(m_mutex);
-        if (m_changed.wait_for(lock, kPatience, [this] { return m_heard; }))
+        if (m_changed.wait_for(lock, kPatienceWithMainThread, [this] { return m_heard; }))
             continue;
         lock.unlock();
         m_late();
