@@ -14,6 +14,7 @@ AppDelegate::AppDelegate(NotificationCenter &center, std::unique_ptr<Tray> tray,
 AppDelegate::~AppDelegate() = default;
 
 void AppDelegate::applicationDidFinishLaunching() {
+    m_statusItem->setAction([this] { statusBtnClick(); });
     m_statusItem->show("statusBarLogo", "Options",
                        {{"Ver 1.0", nullptr},
                         {"Setting", [this] { gotoSettingWindowAction(); }},

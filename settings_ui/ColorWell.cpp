@@ -22,6 +22,7 @@ ColorWell::ColorWell(QWidget *parent) : QPushButton(parent) {
 }
 
 ColorWell::~ColorWell() {
+    m_dialogClosed = nullptr; // Whoever listens may be going, too.
     deactivate();
 }
 
@@ -70,14 +71,14 @@ void ColorWell::deactivate() {
     m_dialog->deleteLater();
     m_dialog = nullptr;
     update();
+    if (m_dialogClosed)
+        m_dialogClosed();
 }
 
 void ColorWell::finish(int result) {
     if (result == QDialog::Accepted && m_choice == Choice::OnAccept)
         select(m_dialog->currentColor());
     deactivate();
-    if (m_dialogClosed)
-        m_dialogClosed();
 }
 
 void ColorWell::select(const QColor &color) {

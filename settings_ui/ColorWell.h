@@ -33,7 +33,7 @@ public:
 
     // Runs after color() has changed to what was chosen; the alpha is always 1.
     void onSelected(std::function<void()> handler) { m_selected = std::move(handler); }
-    // Runs when the dialog has gone by the user's doing.
+    // Runs after the dialog has closed, but not when it goes together with the well.
     void onDialogClosed(std::function<void()> handler) { m_dialogClosed = std::move(handler); }
 
     void activate();

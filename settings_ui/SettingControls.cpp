@@ -45,45 +45,88 @@ SettingControls::SettingControls(QWidget &root, SettingOutlets outlets, ConfigMa
     : m_root(root),
       m_outlets(std::move(outlets)),
       m_config(config),
+      m_afterChoice(afterChoice),
       m_handlers(std::move(handlers)) {
     // No button group: a type that is no effect leaves all four off.
-    for (std::size_t type = 0; type < m_outlets.modes.size(); ++type) {
-        QObject::connect(m_outlets.modes[type], &QAbstractButton::clicked, &m_root, [this, type] {
-            m_config.setType(type);
-            m_handlers.typeChosen();
-        });
-    }
-
-    bind(m_outlets.mouseSize, [this](int value) { m_config.setMouseSizeValue(value); });
-    bind(m_outlets.mouseZoom, [this](int value) { m_config.setMouseZoomValue(value); });
-    bind(m_outlets.mouseSpeed, [this](int value) { m_config.setMouseSpeedValue(value); });
-    bind(m_outlets.backAlpha, [this](int value) { m_config.setBackAlpha(alphaFromPercent(value)); });
-    bind(m_outlets.frontAlpha, [this](int value) { m_config.setFrontAlpha(alphaFromPercent(value)); });
-    bind(*m_outlets.backColorWell, &ConfigManager::setBackColor, afterChoice);
-    bind(*m_outlets.frontColorWell, &ConfigManager::setFrontColor, afterChoice);
+    bind(*m_outlets.modes[kEffectNormal], &SettingControls::typeNormalBtnClick);
+    bind(*m_outlets.modes[kEffectSpotlight], &SettingControls::typePointBtnClick);
+    bind(*m_outlets.modes[kEffectLaser], &SettingControls::typeLaserBtnClick);
+    bind(*m_outlets.modes[kEffectZoom], &SettingControls::typeZoomBtnClick);
+    bind(m_outlets.mouseSize, &SettingControls::mouseSizeSwitchValueChanged);
+    bind(m_outlets.mouseZoom, &SettingControls::mouseZoomSwitchValueChanged);
+    bind(m_outlets.mouseSpeed, &SettingControls::mouseSpeedSwitchValueChanged);
+    bind(m_outlets.backAlpha, &SettingControls::backAlphaSwitchValueChanged);
+    bind(m_outlets.frontAlpha, &SettingControls::frontAlphaSwitchValueChanged);
+    bind(*m_outlets.backColorWell, &SettingControls::backColorWellSelected);
+    bind(*m_outlets.frontColorWell, &SettingControls::frontColorWellSelected);
 }
 
-void SettingControls::bind(const IntegerControl &control, std::function<void(int)> store) {
+void SettingControls::bind(QAbstractButton &mode, Action action) {
+    QObject::connect(&mode, &QAbstractButton::clicked, &m_root, [this, action] { (this->*action)(); });
+}
+
+void SettingControls::bind(const IntegerControl &control, Action action) {
     QObject::connect(control.number, &QSpinBox::valueChanged, control.slider, &QSlider::setValue);
     QObject::connect(control.slider, &QSlider::valueChanged, control.number, &QSpinBox::setValue);
-    QObject::connect(control.slider, &QSlider::valueChanged, &m_root,
-                     [this, store = std::move(store)](int value) {
-                         store(value);
-                         m_config.saveUserDefault();
-                     });
+    QObject::connect(control.slider, &QSlider::valueChanged, &m_root, [this, action] { (this->*action)(); });
 }
 
-void SettingControls::bind(ColorWell &well, void (ConfigManager::*set)(const std::optional<Color> &),
-                           AfterChoice afterChoice) {
-    const bool release = afterChoice == AfterChoice::ReleaseWell;
+void SettingControls::bind(ColorWell &well, Action action) {
+    const bool release = m_afterChoice == AfterChoice::ReleaseWell;
     well.setChoice(release ? ColorWell::Choice::OnAccept : ColorWell::Choice::OnEveryPick);
-    well.onSelected([this, &well, set, release] {
-        (m_config.*set)(well.color());
-        m_config.saveUserDefault();
-        if (release)
-            well.deactivate();
-    });
+    well.onSelected([this, action] { (this->*action)(); });
     well.onDialogClosed(m_handlers.dialogClosed);
+}
+
+void SettingControls::choose(EffectType type) {
+    m_config.setType(type);
+    m_handlers.typeChosen();
+}
+
+void SettingControls::mouseSizeSwitchValueChanged() {
+    m_config.setMouseSizeValue(m_outlets.mouseSize.slider->value());
+    m_config.saveUserDefault();
+}
+
+void SettingControls::mouseZoomSwitchValueChanged() {
+    m_config.setMouseZoomValue(m_outlets.mouseZoom.slider->value());
+    m_config.saveUserDefault();
+}
+
+void SettingControls::mouseSpeedSwitchValueChanged() {
+    m_config.setMouseSpeedValue(m_outlets.mouseSpeed.slider->value());
+    m_config.saveUserDefault();
+}
+
+void SettingControls::backAlphaSwitchValueChanged() {
+    m_config.setBackAlpha(alphaFromPercent(m_outlets.backAlpha.slider->value()));
+    m_config.saveUserDefault();
+}
+
+void SettingControls::frontAlphaSwitchValueChanged() {
+    m_config.setFrontAlpha(alphaFromPercent(m_outlets.frontAlpha.slider->value()));
+    m_config.saveUserDefault();
+}
+
+void SettingControls::backColorWellSelected() {
+    m_config.setBackColor(m_outlets.backColorWell->color());
+    selected(*m_outlets.backColorWell);
+}
+
+void SettingControls::frontColorWellSelected() {
+    m_config.setFrontColor(m_outlets.frontColorWell->color());
+    selected(*m_outlets.frontColorWell);
+}
+
+void SettingControls::selected(ColorWell &well) {
+    m_config.saveUserDefault();
+    if (m_afterChoice == AfterChoice::ReleaseWell)
+        well.deactivate();
+}
+
+void SettingControls::closeDialogs() {
+    m_outlets.backColorWell->deactivate();
+    m_outlets.frontColorWell->deactivate();
 }
 
 void SettingControls::setViewColor() {

@@ -72,7 +72,7 @@ public:
 
     struct Handlers {
         std::function<void()> typeChosen;   // After a mode button has set the record's type.
-        std::function<void()> dialogClosed; // The user closed a colour dialog.
+        std::function<void()> dialogClosed; // After a colour dialog has closed, for whatever reason.
     };
 
     // The record and the outlets must outlive the object; `root` is the view that holds the outlets.
@@ -81,6 +81,19 @@ public:
 
     void setViewColor();
 
+    // What the layout's controls do.
+    void typeNormalBtnClick() { choose(kEffectNormal); }
+    void typePointBtnClick() { choose(kEffectSpotlight); }
+    void typeLaserBtnClick() { choose(kEffectLaser); }
+    void typeZoomBtnClick() { choose(kEffectZoom); }
+    void mouseSizeSwitchValueChanged();
+    void mouseZoomSwitchValueChanged();
+    void mouseSpeedSwitchValueChanged();
+    void backAlphaSwitchValueChanged();
+    void frontAlphaSwitchValueChanged();
+    void backColorWellSelected();
+    void frontColorWellSelected();
+
     // Shows the record's values. A value that a control's range does not hold is shown as the nearest one and
     // stays as it is in the record.
     void loadValues();
@@ -88,14 +101,22 @@ public:
     // Presses the button of the record's type; null, and no button, when it is no effect.
     std::optional<EffectType> showType();
 
+    // They belong to the view and close with it.
+    void closeDialogs();
+
 private:
-    void bind(const IntegerControl &control, std::function<void(int)> store);
-    void bind(ColorWell &well, void (ConfigManager::*set)(const std::optional<Color> &),
-              AfterChoice afterChoice);
+    using Action = void (SettingControls::*)();
+
+    void choose(EffectType type);
+    void bind(QAbstractButton &mode, Action action);
+    void bind(const IntegerControl &control, Action action);
+    void bind(ColorWell &well, Action action);
+    void selected(ColorWell &well);
 
     QWidget &m_root;
     SettingOutlets m_outlets;
     ConfigManager &m_config;
+    AfterChoice m_afterChoice;
     Handlers m_handlers;
 };
 

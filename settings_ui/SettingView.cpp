@@ -50,6 +50,7 @@ void SettingView::setTypeBtnState() {
 
 void SettingView::closeViewBtnClick() {
     Log::line("窗口关闭");
+    m_controls->closeDialogs();
     m_needs.ignoreMouseEvents();
     hide();
     setParent(nullptr);

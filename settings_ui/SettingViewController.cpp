@@ -134,6 +134,10 @@ void SettingViewController::initView() {
     QObject::connect(m_ui->timeSetBtn, &QPushButton::clicked, view, [this] { timeSetAction(); });
 }
 
+void SettingViewController::closeDialogs() {
+    m_controls->closeDialogs();
+}
+
 void SettingViewController::initData() {
     const auto observe = [this](std::string_view name, void (SettingViewController::*handler)()) {
         m_needs.center.addObserver(m_lifetime, name,

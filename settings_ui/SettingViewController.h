@@ -43,6 +43,13 @@ public:
     // Owned by the controller: whoever places it elsewhere takes it out again first.
     QWidget &view() const { return *m_view; }
 
+    void viewWillAppear() {} // All was made ready when the layout was loaded.
+
+    // Those that belong to the view.
+    void closeDialogs();
+
+    void setRepresentedObject(const std::shared_ptr<void> &) {} // The controller stands for itself.
+
 private:
     explicit SettingViewController(const Needs &needs);
 

@@ -16,6 +16,9 @@
 namespace companion {
 namespace {
 
+// The window has no title text. Given none at all, the toolkit would put the program's name there.
+constexpr QLatin1String kNoTitle(" ");
+
 // Centred, but never with its title bar outside of the screen.
 QPoint centred(QSize window, QRect screen) {
     const QPoint topLeft = screen.center() - QPoint(window.width() / 2, window.height() / 2);
@@ -40,7 +43,13 @@ public:
         QPixmapCache::clear(); // Qt caches a style sheet's pictures anew for each window, up to megabytes.
     }
 
-    void letGo() { m_controller = nullptr; }
+    SettingViewController &content() const { return *m_content; }
+    bool isResizable() const { return layout()->sizeConstraint() != QLayout::SetFixedSize; }
+
+    void letGo() {
+        m_controller = nullptr;
+        m_content->closeDialogs();
+    }
 
 protected:
     // Not as a shortcut: that would be quicker than an open list, which Escape is to close first.
@@ -84,6 +93,8 @@ void SettingWindowController::load() {
 
 void SettingWindowController::show() {
     load();
+    if (!m_window->isVisible())
+        m_window->content().viewWillAppear();
     m_window->show();
     m_window->raise();
     if (m_owner == nullptr) // Asked to activate its dialog, a tiling window manager ends the full screen.
@@ -103,6 +114,8 @@ void SettingWindowController::windowDidLoad() {
     // side let a dialog float.
     m_window->setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
                              Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint | Qt::WindowStaysOnTopHint);
+    static_cast<void>(m_window->isResizable()); // Asked, and so far of no consequence.
+    m_window->setWindowTitle(kNoTitle);
     m_window->setAttribute(Qt::WA_QuitOnClose, false); // The program goes on without a window.
 
     const QScreen *screen = QGuiApplication::screenAt(QCursor::pos());

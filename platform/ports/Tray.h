@@ -16,6 +16,9 @@ public:
 
     virtual ~Tray() = default;
 
+    // What a click on the icon does, besides opening the menu. Set before the icon is shown.
+    virtual void setAction(std::function<void()> clicked) = 0;
+
     // As soon as the desktop has a place for it, however late. `iconName` names an image of the program's
     // resources; one that is missing gives no icon and no message.
     virtual void show(const std::string &iconName, const std::string &menuTitle,

@@ -50,11 +50,14 @@ void QtTray::makeIcon() {
     m_icon = std::make_unique<QSystemTrayIcon>(image(QString::fromStdString(m_iconName)));
     m_icon->setToolTip(QStringLiteral("presenter-companion"));
     m_icon->setContextMenu(m_menu.get());
-    // Trays that show the menu by themselves on a left click do not tell of it.
     QObject::connect(m_icon.get(), &QSystemTrayIcon::activated, m_menu.get(),
-                     [menu = m_menu.get()](QSystemTrayIcon::ActivationReason reason) {
-                         if (reason == QSystemTrayIcon::Trigger && !menu->isVisible())
-                             menu->popup(QCursor::pos());
+                     [this](QSystemTrayIcon::ActivationReason reason) {
+                         if (reason != QSystemTrayIcon::Trigger)
+                             return;
+                         if (m_clicked)
+                             m_clicked();
+                         if (!m_menu->isVisible())
+                             m_menu->popup(QCursor::pos());
                      });
     m_icon->show();
 }

@@ -4,7 +4,9 @@
 #include "platform/ports/Tray.h"
 
 #include <chrono>
+#include <functional>
 #include <memory>
+#include <utility>
 
 class QMenu;
 class QSystemTrayIcon;
@@ -28,6 +30,9 @@ public:
     QtTray(TrayArea &area, MainQueue &queue);
     ~QtTray() override;
 
+    // Trays that open the menu by themselves on a click do not tell of it.
+    void setAction(std::function<void()> clicked) override { m_clicked = std::move(clicked); }
+
     // Looks for a tray on a later turn, when the start's more urgent work is done.
     void show(const std::string &iconName, const std::string &menuTitle, std::vector<Entry> entries) override;
 
@@ -38,6 +43,7 @@ private:
     TrayArea &m_area;
     MainQueue &m_queue;
     std::string m_iconName;
+    std::function<void()> m_clicked;
     std::unique_ptr<StatusNotifierWatch> m_watch; // Until the icon is made.
     std::unique_ptr<QMenu> m_menu;                // Outlives the icon, which only looks at it.
     std::unique_ptr<QSystemTrayIcon> m_icon;

@@ -33,6 +33,7 @@ TEST(SettingsWindow, OpensInTheMiddleWithTheKeyboardAndFreshEachTime) {
     const auto window = desk.open();
     const QPoint off = desk.areaOf(desk.frameOf(window)).center() - desk.desktop.centre();
     EXPECT_LE(std::max(std::abs(off.x()), std::abs(off.y())), 16);
+    EXPECT_EQ(desk.desktop.connection().property(window, "_NET_WM_NAME"), " ") << "no text in its title bar";
     desk.tab(2);
     desk.hand.tapKey(kKeySpace);
     desk.expectStored("LOCAL_MOUSETYPE", "1");
