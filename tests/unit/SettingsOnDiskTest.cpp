@@ -63,7 +63,7 @@ protected:
     }
 };
 
-TEST_F(SettingsOnDiskTest, FiveHundredKilledWritersLeaveOneCompleteStateAndNothingElse) {
+TEST_F(SettingsOnDiskTest, AHundredKilledWritersLeaveOneCompleteStateAndNothingElse) {
     struct Told { // By the writer, and read after its death.
         std::atomic<bool> writing;
         std::atomic<std::int64_t> saved; // The number of the last save that has returned.
@@ -79,7 +79,7 @@ TEST_F(SettingsOnDiskTest, FiveHundredKilledWritersLeaveOneCompleteStateAndNothi
     std::mt19937 chance(20240229);
     std::int64_t first = 1;
     int inASave = 0; // Kills after a save that nobody had heard of yet: the kills did hit saves.
-    for (int kill = 0; kill < 500; ++kill) {
+    for (int kill = 0; kill < 100; ++kill) {
         told->writing = false;
         told->saved = first - 1;
         const pid_t writer = fork();
@@ -109,7 +109,7 @@ TEST_F(SettingsOnDiskTest, FiveHundredKilledWritersLeaveOneCompleteStateAndNothi
         inASave += *state > told->saved;
         first = *state + 1;
     }
-    EXPECT_GT(first, 100) << "the writers hardly came to save";
+    EXPECT_GT(first, 30) << "the writers hardly came to save";
     EXPECT_GT(inASave, 0) << "no kill came in the middle of a save";
     save(first);
     EXPECT_EQ(entries(), QStringList{QFileInfo(path).fileName()});
