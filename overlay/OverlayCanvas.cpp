@@ -19,9 +19,25 @@ OverlayCanvas::OverlayCanvas(OverlaySurface &surface, MainQueue &queue)
     screenChanged();
 }
 
-void OverlayCanvas::setOutOfSight(bool outOfSight) {
-    m_outOfSight += outOfSight ? 1 : -1;
+void OverlayCanvas::setOutOfSight(const QRect &area, bool outOfSight) {
+    if (outOfSight)
+        m_outOfSight.push_back(area);
+    else if (const auto one = std::find(m_outOfSight.begin(), m_outOfSight.end(), area);
+             one != m_outOfSight.end())
+        m_outOfSight.erase(one);
     scheduleDisplay();
+}
+
+bool OverlayCanvas::isOutOfSight(const QRect &area) const {
+    return std::any_of(m_outOfSight.begin(), m_outOfSight.end(),
+                       [&](const QRect &each) { return each.intersects(area); });
+}
+
+std::vector<QRect> OverlayCanvas::shownAreas() const {
+    std::vector<QRect> areas;
+    for (const Layer &layer : m_shown)
+        areas.push_back(layer.extent());
+    return areas;
 }
 
 void OverlayCanvas::screenChanged() {
@@ -43,8 +59,7 @@ void OverlayCanvas::scheduleDisplay() {
 void OverlayCanvas::display() {
     m_scheduled = false;
     m_layers.clear();
-    if (m_outOfSight <= 0)
-        collect(*m_root, 0, 0);
+    collect(*m_root, 0, 0);
     findDamage();
     m_shown.swap(m_layers);
     m_everything = false;
@@ -60,7 +75,7 @@ void OverlayCanvas::collect(View &view, double x, double y) {
     const PointRect frame{x + view.frame().x, y + view.frame().y, view.frame().width, view.frame().height};
     const Look &look = view.display(m_space, frame);
     const Layer layer{&view, view.serial(), view.drawings(), view.pixelFrame(), look};
-    if (!layer.extent().isEmpty())
+    if (!layer.extent().isEmpty() && !isOutOfSight(layer.extent()))
         m_layers.push_back(layer);
     for (const auto &subview : view.subviews())
         collect(*subview, frame.x, frame.y);

@@ -26,9 +26,15 @@ public:
     // Called after the screen, its size or its scale changed and the root's frame follows.
     void onScreenChanged(std::function<void()> listener) { m_screenChanged = std::move(listener); }
 
-    // While true nothing of the tree is on the screen, so that a picture of the screen shows what lies below.
-    // Takes effect with the next display pass. Calls nest.
-    void setOutOfSight(bool outOfSight);
+    // Every pixel that the rectangle touches.
+    QRect pixels(const PointRect &rect) const { return m_space.touched(m_space.toPixels(rect)); }
+
+    // While true no layer that reaches into that area (device pixels) is on the screen, so that a picture of
+    // the screen shows what lies below there. Takes effect with the next display pass. Calls nest.
+    void setOutOfSight(const QRect &area, bool outOfSight);
+
+    // Where the layers that were displayed last can show anything, device pixels.
+    std::vector<QRect> shownAreas() const;
 
     // Presents what changed since the last pass, now.
     void display();
@@ -47,6 +53,7 @@ private:
 
     void screenChanged();
     void scheduleDisplay();
+    bool isOutOfSight(const QRect &area) const;
     void collect(View &view, double x, double y);
     void findDamage();
     void addDamage(const QRect &area);
@@ -63,7 +70,7 @@ private:
     std::function<void(const PixelPatch &)> m_paint; // Made once: presenting must not allocate.
     bool m_scheduled = false;
     bool m_everything = true; // The window's content is unknown: present all of it.
-    int m_outOfSight = 0;
+    std::vector<QRect> m_outOfSight;
 
     // Kept between passes for their memory.
     std::vector<Layer> m_shown; // What is on the window, bottom to top.

@@ -21,19 +21,20 @@ StillCapture::StillCapture(MainQueue &queue, OverlayCanvas &canvas, ScreenCaptur
       m_capture(capture),
       m_taken(std::move(taken)) {}
 
-void StillCapture::take() {
+void StillCapture::take(const QRect &lookedAt) {
     const std::uint64_t number = ++m_requests;
-    m_open.insert(number);
-    m_canvas.setOutOfSight(true);
+    m_open.emplace(number, lookedAt);
+    m_canvas.setOutOfSight(lookedAt, true);
     m_queue.post(kLeavingTime, m_lifetime.guard([this, number] { ask(number); }));
 }
 
 void StillCapture::ask(std::uint64_t number) {
-    m_capture.captureDesktop(m_lifetime.guard([this, number](const QImage &picture) {
+    const auto answer = [this, number, overlay = m_canvas.shownAreas()](const QImage &picture) {
         if (picture.isNull() && m_open.contains(number))
             Log::line("no picture of the screen: the magnifier stays empty");
-        finish(number, picture);
-    }));
+        finish(number, picture, overlay);
+    };
+    m_capture.captureDesktop(m_lifetime.guard(answer));
     if (m_open.contains(number))
         m_queue.post(kPatience, m_lifetime.guard([this, number] { giveUp(number); }));
 }
@@ -45,14 +46,16 @@ void StillCapture::giveUp(std::uint64_t number) {
     finish(number, {});
 }
 
-void StillCapture::finish(std::uint64_t number, const QImage &picture) {
-    if (m_open.erase(number) == 0)
+void StillCapture::finish(std::uint64_t number, const QImage &picture, const std::vector<QRect> &overlay) {
+    const auto request = m_open.find(number);
+    if (request == m_open.end())
         return; // Given up before. By now the overlay itself may be in the picture.
-    m_canvas.setOutOfSight(false);
+    m_canvas.setOutOfSight(request->second, false);
+    m_open.erase(request);
     if (number < m_answered)
         return;
     m_answered = number;
-    m_taken(picture);
+    m_taken(picture, overlay);
 }
 
 } // namespace companion

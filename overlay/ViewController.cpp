@@ -61,7 +61,7 @@ ViewController::ViewController(const Needs &needs)
     : m_needs(needs),
       m_canvas(needs.platform.surface(), needs.queue),
       m_still(needs.queue, m_canvas, needs.platform.screenCapture(),
-              [this](const QImage &picture) { pictureTaken(picture); }),
+              [this](const QImage &picture, const auto &overlay) { pictureTaken(picture, overlay); }),
       m_calls(needs.queue) {
     m_canvas.onScreenChanged([this] { screenChanged(); });
     needs.platform.watchdog().onRecovered(m_lifetime.guard([this] { recovered(); }));
@@ -148,8 +148,10 @@ void ViewController::handle(const InputEvent &event) {
     case InputEventType::KeyDown:
         watchedKeyDown(event.keyCode);
         break;
-    case InputEventType::LeftMouseUp: // Watched, without an effect so far.
-    case InputEventType::RightMouseUp:
+    case InputEventType::LeftMouseUp: // The place for an effect's answer to a click; none has one so far.
+        after(0ms, [this] { static_cast<void>(m_needs.config.type()); });
+        break;
+    case InputEventType::RightMouseUp: // Watched, without an effect so far.
     case InputEventType::KeyUp:
         break;
     }
@@ -169,8 +171,9 @@ void ViewController::watchedKeyDown(int keyCode) {
 
 // A still of the slide before must not stand around the disc.
 void ViewController::renewStill() {
-    m_canvas.setOutOfSight(true);
-    after(StillCapture::kLeavingTime, [this] { m_canvas.setOutOfSight(false); });
+    const QRect all = m_canvas.pixels(m_canvas.root()->frame());
+    m_canvas.setOutOfSight(all, true);
+    after(StillCapture::kLeavingTime, [this, all] { m_canvas.setOutOfSight(all, false); });
 }
 
 void ViewController::drawAtPointer() {

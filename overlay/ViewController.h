@@ -100,8 +100,13 @@ public:
     void drawLaserView(const PointRect &rect);
     void drawZoomView(const PointRect &rect);
 
-    // Takes a new still picture for the magnifier; the lens is hidden while that is under way.
+    // Takes a new still picture for the magnifier; while that is under way the lens is hidden, and what else
+    // of the overlay lies below it. The rest does not blink: it is in the picture, of which a new one is
+    // taken when the lens comes there.
     void screenShotMethod();
+
+    // The overlay never has the keyboard: nobody has to give it up.
+    bool becomeFirstResponder() const { return true; }
 
     // Keys that reach the overlay are consumed: no beep, no action.
     void keyDown(const InputEvent &) {}
@@ -172,7 +177,10 @@ private:
     void keepFewHolders();
     void dropPicture();
     void hideEffectViews();
-    void pictureTaken(const QImage &picture);
+    QRect belowLens() const;
+    void magnifyNothingOfOurs();
+    void takePicture(const QRect &lookedAt);
+    void pictureTaken(const QImage &picture, const std::vector<QRect> &overlay);
     void showHint(const QString &text);
     void showSizeHint();
     QString modeName(std::uint64_t type) const;
@@ -184,6 +192,8 @@ private:
     DelayedCalls m_calls;
     PointRect m_content; // The content view's frame that the fields and views were made for,
     QRect m_area;        // and the place of their screen.
+
+    std::vector<QRect> m_overlayInPicture; // The magnifier's, device pixels.
 
     bool m_mouseEffectIsOn = false;
     bool m_holdIsComing = false; // In the queue.

@@ -83,6 +83,7 @@ void ViewController::refreshPen() {
     default: // Not an effect: only an outside writer of the settings can bring it here.
         break;
     }
+    static_cast<void>(becomeFirstResponder());
 }
 
 void ViewController::buildMagnifier() {
@@ -176,6 +177,7 @@ void ViewController::recovered() {
 }
 
 void ViewController::dropPicture() {
+    m_overlayInPicture.clear();
     if (m_zoomScreenShotImageView)
         m_zoomScreenShotImageView->setImage({});
 }
@@ -230,23 +232,47 @@ void ViewController::drawZoomView(const PointRect &rect) {
         return;
     m_zoomView->setFrame(rect);
     m_zoomView->setRenderPoint({rect.x, rect.y});
+    magnifyNothingOfOurs();
+}
+
+// Where the picture shows the overlay itself, a new one is due, with nothing of it.
+void ViewController::magnifyNothingOfOurs() {
+    const QRect below = m_canvas.pixels(m_zoomView->frame());
+    if (std::any_of(m_overlayInPicture.begin(), m_overlayInPicture.end(),
+                    [&](const QRect &each) { return each.intersects(below); }))
+        takePicture(m_canvas.pixels(m_canvas.root()->frame()));
 }
 
 void ViewController::screenShotMethod() {
-    dropPicture();
-    hide(m_zoomView);
-    m_still.take();
+    takePicture(belowLens());
 }
 
-void ViewController::pictureTaken(const QImage &picture) {
+// What the lens can show of a picture lies below it. A lens that is not on the screen shows nothing.
+QRect ViewController::belowLens() const {
+    if (!m_zoomView || m_zoomView->superview() == nullptr)
+        return {};
+    const auto at = m_needs.platform.inputMonitor().pointer();
+    return m_canvas.pixels(at ? effectRect(*at, m_needs.config.mouseSizeValue()) : m_canvas.root()->frame());
+}
+
+void ViewController::takePicture(const QRect &lookedAt) {
+    dropPicture();
+    hide(m_zoomView);
+    m_still.take(lookedAt);
+}
+
+void ViewController::pictureTaken(const QImage &picture, const std::vector<QRect> &overlay) {
     // A picture is a screenful of memory: kept only while there may be something to see of it.
     if (m_zoomScreenShotImageView)
         m_zoomScreenShotImageView->setImage(m_mouseEffectIsOn ? picture : QImage());
+    m_overlayInPicture = overlay;
     if (!m_zoomView)
         return;
     m_zoomView->setNeedsDisplay();
-    if (m_mouseEffectIsOn)
-        m_zoomView->setHidden(false);
+    if (!m_mouseEffectIsOn)
+        return;
+    m_zoomView->setHidden(false);
+    magnifyNothingOfOurs();
 }
 
 void ViewController::mouseSizeAdd() {

@@ -12,21 +12,76 @@ TEST_F(ViewControllerTest, SlideKeysTakeNoPictureButForTheMagnifier) {
     EXPECT_EQ(platform.capture.asked, 0);
 }
 
-TEST_F(ViewControllerTest, NothingOfTheOverlayIsOnTheScreenWhenAPictureIsTaken) {
-    config.setType(kEffectZoom);
-    load();
-    center.post(LOCAL_MOUSESIZEVALUEADD); // The hint would be in the picture.
+class CaptureWithHintTest : public ViewControllerTest {
+protected:
+    CaptureWithHintTest() {
+        config.setType(kEffectZoom);
+        load();
+        center.post(LOCAL_MOUSESIZEVALUEADD);
+    }
+    void place(Point pointer) {
+        platform.monitor.at = pointer;
+        moveTo(pointer);
+    }
+    std::size_t layers() const { return platform.fakeSurface.occupied.size(); }
+    // Through a capture that a slide key asks for, with the key held.
+    void expectLayers(std::size_t before, std::size_t during, std::size_t after) {
+        platform.monitor.send(InputEventType::KeyDown, {}, kVirtualKeyF5);
+        hold(100ms);
+        queue.advance(99ms);
+        EXPECT_EQ(layers(), before);
+        effectKey();
+        queue.advance(1ms);
+        EXPECT_EQ(layers(), during);
+        queue.advance(99ms);
+        EXPECT_EQ(layers(), during);
+        queue.advance(1ms);
+        EXPECT_EQ(layers(), after);
+    }
+
+    static constexpr Point kFarFromHint{200, 300};
+    static constexpr Point kOnHint{kWidth - 100, kHeight - 50};
+};
+
+TEST_F(CaptureWithHintTest, TheHintBlinksOnlyForALensThatLooksAtIt) {
+    platform.monitor.at = kFarFromHint;
     hold(300ms);
-    platform.monitor.send(InputEventType::KeyDown, {}, kVirtualKeyF5);
-    queue.advance(199ms);
-    EXPECT_FALSE(platform.fakeSurface.occupied.empty());
-    effectKey();
-    queue.advance(1ms);
-    EXPECT_TRUE(platform.fakeSurface.occupied.empty());
-    queue.advance(99ms);
-    EXPECT_TRUE(platform.fakeSurface.occupied.empty());
-    queue.advance(1ms);
-    EXPECT_EQ(platform.fakeSurface.occupied.size(), 2U) << "hint and lens are back";
+    expectLayers(2, 1, 2);
+    place(kOnHint);
+    expectLayers(2, 0, 2);
+    platform.monitor.at.reset();
+    expectLayers(2, 0, 2);
+}
+
+TEST_F(CaptureWithHintTest, ALensThatComesToWhereTheHintIsInThePictureGetsANewOneOnce) {
+    platform.monitor.at = kFarFromHint;
+    hold(300ms);
+    EXPECT_EQ(platform.capture.asked, 1);
+    hold(3000ms); // The hint is gone, but not from the picture.
+    place(kFarFromHint);
+    EXPECT_EQ(layers(), 1U);
+    place(kOnHint);
+    EXPECT_EQ(layers(), 0U);
+    hold(200ms);
+    EXPECT_EQ(layers(), 1U);
+    place({kOnHint.x + 1, kOnHint.y});
+    hold(300ms);
+    EXPECT_EQ(platform.capture.asked, 2);
+}
+
+TEST_F(ViewControllerTest, ALaserDotThatOutlivesAModeStepStaysThroughACapture) {
+    config.setType(kEffectLaser);
+    load();
+    hold(300ms);
+    moveTo({200, 300});
+    center.post(LOCAL_MOUSETYPESWITCH);
+    platform.monitor.send(InputEventType::KeyDown, {}, kVirtualKeyB);
+    hold(200ms);
+    EXPECT_EQ(platform.capture.asked, 0);
+    EXPECT_EQ(platform.fakeSurface.occupied.size(), 2U) << "dot and hint";
+    hold(200ms);
+    EXPECT_EQ(platform.capture.asked, 1);
+    EXPECT_EQ(platform.fakeSurface.occupied.size(), 2U);
 }
 
 TEST_F(ViewControllerTest, EffectOffDuringACaptureLeavesTheLensHidden) {
