@@ -31,6 +31,12 @@ void ColorWell::setColor(const std::optional<Color> &color) {
     update();
 }
 
+void ColorWell::setCaption(const QString &caption) {
+    m_caption = caption;
+    if (m_dialog != nullptr)
+        m_dialog->setWindowTitle(caption);
+}
+
 bool ColorWell::isActive() const {
     return m_dialog != nullptr;
 }
@@ -48,6 +54,7 @@ void ColorWell::activate() {
     // A child of the window, not of the well: it must stand above the window without its style sheet.
     // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): the window's.
     m_dialog = new QColorDialog(m_color ? toQColor(*m_color) : QColor(Qt::black), window());
+    m_dialog->setWindowTitle(m_caption);
     m_dialog->setAttribute(Qt::WA_DeleteOnClose);
     m_dialog->setAttribute(Qt::WA_QuitOnClose, false);
     m_dialog->setWindowFlag(Qt::WindowStaysOnTopHint, window()->windowFlags() & Qt::WindowStaysOnTopHint);

@@ -27,6 +27,9 @@ public:
 
     void setChoice(Choice choice) { m_choice = choice; }
 
+    // Says which colour it is; the dialog's title.
+    void setCaption(const QString &caption);
+
     // Null is shown as crossed out.
     void setColor(const std::optional<Color> &color);
     const std::optional<Color> &color() const { return m_color; }
@@ -48,6 +51,7 @@ private:
     void select(const QColor &color);
 
     Choice m_choice = Choice::OnAccept;
+    QString m_caption;
     std::optional<Color> m_color;
     std::function<void()> m_selected;
     std::function<void()> m_dialogClosed;

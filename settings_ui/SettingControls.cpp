@@ -1,10 +1,10 @@
 #include "settings_ui/SettingControls.h"
 
 #include "settings_ui/ColorWell.h"
+#include "settings_ui/ModeButton.h"
 #include "settings_ui/PlainView.h"
 #include "settings_ui/SettingLook.h"
 
-#include <QAbstractButton>
 #include <QLabel>
 #include <QSignalBlocker>
 #include <QSlider>
@@ -17,6 +17,9 @@
 
 namespace companion {
 namespace {
+
+// By effect type.
+constexpr std::array kGlyphs{"modeNormal", "modePoint", "modeLaser", "modeZoom"};
 
 // Without reporting a change: what is shown must not be written back.
 void show(const IntegerControl &control, std::int64_t value) {
@@ -46,7 +49,10 @@ SettingControls::SettingControls(QWidget &root, SettingOutlets outlets, ConfigMa
       m_outlets(std::move(outlets)),
       m_config(config),
       m_afterChoice(afterChoice),
-      m_handlers(std::move(handlers)) {
+      m_handlers(std::move(handlers)),
+      m_habits(root) {
+    for (std::size_t type = 0; type < kEffectTypeCount; ++type)
+        m_outlets.modes[type]->setGlyph(QLatin1String(kGlyphs.at(type)));
     // No button group: a type that is no effect leaves all four off.
     bind(*m_outlets.modes[kEffectNormal], &SettingControls::typeNormalBtnClick);
     bind(*m_outlets.modes[kEffectSpotlight], &SettingControls::typePointBtnClick);
@@ -61,13 +67,19 @@ SettingControls::SettingControls(QWidget &root, SettingOutlets outlets, ConfigMa
     bind(*m_outlets.frontColorWell, &SettingControls::frontColorWellSelected);
 }
 
-void SettingControls::bind(QAbstractButton &mode, Action action) {
-    QObject::connect(&mode, &QAbstractButton::clicked, &m_root, [this, action] { (this->*action)(); });
+void SettingControls::bind(ModeButton &mode, Action action) {
+    QObject::connect(&mode, &QPushButton::clicked, &m_root, [this, action] { (this->*action)(); });
 }
 
 void SettingControls::bind(const IntegerControl &control, Action action) {
+    InputHabits::join(*control.slider, *control.number);
     QObject::connect(control.number, &QSpinBox::valueChanged, control.slider, &QSlider::setValue);
-    QObject::connect(control.slider, &QSlider::valueChanged, control.number, &QSpinBox::setValue);
+    // Not while it is typed there: setting it would rewrite the text.
+    QObject::connect(control.slider, &QSlider::valueChanged, control.number,
+                     [number = control.number](int value) {
+                         if (number->value() != value)
+                             number->setValue(value);
+                     });
     QObject::connect(control.slider, &QSlider::valueChanged, &m_root, [this, action] { (this->*action)(); });
 }
 
@@ -85,27 +97,27 @@ void SettingControls::choose(EffectType type) {
 
 void SettingControls::mouseSizeSwitchValueChanged() {
     m_config.setMouseSizeValue(m_outlets.mouseSize.slider->value());
-    m_config.saveUserDefault();
+    save();
 }
 
 void SettingControls::mouseZoomSwitchValueChanged() {
     m_config.setMouseZoomValue(m_outlets.mouseZoom.slider->value());
-    m_config.saveUserDefault();
+    save();
 }
 
 void SettingControls::mouseSpeedSwitchValueChanged() {
     m_config.setMouseSpeedValue(m_outlets.mouseSpeed.slider->value());
-    m_config.saveUserDefault();
+    save();
 }
 
 void SettingControls::backAlphaSwitchValueChanged() {
     m_config.setBackAlpha(alphaFromPercent(m_outlets.backAlpha.slider->value()));
-    m_config.saveUserDefault();
+    save();
 }
 
 void SettingControls::frontAlphaSwitchValueChanged() {
     m_config.setFrontAlpha(alphaFromPercent(m_outlets.frontAlpha.slider->value()));
-    m_config.saveUserDefault();
+    save();
 }
 
 void SettingControls::backColorWellSelected() {
@@ -119,9 +131,15 @@ void SettingControls::frontColorWellSelected() {
 }
 
 void SettingControls::selected(ColorWell &well) {
-    m_config.saveUserDefault();
+    save();
     if (m_afterChoice == AfterChoice::ReleaseWell)
         well.deactivate();
+}
+
+void SettingControls::save() {
+    m_config.saveUserDefault();
+    if (m_handlers.valueChanged)
+        m_handlers.valueChanged();
 }
 
 void SettingControls::closeDialogs() {
@@ -159,7 +177,16 @@ std::optional<EffectType> SettingControls::showType() {
     const std::uint64_t type = m_config.type();
     for (std::size_t i = 0; i < m_outlets.modes.size(); ++i)
         m_outlets.modes[i]->setChecked(i == type);
+    for (ModeButton *mode : m_outlets.modes) // One stop for Tab.
+        mode->setFocusPolicy(mode == &modeInForce() ? Qt::StrongFocus : Qt::ClickFocus);
     return type < kEffectTypeCount ? std::optional(static_cast<EffectType>(type)) : std::nullopt;
+}
+
+QWidget &SettingControls::modeInForce() const {
+    for (ModeButton *mode : m_outlets.modes)
+        if (mode->isChecked())
+            return *mode;
+    return *m_outlets.modes.front();
 }
 
 } // namespace companion

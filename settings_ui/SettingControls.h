@@ -2,6 +2,7 @@
 
 #include "core/Color.h"
 #include "settings/ConfigManager.h"
+#include "settings_ui/InputHabits.h"
 
 #include <QString>
 
@@ -10,7 +11,6 @@
 #include <optional>
 #include <vector>
 
-class QAbstractButton;
 class QLabel;
 class QSlider;
 class QSpinBox;
@@ -19,6 +19,7 @@ class QWidget;
 namespace companion {
 
 class ColorWell;
+class ModeButton;
 class PlainView;
 
 // A whole number with a range: a slider, and the same number beside it to be typed. The range stands in the
@@ -31,7 +32,7 @@ struct IntegerControl {
 // What both layouts, the window's and the panel's, have under the same names.
 struct SettingOutlets {
     PlainView *bgView;
-    std::array<QAbstractButton *, kEffectTypeCount> modes; // By effect type.
+    std::array<ModeButton *, kEffectTypeCount> modes; // By effect type.
     IntegerControl mouseSize, mouseZoom, mouseSpeed, backAlpha, frontAlpha;
     ColorWell *backColorWell, *frontColorWell;
     PlainView *previewView, *backColorPreviewView, *frontColorPreviewView, *mouseSpeedBgView;
@@ -72,6 +73,7 @@ public:
 
     struct Handlers {
         std::function<void()> typeChosen;   // After a mode button has set the record's type.
+        std::function<void()> valueChanged; // After a value or a colour has been stored.
         std::function<void()> dialogClosed; // After a colour dialog has closed, for whatever reason.
     };
 
@@ -101,6 +103,9 @@ public:
     // Presses the button of the record's type; null, and no button, when it is no effect.
     std::optional<EffectType> showType();
 
+    // The button of the type that is shown, the first one without any: the keyboard's way into the modes.
+    QWidget &modeInForce() const;
+
     // They belong to the view and close with it.
     void closeDialogs();
 
@@ -108,16 +113,18 @@ private:
     using Action = void (SettingControls::*)();
 
     void choose(EffectType type);
-    void bind(QAbstractButton &mode, Action action);
+    void bind(ModeButton &mode, Action action);
     void bind(const IntegerControl &control, Action action);
     void bind(ColorWell &well, Action action);
     void selected(ColorWell &well);
+    void save();
 
     QWidget &m_root;
     SettingOutlets m_outlets;
     ConfigManager &m_config;
     AfterChoice m_afterChoice;
     Handlers m_handlers;
+    InputHabits m_habits;
 };
 
 // A percentage as a fraction. The division is in single precision: 35 becomes 0.3499999940395355.

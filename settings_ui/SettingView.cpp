@@ -22,6 +22,7 @@ SettingView::SettingView(const Needs &needs, QWidget *parent)
     m_controls = std::make_unique<SettingControls>(
         *this, SettingOutlets::of(*m_ui), m_needs.config, SettingControls::AfterChoice::KeepWellActive,
         SettingControls::Handlers{[this] { setTypeBtnState(); },
+                                  {},
                                   [this] { m_needs.center.post(NSWindowWillCloseNotification); }});
     connect(m_ui->closeViewBtn, &QPushButton::clicked, this, [this] { closeViewBtnClick(); });
 }

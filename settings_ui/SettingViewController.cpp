@@ -48,19 +48,27 @@ constexpr LabelCaption kLabels[] = {
     {&Ui::Main::timeTitleTextField, "时间设置"},
 };
 
+template <auto Member>
+QPushButton &buttonOf(const Ui::Main &ui) {
+    return *(ui.*Member);
+}
 struct ButtonCaption {
-    QPushButton *Ui::Main::*button;
+    QPushButton &(*button)(const Ui::Main &);
     const char *key;
 };
 constexpr ButtonCaption kButtons[] = {
-    {&Ui::Main::modeNormalBtn, "正常"},    {&Ui::Main::modePointBtn, "聚光"},
-    {&Ui::Main::modeLaserBtn, "数码激光"}, {&Ui::Main::modeZoomBtn, "放大镜"},
-    {&Ui::Main::timeSetBtn, "设置"},
+    {buttonOf<&Ui::Main::modeNormalBtn>, "正常"},    {buttonOf<&Ui::Main::modePointBtn>, "聚光"},
+    {buttonOf<&Ui::Main::modeLaserBtn>, "数码激光"}, {buttonOf<&Ui::Main::modeZoomBtn>, "放大镜"},
+    {buttonOf<&Ui::Main::timeSetBtn>, "设置"},
 };
 
 QString textFor(const char *key) {
     return LanguageSetting::getText(QString::fromUtf8(key)).value_or(QString());
 }
+
+constexpr auto kTwoPolls = std::chrono::milliseconds(200);
+
+constexpr int kBesidesTheLanguage = 60; // In points, of the list's button: its arrow and its margins.
 
 constexpr int kMessageWidth = 560; // In points, of the no-receiver message.
 
@@ -71,13 +79,13 @@ void enlargeText(QLabel &label, double factor) {
     label.setFont(font);
 }
 
-// Captions that stand in one column, with their controls beginning on one line.
-void alignColumn(std::initializer_list<QLabel *> captions) {
+// What stands in one column, with its neighbours beginning on one line.
+void alignColumn(std::initializer_list<QWidget *> column) {
     int widest = 0;
-    for (const QLabel *caption : captions)
-        widest = std::max(widest, caption->minimumWidth());
-    for (QLabel *caption : captions)
-        caption->setMinimumWidth(widest);
+    for (const QWidget *each : column)
+        widest = std::max({widest, each->minimumWidth(), each->sizeHint().width()});
+    for (QWidget *each : column)
+        each->setMinimumWidth(widest);
 }
 
 void makeColumnsEqual(QGridLayout &grid) {
@@ -113,11 +121,16 @@ void SettingViewController::initView() {
     m_view->setWindowTitle(QString());
     m_controls = std::make_unique<SettingControls>(
         *m_view, SettingOutlets::of(*m_ui), m_needs.config, SettingControls::AfterChoice::ReleaseWell,
-        SettingControls::Handlers{[this] { setTypeBtnState(); },
+        SettingControls::Handlers{[this] { setTypeBtnState(); }, [this] { m_ui->previewImageView->update(); },
                                   [this] { m_needs.center.post(NSWindowWillCloseNotification); }});
     m_controls->setViewColor();
     m_ui->noneDeciveBgView->setBackground(kWindowColor);
     m_ui->noneDeciveImageView->setImageName(QStringLiteral("receiver"));
+    for (PictureView *faint : {m_ui->backAlphaFaint, m_ui->frontAlphaFaint})
+        faint->setImageName(QStringLiteral("alphaFaint"));
+    for (PictureView *solid : {m_ui->backAlphaSolid, m_ui->frontAlphaSolid})
+        solid->setImageName(QStringLiteral("alphaSolid"));
+    m_ui->previewImageView->setConfig(m_needs.config);
 
     enlargeText(*m_ui->mainTitleTextField, 1.45);
     enlargeText(*m_ui->noneDeciveTitleTextField, 1.3);
@@ -147,6 +160,19 @@ void SettingViewController::initData() {
     observe(LOCAL_MOUSETYPESWITCH, &SettingViewController::mouseTypeSwitch);
     observe(LOCAL_DEVICECONNECT, &SettingViewController::deviceConnected);
     observe(LOCAL_DEVICEDISCONNECT, &SettingViewController::deviceDisconnected);
+    awaitReceiver();
+}
+
+// A receiver that is there tells so with every poll: the panel need not flash up first.
+void SettingViewController::awaitReceiver() {
+    m_needs.queue.post(kTwoPolls, m_lifetime.guard([this] {
+        if (!m_receiverHeardOf)
+            deviceDisconnected();
+    }));
+}
+
+void SettingViewController::focusMode() {
+    m_controls->modeInForce().setFocus(Qt::OtherFocusReason);
 }
 
 void SettingViewController::setTypeBtnState() {
@@ -158,7 +184,7 @@ void SettingViewController::setTypeBtnState() {
 // picture follow: the size keeps what it shows although the mode key resets the record's.
 void SettingViewController::mouseTypeSwitch() {
     if (const auto type = m_controls->showType())
-        m_ui->previewImageView->setImageName(QLatin1String(kPreviewImages.at(*type)));
+        m_ui->previewImageView->showEffect(QLatin1String(kPreviewImages.at(*type)), *type);
 }
 
 void SettingViewController::setLanguageBtnState() {
@@ -167,6 +193,11 @@ void SettingViewController::setLanguageBtnState() {
     m_ui->languageBtn->setItemDelegate(new QStyledItemDelegate(m_ui->languageBtn));
     for (const char *title : kAppendedLanguages)
         m_ui->languageBtn->addItem(QLatin1String(title));
+    int widest = 0;
+    for (int i = 0; i < m_ui->languageBtn->count(); ++i)
+        widest = std::max(widest,
+                          m_ui->languageBtn->fontMetrics().horizontalAdvance(m_ui->languageBtn->itemText(i)));
+    m_ui->languageBtn->setMinimumWidth(widest + kBesidesTheLanguage);
     const std::int64_t stored = LanguageSetting::storedIndex();
     const bool language = stored >= 0 && stored < m_ui->languageBtn->count();
     m_ui->languageBtn->setCurrentIndex(language ? static_cast<int>(stored) : -1);
@@ -185,7 +216,7 @@ void SettingViewController::setUILanguage() {
         for (const auto &[label, key] : kLabels)
             ((*m_ui).*label)->setText(textFor(key));
         for (const auto &[button, key] : kButtons)
-            ((*m_ui).*button)->setText(textFor(key));
+            button(*m_ui).setText(textFor(key));
     } catch (const std::out_of_range &error) {
         Log::line(error.what());
     }
@@ -201,6 +232,11 @@ void SettingViewController::nameControlsForScreenReaders() {
     const auto both = [](const QLabel *first, const QLabel *second) {
         return first->text() + QStringLiteral(", ") + second->text();
     };
+    m_view->window()->setAccessibleName(m_ui->mainTitleTextField->text());
+    m_ui->backColorWell->setCaption(m_ui->backColorTitleTextField->text());
+    m_ui->frontColorWell->setCaption(m_ui->frontColorTitleTextField->text());
+    name(m_ui->penModeTitleTextField->text(), {m_ui->penModeBgView});
+    name(m_ui->previewTitleTextField->text(), {m_ui->previewImageView});
     name(m_ui->languageTextField->text(), {m_ui->languageBtn});
     name(m_ui->mouseSizeTitleTextField->text(), {m_ui->mouseSizeSwitch, m_ui->mouseSizeNumber});
     name(m_ui->mouseZoomLevelTitleTextField->text(), {m_ui->mouseZoomSwitch, m_ui->mouseZoomNumber});
@@ -221,10 +257,12 @@ void SettingViewController::makeRoomForEveryLanguage() {
         if (std::find(alone.begin(), alone.end(), (*m_ui).*label) == alone.end())
             reserveWidth(*((*m_ui).*label), QString::fromUtf8(key));
     for (const auto &[button, key] : kButtons)
-        reserveWidth(*((*m_ui).*button), QString::fromUtf8(key));
+        reserveWidth(button(*m_ui), QString::fromUtf8(key));
     alignColumn(
         {m_ui->mouseSizeTitleTextField, m_ui->mouseZoomLevelTitleTextField, m_ui->timeTitleTextField});
     alignColumn({m_ui->backAlphaTitleTextField, m_ui->frontAlphaTitleTextField});
+    alignColumn({m_ui->mouseSizeNumber, m_ui->mouseZoomNumber});
+    alignColumn({m_ui->backAlphaNumber, m_ui->frontAlphaNumber});
     for (QLayout *layout : m_view->findChildren<QLayout *>())
         layout->invalidate(); // Hidden pages do not hear of their widgets' new sizes by themselves.
     makeColumnsEqual(*m_ui->contentLayout);
@@ -251,11 +289,21 @@ void SettingViewController::timeSetAction() {
 }
 
 void SettingViewController::deviceConnected() {
+    m_receiverHeardOf = true;
     m_ui->contentStack->setCurrentWidget(m_ui->contentView);
+    if (m_focusBelowPanel != nullptr && m_view->window()->focusWidget() == m_ui->languageBtn)
+        m_focusBelowPanel->setFocus(Qt::OtherFocusReason);
+    m_focusBelowPanel = nullptr;
 }
 
 void SettingViewController::deviceDisconnected() {
+    m_receiverHeardOf = true;
+    QWidget *focused = m_view->window()->focusWidget();
+    if (focused != nullptr && m_ui->contentView->isAncestorOf(focused))
+        m_focusBelowPanel = focused;
     m_ui->contentStack->setCurrentWidget(m_ui->noneDeciveBgView);
+    if (m_focusBelowPanel != nullptr)
+        m_ui->languageBtn->setFocus(Qt::OtherFocusReason);
 }
 
 void SettingViewController::willClose() {

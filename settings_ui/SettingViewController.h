@@ -3,11 +3,13 @@
 #include "core/Lifetime.h"
 #include "settings/ConfigManager.h"
 
+#include <QPointer>
+
 #include <cstdint>
 #include <functional>
 #include <memory>
 
-class QWidget;
+#include <QWidget>
 
 namespace Ui {
 class Main;
@@ -23,7 +25,7 @@ class SettingControls;
 // overlay takes the new values when it next reads them, since nothing here posts a refresh.
 //
 // Fresh at every opening. While it lives it follows the presenter's mode key and the receiver's presence; the
-// receiver counts as absent until the first post says otherwise.
+// receiver counts as present until a post says otherwise, or none has come within the time of two polls.
 class SettingViewController : public std::enable_shared_from_this<SettingViewController> {
 public:
     struct Needs {
@@ -42,6 +44,9 @@ public:
 
     // Owned by the controller: whoever places it elsewhere takes it out again first.
     QWidget &view() const { return *m_view; }
+
+    // The way in for the keyboard, once the view is in its window.
+    void focusMode();
 
     void viewWillAppear() {} // All was made ready when the layout was loaded.
 
@@ -65,6 +70,7 @@ private:
     void setUILanguage();
     void nameControlsForScreenReaders();
     void makeRoomForEveryLanguage();
+    void awaitReceiver();
 
     void timeStepperAction();
     void timeSetAction();
@@ -77,6 +83,8 @@ private:
     std::unique_ptr<Ui::Main> m_ui;
     std::unique_ptr<SettingControls> m_controls;
     std::unique_ptr<QWidget> m_view; // Goes before what its signals reach.
+    bool m_receiverHeardOf = false;
+    QPointer<QWidget> m_focusBelowPanel;
     Lifetime m_lifetime;
 };
 

@@ -3,14 +3,18 @@
 #include "core/NotificationCenter.h"
 #include "core/NotificationNames.h"
 
+#include <QApplication>
 #include <QCloseEvent>
 #include <QCursor>
-#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QPixmapCache>
 #include <QScreen>
+#include <QScrollArea>
+#include <QShortcut>
+#include <QStyle>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <utility>
 
 namespace companion {
@@ -18,6 +22,11 @@ namespace {
 
 // The window has no title text. Given none at all, the toolkit would put the program's name there.
 constexpr QLatin1String kNoTitle(" ");
+
+// Of a window's frame, more or less: what the window manager puts around it is not known before.
+constexpr QSize kFrame(8, 36);
+// Between two windows that are open at the same time, in points.
+constexpr int kCascade = 32;
 
 // Centred, but never with its title bar outside of the screen.
 QPoint centred(QSize window, QRect screen) {
@@ -32,19 +41,46 @@ public:
     SettingWindow(std::shared_ptr<SettingViewController> content, SettingWindowController &controller)
         : m_content(std::move(content)),
           m_controller(&controller) {
-        auto *layout = new QVBoxLayout(this); // NOLINT(cppcoreguidelines-owning-memory): Qt's.
+        // NOLINTBEGIN(cppcoreguidelines-owning-memory): Qt's.
+        auto *layout = new QVBoxLayout(this);
+        m_scroll = new QScrollArea(this);
         layout->setContentsMargins(0, 0, 0, 0);
-        layout->setSizeConstraint(QLayout::SetFixedSize);
-        layout->addWidget(&m_content->view());
+        layout->addWidget(m_scroll);
+        m_scroll->setFrameShape(QFrame::NoFrame);
+        m_scroll->setFocusPolicy(Qt::NoFocus);
+        m_scroll->setWidgetResizable(true);
+        QWidget &view = m_content->view();
+        view.setMinimumSize(view.sizeHint());
+        setAccessibleName(view.accessibleName());
+        m_scroll->setWidget(&view);
+        m_content->focusMode();
+        // As a shortcut: a list takes whatever has a text for a search.
+        auto *close = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_W), this);
+        // NOLINTEND(cppcoreguidelines-owning-memory)
+        connect(close, &QShortcut::activated, this, &QWidget::close);
+        // Later, since the toolkit then scrolls to where the text cursor is, and to no more.
+        connect(
+            qApp, &QApplication::focusChanged, this, [this] { scrollToFocus(); }, Qt::QueuedConnection);
     }
 
     ~SettingWindow() override {
-        m_content->view().setParent(nullptr); // The content's own; it may live on.
-        QPixmapCache::clear(); // Qt caches a style sheet's pictures anew for each window, up to megabytes.
+        m_scroll->takeWidget(); // The content's own; it may live on.
+        QPixmapCache::clear();  // Qt caches a style sheet's pictures anew for each window, up to megabytes.
+    }
+
+    // As large as the content, or as the room on the screen; what does not fit is scrolled to.
+    void fit(QSize room) {
+        QSize size = m_content->view().minimumSize();
+        const int bar = style()->pixelMetric(QStyle::PM_ScrollBarExtent, nullptr, this);
+        if (size.height() > room.height())
+            size.rwidth() += bar;
+        if (size.width() > room.width())
+            size.rheight() += bar;
+        setFixedSize(size.boundedTo(room));
     }
 
     SettingViewController &content() const { return *m_content; }
-    bool isResizable() const { return layout()->sizeConstraint() != QLayout::SetFixedSize; }
+    bool isResizable() const { return minimumSize() != maximumSize(); }
 
     void letGo() {
         m_controller = nullptr;
@@ -67,8 +103,19 @@ protected:
     }
 
 private:
+    void scrollToFocus() {
+        const QWidget *focused = focusWidget();
+        if (focused == nullptr || !m_content->view().isAncestorOf(focused))
+            return;
+        constexpr int kMargin = 8;
+        const QRect place(focused->mapTo(&m_content->view(), QPoint()), focused->size());
+        m_scroll->ensureVisible(place.center().x(), place.center().y(), place.width() / 2 + kMargin,
+                                place.height() / 2 + kMargin);
+    }
+
     std::shared_ptr<SettingViewController> m_content;
     SettingWindowController *m_controller;
+    QScrollArea *m_scroll = nullptr;
 };
 
 void SettingWindowController::DeleteLater::operator()(SettingWindow *window) const {
@@ -118,11 +165,16 @@ void SettingWindowController::windowDidLoad() {
     m_window->setWindowTitle(kNoTitle);
     m_window->setAttribute(Qt::WA_QuitOnClose, false); // The program goes on without a window.
 
-    const QScreen *screen = QGuiApplication::screenAt(QCursor::pos());
+    const QScreen *screen = QApplication::screenAt(QCursor::pos());
     if (screen == nullptr)
-        screen = QGuiApplication::primaryScreen();
-    m_window->adjustSize();
-    m_window->move(centred(m_window->size(), screen->availableGeometry()));
+        screen = QApplication::primaryScreen();
+    m_window->fit(screen->availableGeometry().size() - kFrame);
+    const auto open = QApplication::topLevelWidgets();
+    const auto others = std::count_if(open.begin(), open.end(), [](const QWidget *each) {
+        return each->isVisible() && dynamic_cast<const SettingWindow *>(each) != nullptr;
+    });
+    const QPoint aside(static_cast<int>(others) * kCascade, static_cast<int>(others) * kCascade);
+    m_window->move(centred(m_window->size(), screen->availableGeometry()) + aside);
 }
 
 void SettingWindowController::dismiss() {

@@ -12,22 +12,19 @@
 namespace companion::rig {
 
 // Where a control of the settings window can be clicked, in points from the top left of the window's content,
-// and how many presses of Tab lead to it in a fresh window.
+// and how many presses of Tab lead to it from the modes, where the keyboard starts.
 struct Control {
     QPoint at;
     int tabs;
 };
 
 namespace control {
-inline constexpr Control kLanguage{{713, 29}, 0};
-inline constexpr Control kModes[] = {{{115, 120}, 1}, {{297, 120}, 2}, {{115, 216}, 3}, {{297, 216}, 4}};
-inline constexpr Control kSizeSlider{{234, 309}, 5}, kSizeNumber{{357, 309}, 6};
-inline constexpr Control kZoomSlider{{234, 372}, 7}, kZoomNumber{{357, 372}, 8};
-inline constexpr Control kMoreTime{{251, 434}, 9}, kSetTime{{333, 434}, 10};
-inline constexpr Control kBackColor{{744, 307}, 11}, kBackAlphaSlider{{619, 343}, 12},
-    kBackAlphaNumber{{749, 343}, 13};
-inline constexpr Control kFrontColor{{744, 401}, 14}, kFrontAlphaSlider{{619, 437}, 15},
-    kFrontAlphaNumber{{749, 437}, 16};
+inline constexpr Control kModes[] = {{{122, 120}, 0}, {{319, 120}, 0}, {{122, 216}, 0}, {{319, 216}, 0}};
+inline constexpr Control kSizeSlider{{247, 309}, 1}, kZoomSlider{{247, 372}, 2};
+inline constexpr Control kMoreTime{{283, 434}, 3}, kSetTime{{363, 434}, 4};
+inline constexpr Control kBackColor{{803, 307}, 5}, kBackAlphaSlider{{662, 343}, 6};
+inline constexpr Control kFrontColor{{803, 401}, 7}, kFrontAlphaSlider{{662, 437}, 8};
+inline constexpr Control kLanguage{{786, 29}, 9};
 } // namespace control
 
 inline constexpr QRgb kSettingsColour = qRgb(191, 190, 165);

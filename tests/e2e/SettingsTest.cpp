@@ -34,7 +34,7 @@ TEST(SettingsWindow, OpensInTheMiddleWithTheKeyboardAndFreshEachTime) {
     const QPoint off = desk.areaOf(desk.frameOf(window)).center() - desk.desktop.centre();
     EXPECT_LE(std::max(std::abs(off.x()), std::abs(off.y())), 16);
     EXPECT_EQ(desk.desktop.connection().property(window, "_NET_WM_NAME"), " ") << "no text in its title bar";
-    desk.tab(2);
+    desk.hand.tapKey(kKeyRight); // From the mode that is on.
     desk.hand.tapKey(kKeySpace);
     desk.expectStored("LOCAL_MOUSETYPE", "1");
 
@@ -48,7 +48,7 @@ TEST(SettingsWindow, OpensInTheMiddleWithTheKeyboardAndFreshEachTime) {
     desk.companion.effectOff();
 
     desk.open();
-    desk.tab(1); // From the first control again.
+    desk.hand.tapKey(kKeyLeft);
     desk.hand.tapKey(kKeySpace);
     desk.expectStored("LOCAL_MOUSETYPE", "0");
     desk.hand.tapKey(kKeyEscape);

@@ -1,4 +1,4 @@
-#include "settings_ui/PictureView.h"
+#include "settings_ui/EffectPreview.h"
 #include "settings_ui/SettingView.h"
 #include "support/OwnMemory.h"
 #include "support/SettingsFixture.h"
@@ -9,8 +9,10 @@
 #include <QColorDialog>
 #include <QComboBox>
 #include <QLabel>
+#include <QSlider>
 #include <QSpinBox>
 #include <QTest>
+#include <QWheelEvent>
 
 namespace companion {
 namespace {
@@ -31,7 +33,11 @@ protected:
             on += find<QAbstractButton>(name).isChecked() ? '1' : '0';
         return on;
     }
-    std::string picture() const { return find<PictureView>("previewImageView").imageName().toStdString(); }
+    std::string focused() const {
+        const QWidget *widget = controller->window()->focusWidget();
+        return widget == nullptr ? "" : widget->objectName().toStdString();
+    }
+    std::string picture() const { return find<EffectPreview>("previewImageView").imageName().toStdString(); }
 };
 
 TEST_F(SettingWindowTest, ThePresentersModeKeyMovesButtonAndPictureAndSavesNothing) {
@@ -91,6 +97,118 @@ TEST_F(SettingWindowTest, ValuesThatNoControlCanShowAreShownAsTheNearestAndSaved
     }
 }
 
+TEST_F(SettingWindowTest, TheKeyboardStartsAtTheModeThatIsOnAndTheModesAreOneGroup) {
+    config.setType(kEffectLaser);
+    open();
+    const struct {
+        Qt::Key key;
+        const char *focused;
+        const char *on;
+    } steps[] = {{Qt::Key_Right, "modeZoomBtn", "0010"},   {Qt::Key_Up, "modePointBtn", "0010"},
+                 {Qt::Key_Return, "modePointBtn", "0100"}, {Qt::Key_Up, "modePointBtn", "0100"},
+                 {Qt::Key_Left, "modeNormalBtn", "0100"},  {Qt::Key_Space, "modeNormalBtn", "1000"},
+                 {Qt::Key_Tab, "mouseSizeSwitch", "1000"}, {Qt::Key_Backtab, "modeNormalBtn", "1000"},
+                 {Qt::Key_Backtab, "languageBtn", "1000"}};
+    EXPECT_EQ(focused(), "modeLaserBtn");
+    for (const auto &[pressed, name, on] : steps) {
+        QTest::keyClick(controller->window()->focusWidget(), pressed);
+        EXPECT_EQ(focused(), name);
+        EXPECT_EQ(modesOn(), on);
+    }
+    config.setType(7);
+    reopen();
+    EXPECT_EQ(focused(), "modeNormalBtn");
+    EXPECT_EQ(modesOn(), "0000");
+}
+
+TEST_F(SettingWindowTest, ASliderAndItsNumberAreOneControlWithItsUnit) {
+    open();
+    const struct {
+        const char *slider, *number;
+        const char *typed;
+        const char *shown;
+        const char *key;
+        const char *stored;
+    } cases[] = {{"mouseSizeSwitch", "mouseSizeNumber", "77", "77 pt", "LOCAL_MOUSESIZEVALUE", "77"},
+                 {"mouseZoomSwitch", "mouseZoomNumber", "3", "3×", "LOCAL_MOUSEROOMVALUE", "30"},
+                 {"mouseZoomSwitch", "mouseZoomNumber", "19", "1× +9", "LOCAL_MOUSEROOMVALUE", "19"},
+                 {"mouseZoomSwitch", "mouseZoomNumber", "2x+5", "2× +5", "LOCAL_MOUSEROOMVALUE", "25"},
+                 {"mouseZoomSwitch", "mouseZoomNumber", "10", "10×", "LOCAL_MOUSEROOMVALUE", "100"},
+                 {"backAlphaSwitch", "backAlphaNumber", "50", "50 %", "LOCAL_BACKALPHA", "0.5"}};
+    for (const auto &[slider, number, typed, shown, storedAs, stored] : cases) {
+        find(slider).setFocus();
+        for (const char *c = typed; *c != 0; ++c)
+            QTest::keyClick(controller->window()->focusWidget(), *c);
+        EXPECT_EQ(focused(), number);
+        QTest::keyClick(controller->window()->focusWidget(), Qt::Key_Return);
+        EXPECT_EQ(focused(), slider);
+        EXPECT_EQ(find<QSpinBox>(number).text().toStdString(), shown);
+        EXPECT_EQ(onDisk(storedAs), stored);
+    }
+}
+
+TEST_F(SettingWindowTest, TheWheelChangesOnlyWhatHasTheKeyboardAndEscapeClosesFromEverywhere) {
+    open();
+    const auto wheel = [&](QWidget &over) {
+        const QPointF at = QRectF(over.rect()).center();
+        QWheelEvent event(at, over.mapToGlobal(at), {}, {0, 120}, Qt::NoButton, Qt::NoModifier,
+                          Qt::NoScrollPhase, false);
+        QApplication::sendEvent(&over, &event);
+    };
+    const QByteArray before = fileContent();
+    const char *const controls[] = {"languageBtn",     "mouseSizeSwitch", "mouseSizeNumber",
+                                    "mouseZoomSwitch", "mouseZoomNumber", "timeStepper",
+                                    "backAlphaSwitch", "frontAlphaNumber"};
+    for (const char *name : controls)
+        wheel(find(name));
+    EXPECT_EQ(fileContent(), before);
+    find("mouseSizeSwitch").setFocus();
+    wheel(find("mouseSizeSwitch"));
+    EXPECT_NE(fileContent(), before);
+    for (const char *name : controls) {
+        for (const QKeyCombination close : {QKeyCombination(Qt::Key_Escape), Qt::CTRL | Qt::Key_W}) {
+            find(name).setFocus();
+            QTest::keyClick(&find(name), close.key(), close.keyboardModifiers());
+            EXPECT_FALSE(controller->isPresented()) << name;
+            open();
+        }
+    }
+}
+
+TEST_F(SettingWindowTest, ThePanelDoesNotFlashBeforeTheFirstPollAndGivesTheKeyboardBack) {
+    const auto asksForReceiver = [this] { return find("noneDeciveTitleTextField").isVisible(); };
+    controller->show();
+    settle();
+    queue.advance(std::chrono::milliseconds(199));
+    EXPECT_FALSE(asksForReceiver());
+    center.post(LOCAL_DEVICECONNECT);
+    queue.advance(std::chrono::milliseconds(1000));
+    EXPECT_FALSE(asksForReceiver());
+
+    controller->dismiss();
+    controller->show();
+    queue.advance(std::chrono::milliseconds(200));
+    EXPECT_TRUE(asksForReceiver());
+    EXPECT_TRUE(find("languageBtn").isVisible());
+    center.post(LOCAL_DEVICECONNECT);
+    EXPECT_FALSE(asksForReceiver());
+    EXPECT_EQ(focused(), "modeNormalBtn");
+}
+
+TEST_F(SettingWindowTest, ASecondWindowStandsAsideAndAColourDialogSaysWhichColourItIs) {
+    store.setValue(QStringLiteral("SYSTEM_LANGUAGEINDEX"), QStringLiteral("1"));
+    open();
+    const auto second = makeController();
+    second->show();
+    const QPoint aside = second->window()->pos() - controller->window()->pos();
+    EXPECT_GT(std::min(aside.x(), aside.y()), 0);
+    second->dismiss();
+    click("frontColorWell");
+    const auto *dialog = controller->window()->findChild<QColorDialog *>();
+    ASSERT_NE(dialog, nullptr);
+    EXPECT_EQ(dialog->windowTitle().toStdString(), "Foreground color");
+}
+
 TEST_F(SettingWindowTest, TheTimersButtonRestsForHalfASecondAndKeepsTheKeyboard) {
     using namespace std::chrono_literals;
     open();
@@ -105,6 +223,11 @@ TEST_F(SettingWindowTest, TheTimersButtonRestsForHalfASecondAndKeepsTheKeyboard)
     EXPECT_TRUE(button.isEnabled());
     EXPECT_TRUE(button.hasFocus());
     EXPECT_EQ(sent, std::vector{30}) << "once";
+    auto &stepper = find<QSpinBox>("timeStepper");
+    stepper.setValue(9999); // A report has one byte for the minutes.
+    EXPECT_EQ(find<QLabel>("timeCountTextField").text(), QStringLiteral("255"));
+    stepper.setValue(-5);
+    EXPECT_EQ(find<QLabel>("timeCountTextField").text(), QStringLiteral("1"));
 }
 
 TEST_F(SettingWindowTest, ALanguageRelabelsEveryCaptionAtOnce) {
@@ -116,7 +239,8 @@ TEST_F(SettingWindowTest, ALanguageRelabelsEveryCaptionAtOnce) {
             if (qobject_cast<const QLabel *>(widget) || qobject_cast<const QAbstractButton *>(widget))
                 shown << widget->property("text").toString();
         shown.removeAll(QString());
-        shown.removeAll(QStringLiteral("30")); // Minutes.
+        shown.removeAll(QStringLiteral("30"));
+        shown.removeAll(QStringLiteral("min"));
         QStringList texts = LanguageSetting::loadStringsDicWithArrayIndex().values();
         texts << LanguageSetting::getText(QStringLiteral("透明度")).value(); // For both colours.
         shown.sort();

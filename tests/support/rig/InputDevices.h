@@ -25,6 +25,7 @@ enum Key : std::uint8_t {
     kKeyHome = 110,
     kKeyUp = 111,
     kKeyPageUp = 112,
+    kKeyLeft = 113,
     kKeyRight = 114,
     kKeyEnd = 115,
     kKeyDown = 116,
