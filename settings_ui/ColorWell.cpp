@@ -28,6 +28,7 @@ ColorWell::~ColorWell() {
 
 void ColorWell::setColor(const std::optional<Color> &color) {
     m_color = color;
+    setAccessibleDescription(color ? toQColor(*color).name() : QString());
     update();
 }
 

@@ -182,7 +182,7 @@ std::optional<EffectType> SettingControls::showType() {
     return type < kEffectTypeCount ? std::optional(static_cast<EffectType>(type)) : std::nullopt;
 }
 
-QWidget &SettingControls::modeInForce() const {
+ModeButton &SettingControls::modeInForce() const {
     for (ModeButton *mode : m_outlets.modes)
         if (mode->isChecked())
             return *mode;

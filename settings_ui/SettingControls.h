@@ -104,7 +104,7 @@ public:
     std::optional<EffectType> showType();
 
     // The button of the type that is shown, the first one without any: the keyboard's way into the modes.
-    QWidget &modeInForce() const;
+    ModeButton &modeInForce() const;
 
     // They belong to the view and close with it.
     void closeDialogs();

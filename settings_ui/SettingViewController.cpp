@@ -185,6 +185,13 @@ void SettingViewController::setTypeBtnState() {
 void SettingViewController::mouseTypeSwitch() {
     if (const auto type = m_controls->showType())
         m_ui->previewImageView->showEffect(QLatin1String(kPreviewImages.at(*type)), *type);
+    describePreview();
+}
+
+// For who does not see it.
+void SettingViewController::describePreview() {
+    const ModeButton &mode = m_controls->modeInForce();
+    m_ui->previewImageView->setAccessibleDescription(mode.isChecked() ? mode.text() : QString());
 }
 
 void SettingViewController::setLanguageBtnState() {
@@ -237,6 +244,7 @@ void SettingViewController::nameControlsForScreenReaders() {
     m_ui->frontColorWell->setCaption(m_ui->frontColorTitleTextField->text());
     name(m_ui->penModeTitleTextField->text(), {m_ui->penModeBgView});
     name(m_ui->previewTitleTextField->text(), {m_ui->previewImageView});
+    describePreview();
     name(m_ui->languageTextField->text(), {m_ui->languageBtn});
     name(m_ui->mouseSizeTitleTextField->text(), {m_ui->mouseSizeSwitch, m_ui->mouseSizeNumber});
     name(m_ui->mouseZoomLevelTitleTextField->text(), {m_ui->mouseZoomSwitch, m_ui->mouseZoomNumber});

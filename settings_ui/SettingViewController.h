@@ -69,6 +69,7 @@ private:
     void languageBtnClick();
     void setUILanguage();
     void nameControlsForScreenReaders();
+    void describePreview();
     void makeRoomForEveryLanguage();
     void awaitReceiver();
 

@@ -6,6 +6,7 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QColorDialog>
 #include <QComboBox>
 #include <QImage>
 #include <QLabel>
@@ -183,6 +184,10 @@ TEST_F(SettingLookTest, ColoursAreTheWindowsOwnUnderADarkDesktopToo) {
     QApplication::setPalette(dark);
     open();
     EXPECT_EQ(find("Main").grab().toImage(), light);
+    QTest::mouseClick(&find("backColorWell"), Qt::LeftButton); // What is the toolkit's follows the desktop.
+    auto *dialog = controller->window()->findChild<QColorDialog *>();
+    ASSERT_NE(dialog, nullptr);
+    EXPECT_EQ(dialog->grab().toImage().pixel(2, 2), QColor(20, 20, 20).rgb());
     QApplication::setPalette(desktop);
 }
 
