@@ -60,7 +60,6 @@ xcb_window_t SettingsDesk::open() {
         return std::find(before.begin(), before.end(), m_opened) == before.end() &&
                std::find(now.begin(), now.end(), m_opened) != now.end();
     });
-    // The panel that asks for the receiver goes at the next poll.
     const QPoint button = placeOf(control::kSetTime) - QPoint(40, 0);
     screen.waitForPixel(button, kButton);
     return m_opened;
