@@ -1,4 +1,5 @@
 // The icon in trays of both kinds that are there, come late, or come back.
+#include "e2e/SessionBus.h"
 #include "e2e/SettingsDesk.h"
 
 #include <gtest/gtest.h>
@@ -13,36 +14,10 @@ constexpr auto kNoTray = "no tray shows status icons so far: \"presenter-compani
 
 constexpr auto kIcon = "item "; // As the panel reports one.
 
-// A session bus of its own for one desktop.
-class Bus {
-public:
-    explicit Bus(const Desktop &desktop)
-        : m_desktop(desktop),
-          m_address("unix:path=" + desktop.file("the%20bus")), // A blank, escaped.
-          m_daemon({"dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address",
-                    "--address=" + m_address},
-                   desktop.environment()) {
-        waitUntil("a session bus", [this] { return !m_daemon.out().empty(); });
-    }
-    // The desktop's, with this bus.
-    Environment environment() const {
-        Environment all = m_desktop.environment();
-        all["DBUS_SESSION_BUS_ADDRESS"] = m_address;
-        return all;
-    }
-
-    void stop() { m_daemon.signal(SIGSTOP); }
-
-private:
-    const Desktop &m_desktop;
-    std::string m_address;
-    ChildProcess m_daemon;
-};
-
 // A panel with a StatusNotifier tray, as programs see it. Ready when the constructor returns.
 class Panel {
 public:
-    Panel(const Bus &bus, Command options = {"--host"})
+    Panel(const SessionBus &bus, Command options = {"--host"})
         : m_process((options.insert(options.begin(), COMPANION_STATUS_NOTIFIER_HOST), options),
                     bus.environment(), true) {
         waitFor("ready");
@@ -59,7 +34,7 @@ private:
 
 TEST(StatusNotifierTray, GetsTheIconHoweverLateItsWatcherAndThenItsHostComeAndAfterARestart) {
     const Desktop desktop({.size = {1024, 768}, .compositor = false});
-    const Bus bus(desktop);
+    const SessionBus bus(desktop);
     CompanionProcess companion(
         desktop, CompanionProcess::Options{.settings = kEnglish, .environment = bus.environment()});
     companion.waitForLog(kNoTray);
@@ -77,7 +52,7 @@ TEST(StatusNotifierTray, GetsTheIconHoweverLateItsWatcherAndThenItsHostComeAndAf
 
 TEST(StoppedSessionBus, KeepsNobodyWaitingNeitherLaterNorAtTheStart) {
     const Desktop desktop({.size = {1024, 768}, .compositor = false});
-    Bus bus(desktop);
+    SessionBus bus(desktop);
     const CompanionProcess::Options options{.settings = kEnglish, .environment = bus.environment()};
     {
         const Panel panel(bus);
