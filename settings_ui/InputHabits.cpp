@@ -59,6 +59,8 @@ InputHabits::InputHabits(QWidget &root) {
 }
 
 void InputHabits::join(QSlider &slider, QSpinBox &number) {
+    number.setProperty("a11yRole", "partOf");
+    slider.setProperty("a11yUnit", number.suffix().trimmed());
     new Joint(slider, number); // NOLINT(cppcoreguidelines-owning-memory): the slider's.
 }
 

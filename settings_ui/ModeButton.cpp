@@ -39,6 +39,7 @@ QPoint directionOf(int key) {
 } // namespace
 
 ModeButton::ModeButton(QWidget *parent) : QPushButton(parent) {
+    setProperty("a11yRole", "radio");
     setIconSize({kGlyph, kGlyph});
 }
 

@@ -60,6 +60,8 @@ SettingControls::SettingControls(QWidget &root, SettingOutlets outlets, ConfigMa
     bind(*m_outlets.modes[kEffectZoom], &SettingControls::typeZoomBtnClick);
     bind(m_outlets.mouseSize, &SettingControls::mouseSizeSwitchValueChanged);
     bind(m_outlets.mouseZoom, &SettingControls::mouseZoomSwitchValueChanged);
+    m_outlets.mouseZoom.slider->setProperty("a11yUnit", QStringLiteral("×"));
+    m_outlets.mouseZoom.slider->setProperty("a11yStepsPerUnit", 10); // It counts tenths.
     bind(m_outlets.mouseSpeed, &SettingControls::mouseSpeedSwitchValueChanged);
     bind(m_outlets.backAlpha, &SettingControls::backAlphaSwitchValueChanged);
     bind(m_outlets.frontAlpha, &SettingControls::frontAlphaSwitchValueChanged);

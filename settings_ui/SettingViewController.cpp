@@ -4,6 +4,7 @@
 #include "core/MainQueue.h"
 #include "core/NotificationCenter.h"
 #include "core/NotificationNames.h"
+#include "settings_ui/Accessibility.h"
 #include "settings_ui/SettingControls.h"
 #include "settings_ui/SettingLook.h"
 #include "settings_ui/languages/LanguageSetting.h"
@@ -106,6 +107,7 @@ SettingViewController::SettingViewController(const Needs &needs)
     : m_needs(needs),
       m_ui(std::make_unique<Ui::Main>()),
       m_view(std::make_unique<QWidget>()) {
+    describeForScreenReaders();
     m_ui->setupUi(m_view.get());
     viewDidLoad();
 }
@@ -245,6 +247,7 @@ void SettingViewController::nameControlsForScreenReaders() {
     name(m_ui->penModeTitleTextField->text(), {m_ui->penModeBgView});
     name(m_ui->previewTitleTextField->text(), {m_ui->previewImageView});
     describePreview();
+    name(m_ui->noneDeciveTitleTextField->text(), {m_ui->noneDeciveBgView});
     name(m_ui->languageTextField->text(), {m_ui->languageBtn});
     name(m_ui->mouseSizeTitleTextField->text(), {m_ui->mouseSizeSwitch, m_ui->mouseSizeNumber});
     name(m_ui->mouseZoomLevelTitleTextField->text(), {m_ui->mouseZoomSwitch, m_ui->mouseZoomNumber});

@@ -41,6 +41,7 @@ public:
     SettingWindow(std::shared_ptr<SettingViewController> content, SettingWindowController &controller)
         : m_content(std::move(content)),
           m_controller(&controller) {
+        setProperty("a11yRole", "dialog");
         // NOLINTBEGIN(cppcoreguidelines-owning-memory): Qt's.
         auto *layout = new QVBoxLayout(this);
         m_scroll = new QScrollArea(this);

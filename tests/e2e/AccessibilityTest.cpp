@@ -62,19 +62,19 @@ TEST_F(AccessibilityTest, EachControlIsHeardOnceWithItsNameAndValueAndTheMessage
     EXPECT_EQ(node(R"(panel "Modus")"),
               (std::vector<std::string>{R"(panel "Modus")", R"(label "Modus")", R"(radio button "Normal")",
                                         R"(radio button "Spotlight")",
-                                        R"(radio button "Digital Pointer" [checked])",
+                                        R"(radio button "Digital Pointer" [checked] [focused])",
                                         R"(radio button "Magnifier")"}));
     for (const char *each : {
              R"(dialog "Presenter setting")",
-             R"(combo box "English" of "language" [focused])",
-             R"(graphic "Preview effect")",
-             R"(slider "Spot size" (px) = 50 (50 to 250))",
+             R"(combo box "English" of "language")",
+             R"(graphic "Preview effect" (Digital Pointer))",
+             R"(slider "Spot size" (pt) = 50 (50 to 250))",
              R"(slider "Magnification" (×) = 5 (0 to 10))",
              R"(slider "Background color, Transparent" (%) = 20 (0 to 100))",
              R"(slider "Foreground color, Transparent" (%) = 80 (0 to 100))",
              R"(push button "Background color" (#000000))",
              R"(push button "Foreground color" (#ff0000))",
-             R"(spin box "Time set min" = 30 (0 to 300))",
+             R"(spin box "Time set min" = 30 (1 to 255))",
          })
         EXPECT_FALSE(node(each).empty()) << each;
     for (const char *numberBesideSlider :
