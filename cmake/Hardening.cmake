@@ -15,5 +15,6 @@ add_compile_options($<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOU
 add_link_options(-Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
 
 # Only what is used goes into the program.
-add_compile_options(-ffunction-sections -fdata-sections -fvisibility=hidden -fvisibility-inlines-hidden)
+add_compile_options(-ffunction-sections -fdata-sections -fvisibility=hidden
+  $<$<COMPILE_LANGUAGE:CXX>:-fvisibility-inlines-hidden>)
 add_link_options(-Wl,--gc-sections -Wl,--as-needed)
