@@ -11,5 +11,7 @@ endfunction()
 function(companion_udev_rule file vendor_id product_id)
   companion_kernel_number(vendor "${vendor_id}")
   companion_kernel_number(product "${product_id}")
+  string(TOLOWER "${vendor}" vendor_lower) # As in sysfs.
+  string(TOLOWER "${product}" product_lower)
   configure_file(${CMAKE_CURRENT_FUNCTION_LIST_DIR}/70-presenter-companion.rules.in "${file}" @ONLY)
 endfunction()

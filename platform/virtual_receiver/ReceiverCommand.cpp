@@ -1,5 +1,7 @@
 #include "platform/virtual_receiver/ReceiverCommand.h"
 
+#include "platform/ports/InputMonitor.h"
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -86,6 +88,21 @@ bool readCountAndTime(Words words, ReceiverCommand &command, std::string &error)
            readTime<kHour>(words.subspan(1), command, error);
 }
 
+bool readKey(Words words, ReceiverCommand &command, std::string &error) {
+    static constexpr std::pair<std::string_view, int> kKeys[] = {{"page-up", kVirtualKeyPageUp},
+                                                                 {"page-down", kVirtualKeyPageDown},
+                                                                 {"b", kVirtualKeyB},
+                                                                 {"f5", kVirtualKeyF5}};
+    for (const auto &[name, code] : kKeys) {
+        if (words.front() == name) {
+            command.keyCode = code;
+            return true;
+        }
+    }
+    error = quoted(words.front()) + " is no slide key: write page-up, page-down, b or f5";
+    return false;
+}
+
 bool readMode(Words words, ReceiverCommand &command, std::string &error) {
     using Mode = VirtualReceiver::Mode;
     static constexpr std::pair<std::string_view, Mode> kModes[] = {
@@ -112,6 +129,7 @@ constexpr Row kRows[] = {
     {"plug", Verb::Plug, 0, 0, "plug", readNothing},
     {"unplug", Verb::Unplug, 0, 0, "unplug", readNothing},
     {"replug", Verb::Replug, 0, 1, "replug [MS]", readTime<kHour>},
+    {"key", Verb::Key, 1, 1, "key page-up|page-down|b|f5", readKey},
     {"mode", Verb::Mode, 1, 1, "mode ok|stall|short", readMode},
     {"delay", Verb::Delay, 1, 1, "delay MS", readTime<kMinute>}, // It stops everything: not for long.
     {"wait", Verb::Wait, 1, 1, "wait MS", readTime<kHour>},

@@ -17,6 +17,7 @@ namespace companion {
 //   once B…           codes for one answered poll each, in order, before the standing event
 //   plug, unplug      puts it in, pulls it out
 //   replug [MS]       pulls it out now, puts it in again after MS milliseconds (0)
+//   key page-up|page-down|b|f5   presses that slide key and lets it go
 //   mode ok|stall|short   stall: reads and writes fail without a removal; short: answers end after byte 1
 //   delay MS          every poll blocks for so long
 //   wait MS           replies after MS milliseconds
@@ -24,11 +25,12 @@ namespace companion {
 //   sets              replies with the feature reports written so far (the last 256), hex
 //   counts            replies with opens, refused opens, closes, reads and writes so far
 struct ReceiverCommand {
-    enum class Verb { Event, Once, Plug, Unplug, Replug, Mode, Delay, Wait, WaitGet, Sets, Counts };
+    enum class Verb { Event, Once, Plug, Unplug, Replug, Key, Mode, Delay, Wait, WaitGet, Sets, Counts };
 
     Verb verb = Verb::Counts;
     VirtualReceiver::Bytes bytes;                       // event, once
     VirtualReceiver::Mode mode{};                       // mode
+    int keyCode = 0;                                    // key
     std::uint32_t count = 0;                            // wait-get
     std::optional<std::chrono::milliseconds> time = {}; // replug, delay, wait, wait-get
 };

@@ -108,6 +108,9 @@ std::string ReceiverCommands::reply(const ReceiverCommand &command) {
     case Verb::Replug:
         m_receiver.replug(time);
         break;
+    case Verb::Key:
+        m_receiver.pressSlideKey(command.keyCode);
+        break;
     case Verb::Mode:
         m_receiver.setMode(command.mode);
         break;

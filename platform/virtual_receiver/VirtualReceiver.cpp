@@ -55,6 +55,11 @@ void VirtualReceiver::replug(std::chrono::milliseconds after) {
     }));
 }
 
+void VirtualReceiver::pressSlideKey(int keyCode) {
+    if (m_plugged && m_slideKey)
+        m_slideKey(keyCode);
+}
+
 void VirtualReceiver::addAnswerObserver(const Lifetime &observer, std::function<void()> call) {
     std::erase_if(m_observers, [](const Observer &each) { return each.alive.expired(); });
     m_observers.push_back({observer.watch(), std::move(call)});

@@ -64,6 +64,10 @@ public:
     std::uint64_t answeredReads() const { return m_answered; }
     const std::deque<Bytes> &written() const { return m_written; } // The last kKeptReports that it took.
 
+    // Presses and lets go a slide key, a virtual key code of InputMonitor.h. Nothing while it is unplugged.
+    void pressSlideKey(int keyCode);
+    void onSlideKey(std::function<void(int keyCode)> listener) { m_slideKey = std::move(listener); }
+
     // Runs inside each answered read.
     void addAnswerObserver(const Lifetime &observer, std::function<void()> call);
 
@@ -93,6 +97,7 @@ private:
     std::uint64_t m_answered = 0;
     std::deque<Bytes> m_written;
     std::vector<Observer> m_observers;
+    std::function<void(int)> m_slideKey;
     Lifetime m_life;
 };
 

@@ -115,9 +115,12 @@ TEST(Package, InstalledProgramShowsAnEffect) {
 }
 
 // The rule's text, made for identifiers with letters; only udev itself could show that it gives the rights.
-TEST(UdevRule, TagsTheReceiversNodesByTheKernelsUpperCaseNamesBeforeTheRightsAreGiven) {
+TEST(UdevRule, TagsTheReceiversNodesInTheKernelsLettersBeforeTheRightsAreGiven) {
     EXPECT_EQ(outputOf({"grep", "-v", "^#", COMPANION_RULE_WITH_LETTERS}),
               R"(ACTION!="remove", SUBSYSTEM=="hidraw", KERNELS=="0003:0ABC:DEF0.*", TAG+="uaccess")"
+              "\n"
+              R"(ACTION!="remove", SUBSYSTEM=="input", KERNEL=="event*", ATTRS{idVendor}=="0abc", )"
+              R"(ATTRS{idProduct}=="def0", TAG+="uaccess")"
               "\n");
     EXPECT_LT(fs::path(kRule).filename().string(), "73-seat-late.rules");
 }

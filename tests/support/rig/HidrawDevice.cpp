@@ -1,5 +1,7 @@
 #include "support/rig/HidrawDevice.h"
 
+#include <linux/input.h>
+
 #include <fcntl.h>
 #include <pty.h>
 #include <sys/stat.h>
@@ -105,20 +107,13 @@ void HidrawDevice::setReachable(bool reachable) {
     m_reachable = reachable;
     for (const Node &node : m_nodes)
         link(node);
+    for (const Node &node : m_eventNodes)
+        link(node);
 }
 
 void HidrawDevice::addNode(std::size_t interface, int number) {
-    Node node;
-    node.path = print("/dev/hidraw%d", number);
-    node.otherEnd = openTerminal(node.terminal);
-    // Whoever asks the open node for its number gets the terminal's own.
-    struct stat status {};
-    stat(node.terminal.c_str(), &status);
-    const unsigned major = gnu_dev_major(status.st_rdev);
-    const unsigned minor = gnu_dev_minor(status.st_rdev);
-
+    const Node node = openNode(print("/dev/hidraw%d", number));
     m_bed.route(node.path, {this, interface, m_presence});
-    link(node);
 
     const std::string usbInterface =
         add(m_bed.m_bed, "usb", print("%d:1.%zu", number, interface), m_folders.front(), "bInterfaceNumber",
@@ -133,11 +128,36 @@ void HidrawDevice::addNode(std::size_t interface, int number) {
                                           static_cast<int>(report.size()));
     const std::string raw =
         add(m_bed.m_bed, "hidraw", print("hidraw%d", number), hid, "dev",
-            print("%u:%u", major, minor).c_str(), kEnd, "DEVNAME", node.path.c_str(), "MAJOR",
-            std::to_string(major).c_str(), "MINOR", std::to_string(minor).c_str());
+            print("%u:%u", node.major, node.minor).c_str(), kEnd, "DEVNAME", node.path.c_str(), "MAJOR",
+            std::to_string(node.major).c_str(), "MINOR", std::to_string(node.minor).c_str());
     umockdev_testbed_set_attribute_link(m_bed.m_bed, raw.c_str(), "device", "..");
     m_folders.insert(m_folders.end(), {usbInterface, hid, raw});
-    m_nodes.push_back(std::move(node));
+    m_nodes.push_back(node);
+    if (m_interfaces[interface] == Interface::Keyboard)
+        addEventNode(hid, number);
+}
+
+HidrawDevice::Node HidrawDevice::openNode(const std::string &path) const {
+    Node node{path, {}};
+    node.otherEnd = openTerminal(node.terminal);
+    struct stat status {};
+    stat(node.terminal.c_str(), &status);
+    node.major = gnu_dev_major(status.st_rdev);
+    node.minor = gnu_dev_minor(status.st_rdev);
+    link(node);
+    return node;
+}
+
+void HidrawDevice::addEventNode(const std::string &hid, int number) {
+    m_eventNodes.push_back(openNode(print("/dev/input/event%d", number)));
+    const Node &node = m_eventNodes.back();
+    const std::string input =
+        add(m_bed.m_bed, "input", print("input%d", number), hid, kEnd, "NAME", "Test Receiver");
+    m_folders.push_back(input);
+    m_folders.push_back(add(m_bed.m_bed, "input", print("event%d", number), input, "dev",
+                            print("%u:%u", node.major, node.minor).c_str(), kEnd, "DEVNAME",
+                            node.path.c_str(), "MAJOR", std::to_string(node.major).c_str(), "MINOR",
+                            std::to_string(node.minor).c_str()));
 }
 
 void HidrawDevice::unplug() {
@@ -153,6 +173,11 @@ void HidrawDevice::unplug() {
         m_bed.route(node.path, {});
         close(node.otherEnd);
     }
+    for (const Node &node : m_eventNodes) {
+        std::filesystem::remove(m_bed.m_folder + node.path);
+        close(node.otherEnd);
+    }
+    m_eventNodes.clear();
     for (auto folder = m_folders.rbegin(); folder != m_folders.rend(); ++folder) {
         umockdev_testbed_uevent(m_bed.m_bed, folder->c_str(), "remove");
         umockdev_testbed_remove_device(m_bed.m_bed, folder->c_str());
@@ -217,6 +242,15 @@ void HidrawDevice::setEvent(Bytes bytes) {
 void HidrawDevice::sendInput(const Bytes &report) {
     if (!m_nodes.empty() && ::write(m_nodes.back().otherEnd, report.data(), report.size()) < 0)
         throw std::system_error(errno, std::generic_category(), "an input report");
+}
+
+void HidrawDevice::sendKey(int code, int value) {
+    input_event event{};
+    event.type = EV_KEY;
+    event.code = static_cast<std::uint16_t>(code);
+    event.value = value;
+    if (::write(m_eventNodes.at(0).otherEnd, &event, sizeof event) != sizeof event)
+        throw std::system_error(errno, std::generic_category(), "a key");
 }
 
 std::vector<HidrawDevice::Bytes> HidrawDevice::written() const {

@@ -34,6 +34,8 @@ public:
 
     void setEvent(Bytes bytes); // Bytes 1 and up of every answer.
     void sendInput(const Bytes &report);
+    // What a keyboard interface's event node, /dev/input/eventN, tells of a key. Value 1: pressed, 2: again.
+    void sendKey(int code, int value);
     std::atomic<bool> stalled = false; // Refuses whatever it is asked.
     std::atomic<milliseconds> delay{}; // Every feature read lasts so long, unless a pull ends it.
 
@@ -47,6 +49,7 @@ private:
         std::string path;     // "/dev/hidraw0".
         std::string terminal; // What stands behind the path.
         int otherEnd = -1;
+        unsigned major = 0, minor = 0; // The terminal's own: whoever asks the open node gets these.
     };
     // What programs do to the node of an interface, opened when plugging-in number `presence` was current; on
     // the testbed's thread. A length, or minus an error number.
@@ -57,6 +60,8 @@ private:
 
     void link(const Node &node) const;
     void addNode(std::size_t interface, int number);
+    Node openNode(const std::string &path) const;
+    void addEventNode(const std::string &hid, int number);
     Bytes descriptor(std::size_t interface) const;
 
     HidrawTestbed &m_bed;
@@ -65,6 +70,7 @@ private:
     const std::vector<Interface> m_interfaces;
     std::vector<std::string> m_folders; // In sysfs, parents first.
     std::vector<Node> m_nodes;
+    std::vector<Node> m_eventNodes;
     bool m_reachable = true;
 
     mutable std::mutex m_mutex;
