@@ -4,6 +4,7 @@
 
 #include <pthread.h>
 
+#include <algorithm>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -13,6 +14,8 @@ namespace {
 
 using namespace std::chrono_literals;
 constexpr auto kBeat = 100ms;
+constexpr auto kLate = 150ms; // Since the last turn.
+constexpr auto kStep = 30ms;  // From one look at a late main thread to the next.
 
 } // namespace
 
@@ -81,14 +84,21 @@ void MainThreadWatch::watch() {
     m_steps.prepare();
     lock.lock();
     while (true) {
-        m_changed.wait(lock, [this] { return m_ending || (m_on && !m_rescued); });
+        m_changed.wait(lock, [this] { return m_ending || (m_on && (!m_rescued || m_steps.late)); });
         if (m_ending)
             return;
+        if (m_rescued) {
+            lookAfterLate(lock, Clock::now() + kStep);
+            continue;
+        }
         // Woken by a change only: the time of a beat is looked at when it matters.
         const auto seen = m_lastTurn;
-        if (m_changed.wait_until(lock, seen + m_limit, [this] { return m_ending || !m_on; }))
+        const auto isOver = [this] { return m_ending || !m_on; };
+        if (m_changed.wait_until(lock, seen + (m_steps.late ? std::min(m_limit, kLate) : m_limit), isOver))
             continue;
-        if (m_lastTurn != seen)
+        while (m_steps.late && m_lastTurn == seen && !isOver() && Clock::now() < seen + m_limit)
+            lookAfterLate(lock, std::min(Clock::now() + kStep, seen + m_limit));
+        if (m_lastTurn != seen || isOver())
             continue;
         m_rescued = true;
         lock.unlock();
@@ -96,6 +106,13 @@ void MainThreadWatch::watch() {
         QMetaObject::invokeMethod(&m_mainThread, m_steps.recovered, Qt::QueuedConnection);
         lock.lock();
     }
+}
+
+void MainThreadWatch::lookAfterLate(std::unique_lock<std::mutex> &lock, Clock::time_point until) {
+    lock.unlock();
+    m_steps.late();
+    lock.lock();
+    m_changed.wait_until(lock, until, [this] { return m_ending || !m_on; });
 }
 
 } // namespace companion

@@ -26,6 +26,8 @@ public:
         std::function<void()> prepare;   // On the watch's thread, before its first watch.
         std::function<void()> rescue;    // On the watch's thread.
         std::function<void()> recovered; // On the main thread, once for each rescue.
+        // On the watch's thread, again and again from early on until the main thread is back; may be none.
+        std::function<void()> late = {};
     };
 
     // Makes the thread. Where there can be none, a log line says so, and nothing is watched.
@@ -41,6 +43,7 @@ private:
 
     void beat();
     void watch();
+    void lookAfterLate(std::unique_lock<std::mutex> &lock, Clock::time_point until);
 
     MainQueue &m_queue;
     const std::chrono::milliseconds m_limit;
