@@ -4,6 +4,8 @@
 #include "core/Log.h"
 #include "core/ProcessEnd.h"
 #include "core/StartupId.h"
+#include "platform/dbus/KWinPictures.h"
+#include "platform/evdev/ReceiverKeys.h"
 #include "platform/hidapi/HidApiPort.h"
 #include "platform/instance/InstanceLock.h"
 #include "platform/null/NullPlatform.h"
@@ -11,6 +13,8 @@
 #include "platform/ports/Platform.h"
 #include "platform/qt/QtTray.h"
 #include "platform/virtual_receiver/VirtualHidPort.h"
+#include "platform/virtual_receiver/VirtualSlideKeys.h"
+#include "platform/wayland/WaylandPlatform.h"
 #include "platform/x11/X11Platform.h"
 
 #include <QGuiApplication>
@@ -44,8 +48,10 @@ double scaleOfScreen(const std::string &name) {
 } // namespace
 
 // The demonstration switches modes, which saves: it must not touch the user's settings.
-Application::Application(const CommandLine &line, std::unique_ptr<InstanceLock> instance)
+Application::Application(const CommandLine &line, DisplayServer display,
+                         std::unique_ptr<InstanceLock> instance)
     : m_line(line),
+      m_display(display),
       m_instance(std::move(instance)),
       m_store(line.demo ? SettingsStore() : SettingsStore(SettingsStore::defaultPath())),
       m_language(m_store),
@@ -63,10 +69,10 @@ Application::~Application() {
     ProcessEnd::setFarewell({});
 }
 
-std::unique_ptr<Application> Application::make(const CommandLine &line,
+std::unique_ptr<Application> Application::make(const CommandLine &line, DisplayServer display,
                                                std::unique_ptr<InstanceLock> instance, std::string &error,
                                                int &status) {
-    std::unique_ptr<Application> application(new Application(line, std::move(instance)));
+    std::unique_ptr<Application> application(new Application(line, display, std::move(instance)));
     if (!application->makeReceiver(error)) {
         status = kWrongUsage;
         return nullptr;
@@ -96,11 +102,25 @@ bool Application::makeReceiver(std::string &error) {
     return true;
 }
 
-bool Application::makePlatform(std::string &error) {
-    if (QGuiApplication::platformName() == QLatin1String("xcb"))
-        m_platform = makeX11Platform({m_queue, scaleOfScreen, chosenScreen()}, error);
+// What a compositor does not give: no program sees the keys of another one, and some give no pictures.
+void Application::makeDesktopParts() {
+    if (m_line.virtualReceiver || m_line.demo)
+        m_slideKeys = std::make_unique<VirtualSlideKeys>(m_virtualReceiver);
     else
+        m_slideKeys = std::make_unique<ReceiverKeys>(m_queue, m_line.vendorId, m_line.productId);
+    m_pictures = makeKWinPictures(m_queue);
+}
+
+bool Application::makePlatform(std::string &error) {
+    if (m_display == DisplayServer::X11) {
+        m_platform = makeX11Platform({m_queue, scaleOfScreen, chosenScreen()}, error);
+    } else if (m_display == DisplayServer::Wayland) {
+        makeDesktopParts();
+        m_platform =
+            makeWaylandPlatform({m_queue, chosenScreen(), m_slideKeys.get(), m_pictures.get()}, error);
+    } else {
         m_platform = makeNullPlatform();
+    }
     if (!m_platform)
         return false;
     followScale();

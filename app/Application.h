@@ -31,7 +31,9 @@ namespace companion {
 
 class HidPort;
 class InstanceLock;
+class DesktopPictures;
 class Platform;
+class SlideKeys;
 class PresentedSettings;
 
 // Builds the program's objects with their dependencies, in the order of start-up, and starts it. The only
@@ -40,8 +42,9 @@ class Application {
 public:
     // Null when the program cannot run as asked; `error` then says why and `status` is the exit status.
     // Without an instance lock no further start can reach this one.
-    static std::unique_ptr<Application> make(const CommandLine &line, std::unique_ptr<InstanceLock> instance,
-                                             std::string &error, int &status);
+    static std::unique_ptr<Application> make(const CommandLine &line, DisplayServer display,
+                                             std::unique_ptr<InstanceLock> instance, std::string &error,
+                                             int &status);
 
     // Loads the overlay, puts up the status menu and shows the overlay. The event loop does the rest.
     // `startupId` is the desktop's, of this process (see StartupId.h).
@@ -50,10 +53,11 @@ public:
     ~Application();
 
 private:
-    Application(const CommandLine &line, std::unique_ptr<InstanceLock> instance);
+    Application(const CommandLine &line, DisplayServer display, std::unique_ptr<InstanceLock> instance);
 
     bool makeReceiver(std::string &error);
     bool makePlatform(std::string &error);
+    void makeDesktopParts();
     void followScale();
     ScreenChoice chosenScreen() const;
     bool clicksCentre() const;
@@ -65,15 +69,18 @@ private:
     void quitBesideMainThread();
 
     CommandLine m_line;
+    DisplayServer m_display;
     std::unique_ptr<InstanceLock> m_instance; // Goes last.
     QtMainQueue m_queue;
     NotificationCenter m_center;
     SettingsStore m_store;
     LanguageSetting::UseStore m_language;
     Shared<ConfigManager>::Scope m_config;
+    VirtualReceiver m_virtualReceiver;
+    std::unique_ptr<SlideKeys> m_slideKeys;
+    std::unique_ptr<DesktopPictures> m_pictures;
     std::unique_ptr<Platform> m_platform;
     QObject m_context; // The toolkit's news about screens end with it.
-    VirtualReceiver m_virtualReceiver;
     std::unique_ptr<ReceiverFeed> m_feed;
     std::unique_ptr<HidPort> m_hid;
     std::optional<Shared<HidManager>::Scope> m_link;

@@ -55,6 +55,14 @@ bool applyCentreClick(CommandLine &line, std::string_view value, std::string &er
     return line.centreClick.has_value();
 }
 
+bool applyPlatform(CommandLine &line, std::string_view value, std::string &error) {
+    if (value == "x11" || value == "wayland")
+        line.platform = value == "x11" ? DisplayServer::X11 : DisplayServer::Wayland;
+    else
+        error = "'--platform' takes 'x11' or 'wayland', not '" + std::string(value) + "'";
+    return line.platform.has_value();
+}
+
 bool applyAutostart(CommandLine &line, std::string_view value, std::string &error) {
     const auto on = parseSwitch(value);
     if (!on) {
@@ -97,6 +105,8 @@ constexpr Option kOptions[] = {
      false, applyScreen},
     {"--centre-click", Value::Required, "on|off",
      "click the centre of the screen when an effect starts and ends, or never", false, applyCentreClick},
+    {"--platform", Value::Required, "x11|wayland", "draw on this, whatever --doctor says would be chosen",
+     false, applyPlatform},
     {"--receiver", Value::Required, "VVVV:PPPP", "use the receiver with these USB identifiers (hexadecimal)",
      false, applyReceiver},
     {"--virtual-receiver", Value::Optional, "PATH",

@@ -7,6 +7,8 @@
 
 namespace companion {
 
+enum class DisplayServer { X11, Wayland, None };
+
 // What one run was asked for.
 struct CommandLine {
     enum class Action { Run, Quit, AutostartOn, AutostartOff, Doctor, Help, Version };
@@ -14,8 +16,9 @@ struct CommandLine {
     Action action = Action::Run;
     bool settings = false; // With the settings window, here or in the instance that runs already.
     bool demo = false;
-    std::optional<std::string> screen; // Which one the overlay is on, whatever the settings say.
-    std::optional<bool> centreClick;   // Whether the screen's centre is clicked, likewise.
+    std::optional<std::string> screen;     // Which one the overlay is on, whatever the settings say.
+    std::optional<DisplayServer> platform; // Which one the overlay is drawn on, whatever there is.
+    std::optional<bool> centreClick;       // Whether the screen's centre is clicked, likewise.
     bool virtualReceiver = false;
     std::string virtualReceiverPath; // Empty: plugged in and silent.
     std::uint16_t vendorId = 0;

@@ -1,16 +1,17 @@
 #include "app/Application.h"
 #include "app/Autostart.h"
 #include "app/CommandLine.h"
+#include "app/DisplayChoice.h"
 #include "app/Doctor.h"
 #include "app/SessionBus.h"
 #include "app/SettingsFront.h"
 #include "app/SignalWatch.h"
-#include "app/StartDeadline.h"
 #include "app/WaylandSession.h"
 #include "core/Log.h"
 #include "core/ProcessEnd.h"
 #include "core/StartupId.h"
 #include "platform/instance/Instance.h"
+#include "platform/wayland/WaylandPlatform.h"
 #include "platform/x11/X11Platform.h"
 #include "resources/Images.h"
 #include "settings/SettingsStore.h"
@@ -37,7 +38,6 @@ namespace {
 
 constexpr int kCannotRun = 1;
 constexpr int kWrongUsage = 2;
-constexpr auto kPatienceWithServer = std::chrono::seconds(4);
 constexpr auto kPatience = std::chrono::milliseconds(1500); // With a program that runs already.
 
 int fail(const std::string &error, int status) {
@@ -62,6 +62,8 @@ void toLog(QtMsgType type, const QMessageLogContext &, const QString &message) {
             x11ServerAnswers(error); // Leaves the error alone if it does.
         ProcessEnd::with(fail(error, kCannotRun));
     }
+    if (message.startsWith(QLatin1String("The Wayland connection")))
+        endWithoutCompositor();
     Log::line(message.toStdString());
 }
 
@@ -73,28 +75,16 @@ void occupyStandardDescriptors() {
     }
 }
 
-// Without a display Qt would abort the process. Whatever else is asked for, the overlay needs X11; the two
-// platforms without a display are for machines that have none.
-bool chooseDisplay(std::string &error) {
-    const QByteArray asked = qgetenv("QT_QPA_PLATFORM");
-    if (asked == "offscreen" || asked == "minimal")
-        return true;
-    qputenv("QT_QPA_PLATFORM", "xcb");
-    const StartDeadline deadline(kPatienceWithServer,
-                                 "the X server " + qgetenv("DISPLAY").toStdString() +
-                                     " takes connections but does not answer; end it, or try again");
-    return x11ServerAnswers(error);
-}
-
 // Qt is asked about screens and tray where there is a display; the rest needs none.
 int runDoctor(const CommandLine &line, int argumentCount, char **arguments) {
     std::string error;
     std::unique_ptr<QApplication> application;
     disableUselessSessionBus();
     qInstallMessageHandler(toLog);
-    if (chooseDisplay(error))
+    const auto display = chooseDisplay(line, error);
+    if (display)
         application = std::make_unique<QApplication>(argumentCount, arguments);
-    const auto findings = examine(gatherDoctorFacts({line.vendorId, line.productId}));
+    const auto findings = examine(gatherDoctorFacts({line.vendorId, line.productId}, display));
     return print(doctorReport(findings), doctorStatus(findings));
 }
 
@@ -176,9 +166,10 @@ int main(int argc, char **argv) {
         return fail(claim.text, kCannotRun);
     if (claim.outcome == InstanceClaim::Outcome::Handed)
         return tellHanded(claim.report);
-    if (!chooseDisplay(error))
+    const auto display = chooseDisplay(*line, error);
+    if (!display)
         return fail(error, kCannotRun);
-    if (isWaylandSession())
+    if (*display == DisplayServer::X11 && isWaylandSession())
         Log::line(kWaylandLimits);
     if (!claim.text.empty())
         Log::line("further starts cannot reach this one: " + claim.text);
@@ -198,7 +189,7 @@ int main(int argc, char **argv) {
                        QFileInfo(SettingsStore::defaultPath()).absolutePath());
 
     int status = EXIT_FAILURE;
-    const auto companion = Application::make(*line, std::move(claim.lock), error, status);
+    const auto companion = Application::make(*line, *display, std::move(claim.lock), error, status);
     if (!companion)
         return fail(error, status);
     companion->start(startupId);

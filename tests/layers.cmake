@@ -17,9 +17,9 @@ set(layers core settings platform receiver settings_ui overlay app)
 set(foreign
   "xcb/|X11/=platform/x11"
   "wayland-=platform/wayland"
-  "QDBus|QtDBus=platform/qt"
+  "QDBus|QtDBus=platform/dbus|platform/qt"
   "hidapi=platform/hidapi|receiver/hidapi"
-  "libudev=platform/udev|receiver/udev|platform/hidapi|receiver/hidapi")
+  "libudev=platform/evdev|platform/udev|receiver/udev|platform/hidapi|receiver/hidapi")
 
 function(complain text)
   message(SEND_ERROR "${text}")
