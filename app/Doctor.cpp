@@ -74,10 +74,48 @@ DoctorFinding version(const DoctorFacts &facts) {
 }
 
 DoctorFinding session(const DoctorFacts &facts) {
-    if (facts.sessionType == "wayland")
-        return {Kind::Flaw, "session", kWaylandLimits,
-                "log in to an X11 session (often \"Xorg\" in the login screen's menu)"};
-    return {Kind::Fine, "session", facts.sessionType.empty() ? "of no known type" : facts.sessionType, {}};
+    if (facts.sessionType != "wayland" || facts.drawsOnWayland)
+        return {
+            Kind::Fine, "session", facts.sessionType.empty() ? "of no known type" : facts.sessionType, {}};
+    return {Kind::Flaw, "session",
+            std::string(kWaylandLimits) + (facts.waylandLack.empty() ? "" : ": ") + facts.waylandLack,
+            "log in to an X11 session (often \"Xorg\" in the login screen's menu)"};
+}
+
+DoctorFinding overlay(const DoctorFacts &) {
+    return {Kind::Fine, "overlay", "above all windows of Wayland, and takes the mouse there", {}};
+}
+
+DoctorFinding click(const DoctorFacts &facts) {
+    if (!facts.waylandClick.empty())
+        return {Kind::Fine, "click", "by " + facts.waylandClick, {}};
+    return {Kind::Flaw, "click", "the compositor lets us not click the middle of the screen",
+            "on Plasma, install the program: its desktop entry asks for the right; else click the slides "
+            "yourself"};
+}
+
+DoctorFinding still(const DoctorFacts &facts) {
+    if (!facts.waylandStill.empty())
+        return {Kind::Fine, "pictures", "by " + facts.waylandStill, {}};
+    return {Kind::Flaw, "pictures", "the compositor gives none: the magnifier stays empty",
+            "use another effect, or a compositor that has one of the protocols for pictures of the screen"};
+}
+
+DoctorFinding keys(const DoctorFacts &facts) {
+    const auto readable = std::find_if(facts.eventNodes.begin(), facts.eventNodes.end(),
+                                       [](const EventNode &node) { return node.error.empty(); });
+    if (readable != facts.eventNodes.end())
+        return {Kind::Fine, "slide keys", "we may read " + readable->path, {}};
+    if (facts.eventNodes.empty())
+        return {Kind::Flaw, "slide keys", "the receiver is no keyboard: the magnifier keeps its picture",
+                "let the effect key go and hold it again after each slide"};
+    return {
+        Kind::Flaw, "slide keys",
+        facts.eventNodes.front().path + ": " + facts.eventNodes.front().error +
+            ": the magnifier keeps its picture",
+        "put these lines into /etc/udev/rules.d/70-presenter-companion.rules, then unplug the receiver and\n"
+        "plug it in again:\n" +
+            udevRuleFor(facts.receiver)};
 }
 
 DoctorFinding server(const DoctorFacts &facts) {
@@ -167,7 +205,7 @@ DoctorFinding permission(const DoctorFacts &facts) {
     }
     return {
         Kind::Fatal, "permission", refused + ", and no rule names the receiver",
-        "put this line into /etc/udev/rules.d/70-presenter-companion.rules, then unplug the receiver and\n"
+        "put these lines into /etc/udev/rules.d/70-presenter-companion.rules, then unplug the receiver and\n"
         "plug it in again:\n" +
             udevRuleFor(facts.receiver)};
 }
@@ -181,15 +219,29 @@ DoctorFinding settings(const DoctorFacts &facts) {
 }
 
 struct Check {
-    bool needsServer;
+    enum class Of { Every, X11, Wayland, Screens };
+    Of display;
     bool needsReceiver;
     DoctorFinding (*examine)(const DoctorFacts &facts);
+
+    bool concerns(const DoctorFacts &facts) const {
+        if (needsReceiver && facts.nodes.empty())
+            return false;
+        const bool serves = facts.drawsOnWayland || facts.serverError.empty();
+        return display == Of::Every || (display == Of::Wayland && facts.drawsOnWayland) ||
+               (display == Of::X11 && !facts.drawsOnWayland && (serves || examine == server)) ||
+               (display == Of::Screens && serves);
+    }
 };
 
 constexpr Check kChecks[] = {
-    {false, false, version},      {false, false, session},   {false, false, server}, {true, false, screens},
-    {true, false, windowManager}, {true, false, compositor}, {true, false, tray},    {false, false, receiver},
-    {false, true, permission},    {false, false, settings},
+    {Check::Of::Every, false, version},   {Check::Of::Every, false, session},
+    {Check::Of::X11, false, server},      {Check::Of::Wayland, false, overlay},
+    {Check::Of::Screens, false, screens}, {Check::Of::X11, false, windowManager},
+    {Check::Of::X11, false, compositor},  {Check::Of::Wayland, false, click},
+    {Check::Of::Wayland, false, still},   {Check::Of::Screens, false, tray},
+    {Check::Of::Every, false, receiver},  {Check::Of::Every, true, permission},
+    {Check::Of::Wayland, true, keys},     {Check::Of::Every, false, settings},
 };
 
 } // namespace
@@ -197,8 +249,7 @@ constexpr Check kChecks[] = {
 std::vector<DoctorFinding> examine(const DoctorFacts &facts) {
     std::vector<DoctorFinding> findings;
     for (const Check &check : kChecks)
-        if ((facts.serverError.empty() || !check.needsServer) &&
-            (!facts.nodes.empty() || !check.needsReceiver))
+        if (check.concerns(facts))
             findings.push_back(check.examine(facts));
     return findings;
 }
@@ -232,8 +283,14 @@ int doctorStatus(const std::vector<DoctorFinding> &findings) {
 }
 
 std::string udevRuleFor(const ReceiverIdentity &receiver) {
+    char vendor[8];
+    char product[8];
+    std::snprintf(vendor, sizeof vendor, "%04x", receiver.vendorId); // As in sysfs.
+    std::snprintf(product, sizeof product, "%04x", receiver.productId);
     return "ACTION!=\"remove\", SUBSYSTEM==\"hidraw\", KERNELS==\"0003:" + text(receiver) +
-           ".*\", TAG+=\"uaccess\"";
+           ".*\", TAG+=\"uaccess\"\nACTION!=\"remove\", SUBSYSTEM==\"input\", KERNEL==\"event*\", "
+           "ATTRS{idVendor}==\"" +
+           vendor + "\", ATTRS{idProduct}==\"" + product + "\", TAG+=\"uaccess\"";
 }
 
 } // namespace companion

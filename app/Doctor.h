@@ -1,8 +1,11 @@
 #pragma once
 
+#include "app/CommandLine.h"
+#include "platform/evdev/EventNodes.h"
 #include "platform/hidapi/ReceiverNodes.h"
 #include "receiver/ReceiverIdentity.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,9 +18,13 @@ struct DoctorFacts {
     std::string qtVersion;
     ReceiverIdentity receiver;
     std::vector<ReceiverNode> nodes;
+    std::vector<EventNode> eventNodes = {};
     std::string ruleFile; // That names the receiver; empty: none.
 
-    std::string sessionType; // "x11", "wayland", "tty"; empty: unknown.
+    std::string sessionType;                          // "x11", "wayland", "tty"; empty: unknown.
+    bool drawsOnWayland = false;                      // And needs no X server then.
+    std::string waylandLack = {};                     // Why not, in a Wayland session.
+    std::string waylandClick = {}, waylandStill = {}; // What these are made with; empty: nothing.
     std::string display;
     std::string serverError;   // Empty: the X server lets us in. What follows is only known then.
     std::string serverLack;    // Empty: the X server has all that the overlay stands on.
@@ -44,8 +51,8 @@ struct DoctorFinding {
     std::string remedy; // Of anything that is not fine.
 };
 
-// Works without a display. `receiver` is what the command line asks for.
-DoctorFacts gatherDoctorFacts(const ReceiverIdentity &receiver);
+// Works without a display. `receiver` is what the command line asks for, `display` what would be drawn on.
+DoctorFacts gatherDoctorFacts(const ReceiverIdentity &receiver, std::optional<DisplayServer> display);
 
 std::vector<DoctorFinding> examine(const DoctorFacts &facts);
 
@@ -55,7 +62,7 @@ std::string doctorReport(const std::vector<DoctorFinding> &findings);
 // 0 when the effects can work, else 1.
 int doctorStatus(const std::vector<DoctorFinding> &findings);
 
-// The line that lets the user at the seat open the receiver.
+// The lines that let the user at the seat open the receiver and read its keys.
 std::string udevRuleFor(const ReceiverIdentity &receiver);
 
 } // namespace companion

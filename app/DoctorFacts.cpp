@@ -1,6 +1,9 @@
 #include "app/Doctor.h"
 #include "app/WaylandSession.h"
+#include "platform/dbus/KWinPictures.h"
 #include "platform/qt/QtTray.h"
+#include "platform/wayland/WaylandDesktop.h"
+#include "platform/wayland/WaylandPlatform.h"
 #include "platform/x11/X11Desktop.h"
 #include "platform/x11/X11Platform.h"
 #include "settings/SettingsStore.h"
@@ -71,17 +74,19 @@ double scaleOf(const std::string &screen) {
                                                        : 1;
 }
 
-std::string describe(const X11Desktop::Screen &screen) {
+// `scale` is the display server's, which X has not.
+template <class Screen>
+std::string describe(const Screen &screen, double scale) {
     std::ostringstream text;
     text << (screen.name.empty() ? "the whole desktop" : screen.name) << " " << screen.area.width() << "x"
-         << screen.area.height() << " at " << screen.area.x() << "," << screen.area.y() << ", scale "
-         << scaleOf(screen.name) << (screen.main ? ", main" : "");
+         << screen.area.height() << " at " << screen.area.x() << "," << screen.area.y() << ", scale " << scale
+         << (screen.main ? ", main" : "");
     return text.str();
 }
 
 } // namespace
 
-DoctorFacts gatherDoctorFacts(const ReceiverIdentity &receiver) {
+DoctorFacts gatherDoctorFacts(const ReceiverIdentity &receiver, std::optional<DisplayServer> display) {
     DoctorFacts facts;
     facts.version = COMPANION_VERSION;
     facts.qtVersion = qVersion();
@@ -90,7 +95,17 @@ DoctorFacts gatherDoctorFacts(const ReceiverIdentity &receiver) {
     facts.ruleFile = ruleFileFor(receiver);
     facts.sessionType = isWaylandSession() ? "wayland" : qgetenv("XDG_SESSION_TYPE").toStdString();
     facts.display = qgetenv("DISPLAY").toStdString();
-    if (x11ServerAnswers(facts.serverError)) {
+    if (display == DisplayServer::Wayland) {
+        const WaylandDesktop desktop = waylandDesktop();
+        facts.drawsOnWayland = desktop.lack.empty();
+        for (const auto &screen : desktop.screens)
+            facts.screens.push_back(describe(screen, screen.scale));
+        facts.waylandClick = desktop.click;
+        facts.waylandStill = desktop.still.empty() && kwinRuns() ? "KWin's ScreenShot2" : desktop.still;
+        facts.eventNodes = findEventNodes(receiver.vendorId, receiver.productId);
+    } else if (x11ServerAnswers(facts.serverError)) {
+        if (facts.sessionType == "wayland")
+            waylandSuffices(facts.waylandLack);
         x11ServerSuffices(facts.serverLack);
         const X11Desktop desktop = x11Desktop();
         facts.windowManager = desktop.windowManager;
@@ -98,7 +113,7 @@ DoctorFacts gatherDoctorFacts(const ReceiverIdentity &receiver) {
         facts.compositorName = desktop.compositorName;
         facts.xembedTray = desktop.xembedTray;
         for (const auto &screen : desktop.screens)
-            facts.screens.push_back(describe(screen));
+            facts.screens.push_back(describe(screen, scaleOf(screen.name)));
     }
     if (qGuiApp != nullptr)
         facts.statusNotifierTray = statusNotifierTrayRuns(kPatienceWithTray);
