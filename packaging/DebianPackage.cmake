@@ -11,15 +11,17 @@ effect key is held, a spotlight, a laser dot or a magnifier follows the
 mouse, on top of every slide show and without getting in its way.
 .
 A settings window in twelve languages has colours, sizes, magnification
-and the presenter's timer. For X11; under Wayland it runs through XWayland.")
+and the presenter's timer. For X11, and for Wayland on sway, its kin and
+Plasma; elsewhere on Wayland it runs through XWayland.")
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION x11)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # Loaded at run time, so no linker knows: Qt draws the icons with it. (Debian 13 has it in a package of its own.) Its
 # plugin for X11 comes with its libraries.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "libqt6svg6 (<< 6.7.2-5~) | qt6-svg-plugins")
+# The settings window on Wayland comes with the second.
 # The spotlight needs a compositor. Most desktops have one; the first is for those without.
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "picom | gnome-shell | kwin-x11 | xfwm4 | muffin | marco | enlightenment")
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "picom | gnome-shell | kwin-x11 | xfwm4 | muffin | marco | enlightenment | sway | kwin-wayland, qt6-wayland")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_SOURCE_DIR}/debian/postinst)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
