@@ -44,6 +44,13 @@ Desktop::Desktop(const DesktopOptions &options) : m_options(options), m_environm
     }
     m_environment["DBUS_SESSION_BUS_ADDRESS"] = "unix:path=" + file("no-bus"); // Refused at once.
 
+    if (options.wayland != Compositor::None) {
+        m_wayland =
+            std::make_unique<WaylandSession>(options.wayland, options.size, options.scale, m_environment);
+        for (const auto &[key, value] : m_wayland->variables())
+            m_environment[key] = value;
+        return;
+    }
     // The server picks a free number itself and tells it; -noreset keeps it after its last client left.
     Command server{"Xvfb", "-displayfd", "1", "-noreset", "-fbdir", file(".")};
     server.insert(server.end(), {"-screen", "0", dimensions(options.size) + "x24"});
@@ -98,6 +105,8 @@ void Desktop::stopCompositor() {
 }
 
 void Desktop::stopServer() {
+    if (m_wayland)
+        return m_wayland->kill();
     m_server->signal(SIGKILL);
     m_server->waitForExit();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "support/rig/ChildProcess.h"
+#include "support/rig/WaylandSession.h"
 #include "support/rig/XConnection.h"
 
 #include <QRect>
@@ -23,16 +24,19 @@ struct DesktopOptions {
     Command serverOptions{};
     std::vector<QRect> monitors{}; // Parts of the screen, the main one first; none: one monitor is all of it.
     WindowManager manager{};
-    std::string compositorSettings{}; // picom's.
+    std::string compositorSettings{};      // picom's.
+    Compositor wayland = Compositor::None; // Instead of all that is said of X.
+    double scale = 1;                      // Then.
 };
 
-// A virtual X screen for one test, with a window manager and a compositor unless told otherwise, an empty
-// home folder and no D-Bus. Ready when the constructor returns.
+// A virtual screen for one test, with an empty home folder and no D-Bus: an X server with a window manager
+// and a compositor unless told otherwise, or a Wayland compositor. Ready when the constructor returns.
 class Desktop {
 public:
     explicit Desktop(const DesktopOptions &options = {});
 
-    const std::string &display() const { return m_display; }
+    const std::string &display() const { return m_display; }    // Empty on Wayland.
+    WaylandSession *wayland() const { return m_wayland.get(); } // Null on X.
     // For programs that are to run on this desktop.
     const Environment &environment() const { return m_environment; }
     // A path in the desktop's own folder, which goes with the desktop.
@@ -41,7 +45,7 @@ public:
     std::string frameBufferFile() const { return file("Xvfb_screen0"); }
 
     const XConnection &connection() const { return *m_connection; }
-    QSize size() const { return m_connection->screenSize(); }
+    QSize size() const { return m_wayland ? m_wayland->client().size() : m_connection->screenSize(); }
     QPoint centre() const { return {size().width() / 2, size().height() / 2}; }
 
     // For what they cost.
@@ -72,6 +76,7 @@ private:
     std::optional<XConnection> m_connection;
     std::optional<ChildProcess> m_windowManager;
     std::optional<ChildProcess> m_compositor;
+    std::unique_ptr<WaylandSession> m_wayland;
     int m_monitors = 0; // Set, not the server's own.
 };
 

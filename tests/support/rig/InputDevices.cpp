@@ -12,6 +12,27 @@ void InputDevices::fake(std::uint8_t type, std::uint8_t detail, QPoint at) {
     m_connection.sync();
 }
 
+void InputDevices::move(QPoint to) {
+    if (m_wayland != nullptr)
+        m_wayland->client().move(to);
+    else
+        fake(XCB_MOTION_NOTIFY, 0, to); // Detail 0: absolute.
+}
+
+void InputDevices::press(std::uint8_t button) {
+    if (m_wayland != nullptr)
+        m_wayland->client().button(button, true);
+    else
+        fake(XCB_BUTTON_PRESS, button);
+}
+
+void InputDevices::release(std::uint8_t button) {
+    if (m_wayland != nullptr)
+        m_wayland->client().button(button, false);
+    else
+        fake(XCB_BUTTON_RELEASE, button);
+}
+
 void InputDevices::click(std::uint8_t button) {
     press(button);
     release(button);

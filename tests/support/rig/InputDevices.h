@@ -36,21 +36,24 @@ enum Key : std::uint8_t {
 // real devices do. Each operation returns when the server has taken it.
 class InputDevices {
 public:
-    explicit InputDevices(const Desktop &desktop) : m_connection(desktop.display()) {}
+    explicit InputDevices(const Desktop &desktop)
+        : m_wayland(desktop.wayland()),
+          m_connection(desktop.display()) {}
 
-    void move(QPoint to) { fake(XCB_MOTION_NOTIFY, 0, to); } // Detail 0: absolute.
-    void press(std::uint8_t button = 1) { fake(XCB_BUTTON_PRESS, button); }
-    void release(std::uint8_t button = 1) { fake(XCB_BUTTON_RELEASE, button); }
+    void move(QPoint to);
+    void press(std::uint8_t button = 1);
+    void release(std::uint8_t button = 1);
     void click(std::uint8_t button = 1);
     void clickAt(QPoint at);
     void tapKey(std::uint8_t keycode, std::uint8_t heldKey = 0);
     // Digits and #, on a keyboard of the usual American kind.
     void type(const std::string &text);
-    QPoint pointer() const { return m_connection.pointer(); }
+    QPoint pointer() const { return m_wayland ? m_wayland->client().pointer() : m_connection.pointer(); }
 
 private:
     void fake(std::uint8_t type, std::uint8_t detail, QPoint at = {});
 
+    WaylandSession *m_wayland; // Null on X.
     XConnection m_connection;
 };
 

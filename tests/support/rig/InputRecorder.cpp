@@ -8,6 +8,8 @@
 namespace companion::rig {
 
 InputRecorder::InputRecorder(const Desktop &desktop) : m_connection(desktop.display()) {
+    if (desktop.wayland() != nullptr)
+        return;
     // From 2.1 on raw events also come while another client holds a grab.
     m_connection.reply(xcb_input_xi_query_version_reply, xcb_input_xi_query_version(m_connection, 2, 2));
     struct {

@@ -6,7 +6,7 @@
 
 namespace companion::rig {
 
-// Sees every pointer event of the desktop, whoever makes it and whoever gets it.
+// Sees every pointer event of an X desktop, whoever makes it and whoever gets it; nothing on Wayland.
 class InputRecorder {
 public:
     explicit InputRecorder(const Desktop &desktop);

@@ -7,14 +7,31 @@
 #include <gtest/gtest.h>
 
 namespace companion::rig {
+namespace {
+
+constexpr int kCursor = 10; // Pixels, right of and below its hot spot.
+
+bool isUniform(const QImage &image) {
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            if (!sameColour(image.pixel(x, y), image.pixel(0, 0)))
+                return false;
+    return true;
+}
+
+} // namespace
 
 Screen::Screen(const Desktop &desktop) : m_desktop(desktop), m_connection(desktop.display()) {}
 
 QImage Screen::grab() const {
+    if (auto *wayland = m_desktop.wayland())
+        return wayland->grab();
     return grab(QRect(QPoint(0, 0), m_desktop.size()));
 }
 
 QImage Screen::grab(const QRect &area) const {
+    if (m_desktop.wayland() != nullptr)
+        return grab().copy(area);
     const auto reply = m_connection.reply(
         xcb_get_image_reply,
         xcb_get_image(m_connection, XCB_IMAGE_FORMAT_Z_PIXMAP, m_connection.root(),
@@ -67,6 +84,9 @@ QImage Screen::settled() const {
 }
 
 bool Screen::cursorVisible() const {
+    if (auto *wayland = m_desktop.wayland())
+        return !isUniform(wayland->grab(true).copy(
+            QRect(wayland->client().pointer() + QPoint(1, 1), QSize(kCursor, kCursor))));
     // Images that clients read have the cursor taken out; the server's own memory has it in.
     constexpr int kAround = 12;
     const QPoint pointer = m_desktop.connection().pointer();

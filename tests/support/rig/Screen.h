@@ -28,7 +28,8 @@ public:
     // The whole screen, once nothing has changed on it for 60 ms.
     QImage settled() const;
 
-    // Whether the server draws a cursor at the pointer.
+    // Whether the server draws a cursor at the pointer. On Wayland: a cursor of the program's, over an area
+    // of one colour; the slide has none.
     bool cursorVisible() const;
 
 private:

@@ -24,8 +24,16 @@ xcb_cursor_t arrow(xcb_connection_t *connection) {
 } // namespace
 
 TestWindow::TestWindow(const Desktop &desktop, Kind kind, QRgb colour, const QRect &geometry)
-    : m_connection(desktop.display()),
-      m_window(xcb_generate_id(m_connection)) {
+    : m_wayland(desktop.wayland()),
+      m_connection(desktop.display()),
+      m_window(m_wayland != nullptr ? xcb_window_t{XCB_WINDOW_NONE} : xcb_generate_id(m_connection)) {
+    if (m_wayland != nullptr) {
+        QImage plain(1, 1, QImage::Format_RGB32);
+        plain.fill(colour);
+        m_wayland->client().showSlide(plain);
+        waitUntil("a slide with the focus", [this] { return focused(); });
+        return;
+    }
     const bool fullScreen = kind == Kind::FullScreen;
     const QRect place = fullScreen ? QRect(QPoint(0, 0), desktop.size()) : geometry;
     const std::array<std::uint32_t, 4> values{colour & 0xFFFFFFU, kind == Kind::OverrideRedirect, kEvents,
@@ -58,11 +66,15 @@ TestWindow::TestWindow(const Desktop &desktop, Kind kind, QRgb colour, const QRe
 }
 
 TestWindow::~TestWindow() {
+    if (m_wayland != nullptr)
+        return;
     xcb_destroy_window(m_connection, m_window);
     m_connection.sync();
 }
 
 void TestWindow::setPicture(const QImage &picture) {
+    if (m_wayland != nullptr)
+        return m_wayland->client().showSlide(picture);
     const QImage pixels = picture.convertToFormat(QImage::Format_RGB32);
     const xcb_pixmap_t pixmap = xcb_generate_id(m_connection);
     const xcb_gcontext_t context = xcb_generate_id(m_connection);
@@ -99,6 +111,8 @@ void TestWindow::raise() {
 }
 
 const std::vector<TestWindow::Button> &TestWindow::buttons() {
+    if (m_wayland != nullptr)
+        return m_wayland->client().buttons();
     readEvents();
     return m_buttons;
 }
@@ -109,6 +123,8 @@ bool TestWindow::pressedAt(QPoint at) {
 }
 
 bool TestWindow::focused() {
+    if (m_wayland != nullptr)
+        return m_wayland->client().active();
     readEvents();
     return m_focused;
 }
@@ -119,6 +135,8 @@ const std::vector<std::uint8_t> &TestWindow::keysPressed() {
 }
 
 void TestWindow::forget() {
+    if (m_wayland != nullptr)
+        return m_wayland->client().forget();
     m_connection.sync();
     readEvents();
     m_buttons.clear();

@@ -24,21 +24,19 @@ public:
     void fill(const QRect &area, QRgb colour);
     void raise();
 
-    struct Button {
-        bool press;
-        int number;
-        QPoint at; // Root coordinates.
-    };
+    using Button = WaylandClient::Button; // In device pixels of the desktop.
     const std::vector<Button> &buttons();
     // Whether a press came at this place since the last forget().
     bool pressedAt(QPoint at);
     bool focused();
+    // X alone.
     const std::vector<std::uint8_t> &keysPressed();
     void forget();
 
 private:
     void readEvents();
 
+    WaylandSession *m_wayland; // Null on X. It has one window only, and full-screen.
     XConnection m_connection;
     xcb_window_t m_window;
     bool m_focused = false;

@@ -5,7 +5,10 @@
 
 namespace companion::rig {
 
-XConnection::XConnection(const std::string &display) : m_connection(xcb_connect(display.c_str(), nullptr)) {
+XConnection::XConnection(const std::string &display)
+    : m_connection(display.empty() ? nullptr : xcb_connect(display.c_str(), nullptr)) {
+    if (m_connection == nullptr)
+        return;
     if (xcb_connection_has_error(m_connection) != 0) {
         xcb_disconnect(m_connection);
         throw std::runtime_error("no X server answers on " + display);
@@ -14,7 +17,8 @@ XConnection::XConnection(const std::string &display) : m_connection(xcb_connect(
 }
 
 XConnection::~XConnection() {
-    xcb_disconnect(m_connection);
+    if (m_connection != nullptr)
+        xcb_disconnect(m_connection);
 }
 
 xcb_atom_t XConnection::atom(const std::string &name) const {

@@ -24,6 +24,7 @@ using XcbPtr = std::unique_ptr<T, XcbFree>;
 class XConnection {
 public:
     // Throws when the server cannot be reached.
+    // An empty name: none; nothing may be asked of it then.
     explicit XConnection(const std::string &display);
     ~XConnection();
     XConnection(const XConnection &) = delete;

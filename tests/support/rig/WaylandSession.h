@@ -1,0 +1,43 @@
+#pragma once
+
+#include "support/rig/ChildProcess.h"
+#include "support/rig/WaylandClient.h"
+
+#include <QSize>
+
+#include <memory>
+#include <optional>
+
+namespace companion::rig {
+
+enum class Compositor { None, Sway, KWin };
+
+// A compositor without hardware. Ready when the constructor returns, with the slide on its screen.
+class WaylandSession {
+public:
+    WaylandSession(Compositor compositor, const QSize &size, double scale, const Environment &environment);
+    ~WaylandSession();
+
+    // Of programs that are to run on it: WAYLAND_DISPLAY, and KWin's session bus.
+    Environment variables() const;
+    WaylandClient &client() { return *m_client; }
+    QImage grab(bool withCursor = false);
+    void kill();
+    std::string err() const { return m_process->err(); }
+
+    // One more screen, and one less: sway's alone.
+    std::string tell(const Command &command) const;
+
+private:
+    QImage grabFromKWin(bool withCursor) const;
+    std::string file(const std::string &name) const;
+
+    const Compositor m_compositor;
+    std::string m_folder; // The compositor's user's.
+    Environment m_environment;
+    std::optional<ChildProcess> m_bus;
+    std::optional<ChildProcess> m_process;
+    std::unique_ptr<WaylandClient> m_client;
+};
+
+} // namespace companion::rig

@@ -1,0 +1,164 @@
+// The program on Wayland compositors, over a window that is native there.
+#include "e2e/Talk.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <ostream>
+
+namespace companion::rig {
+namespace {
+
+// Whole numbers of points at every scale, as all places below.
+constexpr QSize kSize(960, 720);
+constexpr QPoint kFree(102, 600);
+
+struct Case {
+    const char *name;
+    Compositor compositor;
+    double scale;
+
+    friend std::ostream &operator<<(std::ostream &out, const Case &each) { return out << each.name; }
+};
+
+class On : public ::testing::TestWithParam<Case> {
+protected:
+    static DesktopOptions desktop() {
+        return {.size = kSize, .wayland = GetParam().compositor, .scale = GetParam().scale};
+    }
+    // Points in device pixels.
+    static int pixels(double points) { return static_cast<int>(points * GetParam().scale); }
+
+    static void expectDisc(const Talk &talk, QPoint at, QRgb inside, QRgb outside) {
+        talk.expectLook("the effect", [=, disc = discLook(Disc(at, pixels(100)), inside, outside)](
+                                          int x, int y, QRgb seen) {
+            return y < pixels(kFreeRows) ? sameColour(seen, kSlideColour, 0) : disc(x, y, seen);
+        });
+    }
+};
+
+TEST_P(On, SpotlightFollowsTheMouseTakesEveryClickAndGoesWithoutATrace) {
+    Talk talk(kSpotlight, desktop());
+    talk.expectFree(kFree);
+    talk.companion.effectOn();
+    expectDisc(talk, talk.desktop.centre(), kSlideColour, kDimmed);
+    talk.slide.forget();
+    for (const QPoint at : {QPoint(300, 222), {0, 300}, {954, 714}, {306, 222}}) {
+        talk.hand.clickAt(at);
+        expectDisc(talk, at, kSlideColour, kDimmed);
+    }
+    EXPECT_TRUE(talk.slide.buttons().empty());
+    // KWin 5 takes it away for a click on any layer, until the next one on the slide.
+    EXPECT_EQ(talk.slide.focused(), GetParam().compositor == Compositor::Sway);
+    waitUntil("a hidden cursor", [&] { return !talk.screen.cursorVisible(); });
+    int step = 0;
+    waitUntil("a cursor on a move", [&] {
+        talk.hand.move({300 + 30 * (++step % 2), 222});
+        return talk.screen.cursorVisible();
+    });
+
+    talk.companion.receiver("event 00");
+    const auto through = waitUntil("a click that passes again", [&] {
+        talk.hand.clickAt(kFree);
+        letTimePass(10ms);
+        return talk.slide.pressedAt(kFree);
+    });
+    EXPECT_LT(through, kReleaseLimit);
+    talk.expectPlainSlide();
+    waitUntil("the click in the centre", [&] { return talk.slide.pressedAt(talk.desktop.centre()); });
+    EXPECT_TRUE(talk.slide.focused());
+}
+
+TEST_P(On, LaserAndHintAreSeenOverTheSlideAndEndWhenTheReceiverIsPulled) {
+    Talk talk(kLaser, desktop());
+    talk.companion.receiver("event 10");
+    talk.hand.move({300, 222});
+    const QRgb dot = blend(kSlideColour, qRgb(255, 0, 0), 0.8);
+    waitUntil("the effect", [&] { return talk.companion.logCount("Click!") == 2; });
+    talk.hand.move({306, 228});
+    talk.expectLook("the dot", discLook(Disc({306, 228}, pixels(100)), dot, kSlideColour));
+    talk.companion.receiver("unplug");
+    talk.companion.receiver("event 00");
+    EXPECT_LT(talk.expectPlainSlide(), kReleaseLimit);
+    waitUntil("the click that ends it", [&] { return talk.companion.logCount("Click!") == 3; });
+
+    talk.companion.receiver("plug");
+    talk.companion.receiver("wait-get 2 10000");
+    talk.companion.pressOnce("01");
+    const QPoint paper(kSize.width() - pixels(176), pixels(54));
+    talk.screen.waitForPixel(paper, blend(kSlideColour, qRgb(255, 255, 255), 0.8));
+    talk.expectFree({paper.x() + 20, paper.y()});
+    talk.expectPlainSlide();
+}
+
+TEST_P(On, LensEnlargesEveryPixelOfANativeWindowAndTakesANewPictureAfterASlideKey) {
+    Talk talk(
+        Settings{{"LOCAL_MOUSETYPE", "3"}, {"LOCAL_MOUSESIZEVALUE", "100"}, {"LOCAL_MOUSEROOMVALUE", "50"}},
+        desktop());
+    const QImage first = noise(kSize, 1);
+    const QImage second = noise(kSize, 99);
+    talk.slide.setPicture(first);
+    talk.expectLook("the test picture", pictureLook(first));
+    talk.companion.effectOn();
+    const QPoint at(480, 360);
+    const auto lens = [&](const QImage &still, const QImage &behind) {
+        return lensLook(at, pixels(100), 50, still, behind, pixels(2));
+    };
+    talk.hand.move(at + QPoint(6, 6));
+    talk.hand.move(at);
+    talk.expectLook("the picture enlarged", lens(first, first));
+    talk.slide.setPicture(second);
+    talk.expectLook("the old picture in the lens", lens(first, second));
+    talk.companion.receiver("key page-down");
+    talk.expectLook("no lens while the screen is read", pictureLook(second));
+    talk.expectLook("the new picture in the lens", lens(second, second));
+    talk.companion.effectOff();
+    talk.expectLook("no lens", pictureLook(second));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Wayland, On,
+    ::testing::Values(Case{"Sway", Compositor::Sway, 1}, Case{"Sway150", Compositor::Sway, 1.5},
+                      Case{"Sway200", Compositor::Sway, 2}, Case{"KWin", Compositor::KWin, 1},
+                      Case{"KWin150", Compositor::KWin, 1.5}, Case{"KWin200", Compositor::KWin, 2}),
+    [](const auto &each) { return std::string(each.param.name); });
+
+class Lost : public ::testing::TestWithParam<Case> {};
+
+// A receiver that keeps silent, a crash, and a compositor that goes away.
+TEST_P(Lost, ThreadsProgramsAndCompositorsLeaveAFreeMouseAndACleanScreen) {
+    Talk talk(kSpotlight, {.size = kSize, .wayland = GetParam().compositor});
+    talk.companion.effectOn();
+    waitUntil("the effect", [&] { return talk.effectSeen(); });
+    talk.companion.receiver("delay 3000"); // From the next poll on, at most 0.1 s away.
+    const auto stuck = std::chrono::steady_clock::now();
+    waitUntil("a free mouse", [&] {
+        talk.hand.clickAt(kFree);
+        return talk.slide.pressedAt(kFree);
+    });
+    EXPECT_LT(std::chrono::steady_clock::now() - stuck, 1200ms);
+    talk.expectPlainSlide();
+    talk.companion.receiver("delay 0");
+    waitUntil("the effect again", [&] { return talk.effectSeen(); });
+
+    talk.companion.process().signal(SIGKILL);
+    EXPECT_EQ(talk.companion.process().waitForExit(), -SIGKILL);
+    talk.expectPlainSlide();
+    talk.expectFree(kFree + QPoint(6, 6)); // Some compositors look where the mouse is when it moves.
+
+    CompanionProcess another(talk.desktop, Settings());
+    another.receiver("event 10");
+    letTimePass(200ms);
+    talk.desktop.stopServer();
+    EXPECT_EQ(another.process().waitForExit(), 1);
+    EXPECT_EQ(another.logCount("the Wayland compositor has gone; the program ends"), 1);
+    EXPECT_EQ(another.log().back().text, "the Wayland compositor has gone; the program ends");
+}
+
+INSTANTIATE_TEST_SUITE_P(Wayland, Lost,
+                         ::testing::Values(Case{"Sway", Compositor::Sway, 1},
+                                           Case{"KWin", Compositor::KWin, 1}),
+                         [](const auto &each) { return std::string(each.param.name); });
+
+} // namespace
+} // namespace companion::rig
