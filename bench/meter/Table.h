@@ -19,7 +19,7 @@ struct Row {
     Figure baseline;
 };
 
-// As a Markdown table, which is also readable as it is.
+// As a Markdown table, which is also readable as it is. Without the naive way where no row has it.
 void print(const std::vector<Row> &rows);
 
 // Of samples in any order; share 0.5 is the median. None of none.

@@ -50,7 +50,7 @@ public:
 
     // For what they cost.
     pid_t serverPid() const { return m_server->pid(); }
-    pid_t compositorPid() const { return m_compositor->pid(); }
+    pid_t compositorPid() const { return m_wayland ? m_wayland->pid() : m_compositor->pid(); }
 
     void startWindowManager();
     void startCompositor();

@@ -23,6 +23,7 @@ public:
     WaylandClient &client() { return *m_client; }
     QImage grab(bool withCursor = false);
     void kill();
+    pid_t pid() const { return m_process->pid(); }
     std::string err() const { return m_process->err(); }
 
     // One more screen, and one less: sway's alone.
