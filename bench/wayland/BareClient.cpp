@@ -1,6 +1,7 @@
 #include "wayland/BareClient.h"
 
 #include <wayland-client.h>
+#include <wayland-cursor.h>
 #include <wayland-protocols/wlr-layer-shell-unstable-v1.h>
 
 #include <poll.h>
@@ -64,6 +65,7 @@ public:
         wl_display_roundtrip(m_display);
         if (m_compositor == nullptr || m_shm == nullptr || m_shell == nullptr || m_seat == nullptr)
             fail("the compositor lacks what an overlay needs");
+        loadArrow();
         listenToPointer();
         wl_display_roundtrip(m_display);
     }
@@ -115,13 +117,32 @@ private:
         take(m_shell, zwlr_layer_shell_v1_interface, 1);
     }
 
+    // None where the system has no cursors.
+    void loadArrow() {
+        constexpr int kPoints = 24;
+        wl_cursor_theme *theme = wl_cursor_theme_load(nullptr, kPoints, m_shm);
+        wl_cursor *arrow = theme != nullptr ? wl_cursor_theme_get_cursor(theme, "left_ptr") : nullptr;
+        if (arrow == nullptr || arrow->image_count == 0)
+            return;
+        wl_cursor_image *image = arrow->images[0];
+        m_arrow = wl_compositor_create_surface(m_compositor);
+        wl_surface_attach(m_arrow, wl_cursor_image_get_buffer(image), 0, 0);
+        wl_surface_damage_buffer(m_arrow, 0, 0, static_cast<int>(image->width),
+                                 static_cast<int>(image->height));
+        wl_surface_commit(m_arrow);
+        m_hotspotX = static_cast<int>(image->hotspot_x);
+        m_hotspotY = static_cast<int>(image->hotspot_y);
+    }
+
     void listenToPointer() {
         static constexpr wl_pointer_listener kListener{
             .enter =
                 [](void *self, wl_pointer *pointer, std::uint32_t serial, wl_surface *, wl_fixed_t x,
                    wl_fixed_t y) {
-                    wl_pointer_set_cursor(pointer, serial, nullptr, 0, 0);
-                    static_cast<BareClient *>(self)->move(x, y);
+                    auto &client = *static_cast<BareClient *>(self);
+                    wl_pointer_set_cursor(pointer, serial, client.m_arrow, client.m_hotspotX,
+                                          client.m_hotspotY);
+                    client.move(x, y);
                 },
             .leave = [](void *, wl_pointer *, std::uint32_t, wl_surface *) {},
             .motion = [](void *self, wl_pointer *, std::uint32_t, wl_fixed_t x,
@@ -268,6 +289,8 @@ private:
     wl_shm *m_shm = nullptr;
     wl_seat *m_seat = nullptr;
     zwlr_layer_shell_v1 *m_shell = nullptr;
+    wl_surface *m_arrow = nullptr;
+    int m_hotspotX = 0, m_hotspotY = 0;
     wl_surface *m_surface = nullptr;
     zwlr_layer_surface_v1 *m_layer = nullptr;
     std::array<Picture, 2> m_pictures;
