@@ -14,6 +14,10 @@ bool isMotion(InputEventType type) {
            type == InputEventType::RightMouseDragged;
 }
 
+void forgetMotions(std::vector<InputEvent> &events) {
+    std::erase_if(events, [](const InputEvent &event) { return isMotion(event.type); });
+}
+
 InputEventType motionWith(unsigned buttons) {
     if ((buttons & WaylandPointers::kLeft) != 0)
         return InputEventType::LeftMouseDragged;
@@ -41,8 +45,10 @@ void WaylandInputMonitor::addGlobalMonitor(unsigned mask, Handler handler) {
 
 void WaylandInputMonitor::followMotion(bool follow) {
     m_following = follow;
-    if (!follow)
-        m_place.reset(); // From here on the mouse is not ours to see.
+    if (follow)
+        return;
+    m_place.reset(); // From here on the mouse is not ours to see.
+    forgetMotions(m_pending);
 }
 
 void WaylandInputMonitor::moved(double x, double y, unsigned buttons) {
@@ -50,7 +56,7 @@ void WaylandInputMonitor::moved(double x, double y, unsigned buttons) {
     if (!m_following)
         return;
     // Motions of one lot are one event, where the last of them ends.
-    std::erase_if(m_pending, [](const InputEvent &event) { return isMotion(event.type); });
+    forgetMotions(m_pending);
     append(motionWith(buttons), *m_place);
 }
 
@@ -73,7 +79,26 @@ void WaylandInputMonitor::append(InputEventType type, Point at, int keyCode) {
     m_pending.push_back({type, at, keyCode});
 }
 
+// Places that would be painted over before they are seen, in one more picture of the screen.
+bool WaylandInputMonitor::canWait() {
+    const bool onlyMotions = std::all_of(m_pending.begin(), m_pending.end(),
+                                         [](const InputEvent &event) { return isMotion(event.type); });
+    const auto rest = m_surface.rest();
+    if (!onlyMotions || rest.count() == 0)
+        return false;
+    if (!m_waits) {
+        m_waits = true;
+        m_queue.post(rest, m_lifetime.guard([this] {
+            m_waits = false;
+            deliver();
+        }));
+    }
+    return true;
+}
+
 void WaylandInputMonitor::deliver() {
+    if (m_pending.empty() || canWait())
+        return;
     // A handler may run an event loop of its own, which delivers from m_pending again.
     std::vector<InputEvent> events = std::move(m_delivering);
     std::swap(events, m_pending);

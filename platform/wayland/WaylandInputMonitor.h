@@ -38,6 +38,7 @@ private:
     };
 
     void append(InputEventType type, Point at, int keyCode = 0);
+    bool canWait();
     void deliver();
 
     MainQueue &m_queue;
@@ -47,6 +48,7 @@ private:
     std::vector<InputEvent> m_delivering;
     std::optional<Point> m_place;
     bool m_following = false;
+    bool m_waits = false; // With motions, until the surface can show them.
     Lifetime m_lifetime;
 };
 

@@ -201,16 +201,25 @@ void WaylandSurface::present(const SurfaceFrame &frame,
 }
 
 void WaylandSurface::commitDraft() {
-    if (!m_layer || m_configured.isEmpty() || m_resting || !m_buffers.hasDraft())
+    if (!m_layer || m_configured.isEmpty() || m_waits || !m_buffers.hasDraft())
         return;
+    if (const auto left = rest(); left > 0ms) {
+        m_waits = true;
+        m_queue.post(left, m_lifetime.guard([this] {
+            m_waits = false;
+            commitDraft();
+        }));
+        return;
+    }
     m_buffers.attach(m_surface.get(), !m_shows.exchange(true));
     wl_surface_commit(m_surface.get());
     m_connection.flush();
-    m_resting = true;
-    m_queue.post(kBetweenCommits, m_lifetime.guard([this] {
-        m_resting = false;
-        commitDraft();
-    }));
+    m_committed = std::chrono::steady_clock::now();
+}
+
+std::chrono::milliseconds WaylandSurface::rest() const {
+    const auto left = m_committed + kBetweenCommits - std::chrono::steady_clock::now();
+    return std::max(std::chrono::ceil<std::chrono::milliseconds>(left), 0ms);
 }
 
 void WaylandSurface::rescue() {

@@ -7,6 +7,7 @@
 #include "platform/wayland/WaylandOutputs.h"
 
 #include <atomic>
+#include <chrono>
 #include <mutex>
 
 namespace companion {
@@ -31,6 +32,8 @@ public:
 
     // Every press and motion on its screen comes to us.
     bool takesMouse() const { return m_inFront && m_takesMouse; }
+    // Until it can show anything newer: zero, or some milliseconds after it has shown something.
+    std::chrono::milliseconds rest() const;
     // A place on the surface, in the compositor's points from its top left, in overlay points.
     Point toOverlay(double x, double y) const;
 
@@ -72,7 +75,8 @@ private:
     bool m_occupied = false;
     std::atomic<bool> m_shows = false; // It has had a picture.
     bool m_refused = false;            // The compositor has closed it.
-    bool m_resting = false;            // Since the last commit.
+    bool m_waits = false;              // With a draft, for the end of the rest.
+    std::chrono::steady_clock::time_point m_committed;
     Lifetime m_lifetime;
 };
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <fstream>
 #include <ostream>
 
 namespace companion::rig {
@@ -159,6 +160,34 @@ INSTANTIATE_TEST_SUITE_P(Wayland, Lost,
                          ::testing::Values(Case{"Sway", Compositor::Sway, 1},
                                            Case{"KWin", Compositor::KWin, 1}),
                          [](const auto &each) { return std::string(each.param.name); });
+
+// Others keep each picture for a frame, and need a third.
+TEST(Sway, AMouseOfAnyRateIsFollowedToItsLastPlaceWithTwoPicturesOfTheScreen) {
+    Talk talk(kSpotlight, {.size = kSize, .wayland = Compositor::Sway});
+    talk.companion.effectOn();
+    const auto pictures = [&] { // Kilobytes.
+        std::ifstream status("/proc/" + std::to_string(talk.companion.process().pid()) + "/status");
+        for (std::string line; std::getline(status, line);)
+            if (line.starts_with("RssShmem:"))
+                return std::stol(line.substr(line.find(':') + 1));
+        throw std::runtime_error("no line RssShmem");
+    };
+    const auto expectAt = [&](QPoint at) {
+        talk.expectLook("the effect",
+                        [disc = discLook(Disc(at, 100), kSlideColour, kDimmed)](int x, int y, QRgb seen) {
+                            return y < kFreeRows ? sameColour(seen, kSlideColour, 0) : disc(x, y, seen);
+                        });
+    };
+    for (const QPoint at : {QPoint(300, 222), {306, 222}, {312, 222}}) {
+        talk.hand.move(at);
+        expectAt(at);
+    }
+    const long calm = pictures();
+    for (int i = 0; i < 2000; ++i)
+        talk.hand.move({300 + 6 * (i % 40), 222});
+    expectAt({300 + 6 * 39, 222});
+    EXPECT_LT(pictures() - calm, kSize.width() * kSize.height() * 4 / 1024 / 2);
+}
 
 } // namespace
 } // namespace companion::rig
