@@ -35,14 +35,14 @@ void WaylandBuffers::drop() {
     m_pictureMemory = {};
 }
 
-bool WaylandBuffers::begin() {
+bool WaylandBuffers::begin(const QRegion &anew) {
     if (m_draft != nullptr)
         return true;
     Buffer *buffer = freeBuffer();
     m_failed = buffer == nullptr;
     if (m_failed)
         return false;
-    catchUp(*buffer);
+    catchUp(*buffer, anew);
     m_draft = m_newest = buffer;
     return true;
 }
@@ -81,8 +81,8 @@ void WaylandBuffers::released(Buffer &buffer) {
         m_roomAgain();
 }
 
-void WaylandBuffers::catchUp(Buffer &buffer) {
-    for (const QRect &area : std::exchange(buffer.stale, {}))
+void WaylandBuffers::catchUp(Buffer &buffer, const QRegion &anew) {
+    for (const QRect &area : std::exchange(buffer.stale, {}) - anew)
         for (int y = area.top(); y <= area.bottom(); ++y)
             std::memcpy(pixelsAt(buffer, {area.left(), y}), pixelsAt(*m_newest, {area.left(), y}),
                         static_cast<std::size_t>(area.width()) * sizeof(Pixel));

@@ -24,8 +24,8 @@ public:
     void drop();
 
     // Makes a draft with the newest content if there is none. False when all pictures are held, or there is
-    // no memory for one: then the content is out of date from here on.
-    bool begin();
+    // no memory for one: then the content is out of date from here on. All of `anew` must be painted then.
+    bool begin(const QRegion &anew = {});
     bool hasDraft() const { return m_draft != nullptr; }
 
     // Into the draft.
@@ -52,7 +52,7 @@ private:
 
     Buffer *freeBuffer();
     bool allocate(Buffer &buffer);
-    void catchUp(Buffer &buffer);
+    void catchUp(Buffer &buffer, const QRegion &anew);
     void touch(const QRect &area);
     Pixel *pixelsAt(const Buffer &buffer, QPoint at) const;
     void released(Buffer &buffer);

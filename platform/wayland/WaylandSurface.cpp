@@ -186,7 +186,12 @@ void WaylandSurface::present(const SurfaceFrame &frame,
     m_occupied = std::any_of(frame.occupied.begin(), frame.occupied.end(),
                              [&](const QRect &area) { return area.intersects(all); });
     arrange();
-    if (!m_layer || !m_buffers.begin())
+    QRegion anew; // Most of where the disc was, as a rule.
+    for (const auto &fill : frame.fills)
+        anew += fill.area;
+    for (const QRect &patch : frame.patches)
+        anew += patch;
+    if (!m_layer || !m_buffers.begin(anew))
         return;
     for (const auto &fill : frame.fills)
         m_buffers.fill(fill);
