@@ -19,7 +19,6 @@ namespace companion::rig {
 namespace {
 
 constexpr uid_t kNobody = 65534;
-const QString kBusName = QStringLiteral("rig");
 
 // Sway does not run for root, and runtime folders belong to those who use them.
 Command asOrdinaryUser(Command command) {
@@ -38,9 +37,7 @@ WaylandSession::WaylandSession(Compositor compositor, const QSize &size, double 
                                const Environment &environment)
     : m_compositor(compositor),
       m_environment(environment) {
-    std::string folder = std::filesystem::temp_directory_path() / "wayland-XXXXXX";
-    m_folder = mkdtemp(folder.data());
-    m_environment["XDG_RUNTIME_DIR"] = m_environment["HOME"] = m_folder;
+    m_environment["XDG_RUNTIME_DIR"] = m_environment["HOME"] = m_folder.path().toStdString();
     m_environment.erase("XDG_CONFIG_HOME");
     m_environment.erase("XDG_CACHE_HOME");
     m_environment.erase("XDG_DATA_HOME");
@@ -77,9 +74,9 @@ WaylandSession::WaylandSession(Compositor compositor, const QSize &size, double 
                    "wayland-1"};
     }
     if (compositor == Compositor::Sway && geteuid() == 0) {
-        for (const auto &each : std::filesystem::directory_iterator(m_folder))
+        for (const auto &each : std::filesystem::directory_iterator(file(".")))
             static_cast<void>(chown(each.path().c_str(), kNobody, kNobody));
-        static_cast<void>(chown(m_folder.c_str(), kNobody, kNobody));
+        static_cast<void>(chown(file(".").c_str(), kNobody, kNobody));
     }
     m_process.emplace(compositor == Compositor::Sway ? asOrdinaryUser(command) : command, m_environment);
     waitUntil("a compositor", [this, scale] {
@@ -94,20 +91,18 @@ WaylandSession::WaylandSession(Compositor compositor, const QSize &size, double 
     });
     if (m_bus)
         QDBusConnection::connectToBus(QString::fromStdString(m_environment["DBUS_SESSION_BUS_ADDRESS"]),
-                                      kBusName);
+                                      busName());
 }
 
 WaylandSession::~WaylandSession() {
     m_client.reset();
     m_process.reset();
     if (m_bus)
-        QDBusConnection::disconnectFromBus(kBusName);
-    m_bus.reset();
-    std::filesystem::remove_all(m_folder);
+        QDBusConnection::disconnectFromBus(busName());
 }
 
 std::string WaylandSession::file(const std::string &name) const {
-    return m_folder + "/" + name;
+    return m_folder.filePath(QString::fromStdString(name)).toStdString();
 }
 
 Environment WaylandSession::variables() const {
@@ -136,7 +131,7 @@ QImage WaylandSession::grabFromKWin(bool withCursor) const {
          << QVariantMap{{QStringLiteral("include-cursor"), withCursor},
                         {QStringLiteral("native-resolution"), true}}
          << QVariant::fromValue(QDBusUnixFileDescriptor(pipe.writersEnd().get()));
-    const QDBusReply<QVariantMap> reply = QDBusConnection(kBusName).call(call);
+    const QDBusReply<QVariantMap> reply = QDBusConnection(busName()).call(call);
     pipe.closeWritersEnd();
     const QVariantMap told = reply.value();
     const auto count = [&told](const char *name) { return told.value(QLatin1String(name)).toInt(); };
@@ -155,12 +150,15 @@ QImage WaylandSession::grabFromKWin(bool withCursor) const {
 
 std::string WaylandSession::tell(const Command &command) const {
     Environment environment = m_environment;
-    for (const auto &each : std::filesystem::directory_iterator(m_folder))
+    for (const auto &each : std::filesystem::directory_iterator(file(".")))
         if (each.path().filename().string().starts_with("sway-ipc"))
             environment["SWAYSOCK"] = each.path();
     Command all{"swaymsg", "--"};
     all.insert(all.end(), command.begin(), command.end());
-    return runToEnd(all, environment).out;
+    const Ended ended = runToEnd(all, environment);
+    if (ended.status != 0)
+        throw std::runtime_error("sway refused: " + ended.out + ended.err);
+    return ended.out;
 }
 
 } // namespace companion::rig

@@ -4,6 +4,7 @@
 #include "support/rig/WaylandClient.h"
 
 #include <QSize>
+#include <QTemporaryDir>
 
 #include <memory>
 #include <optional>
@@ -26,15 +27,16 @@ public:
     pid_t pid() const { return m_process->pid(); }
     std::string err() const { return m_process->err(); }
 
-    // One more screen, and one less: sway's alone.
+    // What swaymsg tells sway, such as {"output", "*", "disable"}; throws if it refuses.
     std::string tell(const Command &command) const;
 
 private:
     QImage grabFromKWin(bool withCursor) const;
     std::string file(const std::string &name) const;
+    QString busName() const { return m_folder.path(); } // Each session has its own.
 
     const Compositor m_compositor;
-    std::string m_folder; // The compositor's user's.
+    QTemporaryDir m_folder; // The compositor's user's.
     Environment m_environment;
     std::optional<ChildProcess> m_bus;
     std::optional<ChildProcess> m_process;
