@@ -43,13 +43,20 @@ void InputDevices::clickAt(QPoint at) {
     click();
 }
 
+void InputDevices::key(std::uint8_t keycode, bool press) {
+    if (m_wayland != nullptr)
+        m_wayland->client().key(keycode, press);
+    else
+        fake(press ? XCB_KEY_PRESS : XCB_KEY_RELEASE, keycode);
+}
+
 void InputDevices::tapKey(std::uint8_t keycode, std::uint8_t heldKey) {
     if (heldKey != 0)
-        fake(XCB_KEY_PRESS, heldKey);
-    fake(XCB_KEY_PRESS, keycode);
-    fake(XCB_KEY_RELEASE, keycode);
+        key(heldKey, true);
+    key(keycode, true);
+    key(keycode, false);
     if (heldKey != 0)
-        fake(XCB_KEY_RELEASE, heldKey);
+        key(heldKey, false);
 }
 
 void InputDevices::type(const std::string &text) {

@@ -45,12 +45,13 @@ public:
     void release(std::uint8_t button = 1);
     void click(std::uint8_t button = 1);
     void clickAt(QPoint at);
-    void tapKey(std::uint8_t keycode, std::uint8_t heldKey = 0);
+    void tapKey(std::uint8_t keycode, std::uint8_t heldKey = 0); // On sway without Shift's effect.
     // Digits and #, on a keyboard of the usual American kind.
     void type(const std::string &text);
     QPoint pointer() const { return m_wayland ? m_wayland->client().pointer() : m_connection.pointer(); }
 
 private:
+    void key(std::uint8_t keycode, bool press);
     void fake(std::uint8_t type, std::uint8_t detail, QPoint at = {});
 
     WaylandSession *m_wayland; // Null on X.

@@ -124,12 +124,14 @@ bool TestWindow::pressedAt(QPoint at) {
 
 bool TestWindow::focused() {
     if (m_wayland != nullptr)
-        return m_wayland->client().active();
+        return m_wayland->client().hasKeyboard();
     readEvents();
     return m_focused;
 }
 
 const std::vector<std::uint8_t> &TestWindow::keysPressed() {
+    if (m_wayland != nullptr)
+        return m_wayland->client().keys();
     readEvents();
     return m_keys;
 }

@@ -21,6 +21,7 @@ public:
 
     xcb_window_t id() const { return m_window; }
     void setPicture(const QImage &picture); // Again and again, if it is smaller than the window.
+    // These two on X alone.
     void fill(const QRect &area, QRgb colour);
     void raise();
 
@@ -29,7 +30,6 @@ public:
     // Whether a press came at this place since the last forget().
     bool pressedAt(QPoint at);
     bool focused();
-    // X alone.
     const std::vector<std::uint8_t> &keysPressed();
     void forget();
 

@@ -6,26 +6,28 @@
 #include <QPoint>
 #include <QRect>
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
 
 namespace companion::rig {
 
-// One program on a compositor that is the slide, the hand on the mouse and, where the compositor lets
+// One program on a compositor that is the slide, the hand on mouse and keys and, where the compositor lets
 // programs read the screen, the eye. Its one output begins at 0,0; all places are its device pixels.
 class WaylandClient {
 public:
     WaylandClient(const std::string &socket, double scale);
     ~WaylandClient();
 
-    QSize size() const;
+    QSize size() const; // Empty while the compositor has no output.
 
     void move(QPoint to);
-    void button(int number, bool press); // As X counts them.
-    QPoint pointer() const;              // Where move() has put it.
+    void button(int number, bool press);        // As X counts them.
+    QPoint pointer() const;                     // Where move() has put it.
+    void key(std::uint8_t keycode, bool press); // X's.
 
-    // Null where the compositor does not give it this way.
+    // Throws where the compositor does not give it this way.
     QImage picture(bool withCursor);
 
     // The slide: on all of the screen when this returns.
@@ -36,7 +38,8 @@ public:
         QPoint at;
     };
     const std::vector<Button> &buttons();
-    bool active(); // The slide has the keyboard.
+    const std::vector<std::uint8_t> &keys(); // X's codes of those pressed.
+    bool hasKeyboard();                      // The slide.
     void forget();
 
 private:
