@@ -39,14 +39,16 @@ struct EffectCase {
     const char *name;
     const char *type;
     int size;
-    bool compositor;
+    DesktopOptions desktop;
 };
+
+constexpr QSize kScreen(800, 600); // kPlaces lie on its edges.
 
 class EffectOf : public ::testing::TestWithParam<EffectCase> {};
 
 TEST_P(EffectOf, LiesAtThePointerAndNowhereElseHoweverItGotThere) {
-    const auto &[name, type, size, compositor] = GetParam();
-    Talk talk(effectSettings(type, size), {.size = {800, 600}, .compositor = compositor});
+    const auto &[name, type, size, desktop] = GetParam();
+    Talk talk(effectSettings(type, size), desktop);
     talk.companion.effectOn();
     talk.expectLook("the effect in the centre", effectLook(type, talk.desktop.centre(), size));
     for (const QPoint place : kPlaces) {
@@ -64,12 +66,16 @@ TEST_P(EffectOf, LiesAtThePointerAndNowhereElseHoweverItGotThere) {
     talk.expectPlainSlide();
 }
 
-INSTANTIATE_TEST_SUITE_P(TypesAndSizes, EffectOf,
-                         ::testing::Values(EffectCase{"Spotlight51", "1", 51, true},
-                                           EffectCase{"Spotlight150WithoutCompositor", "1", 150, false},
-                                           EffectCase{"Laser51WithoutCompositor", "2", 51, false},
-                                           EffectCase{"Laser150", "2", 150, true}),
-                         [](const auto &each) { return std::string(each.param.name); });
+INSTANTIATE_TEST_SUITE_P(
+    TypesAndSizes, EffectOf,
+    ::testing::Values(
+        EffectCase{"Spotlight51", "1", 51, {.size = kScreen}},
+        EffectCase{"Spotlight150WithoutCompositor", "1", 150, {.size = kScreen, .compositor = false}},
+        EffectCase{"Laser51WithoutCompositor", "2", 51, {.size = kScreen, .compositor = false}},
+        EffectCase{"Laser150", "2", 150, {.size = kScreen}},
+        EffectCase{"Spotlight51OnSway", "1", 51, {.size = kScreen, .wayland = Compositor::Sway}},
+        EffectCase{"Laser150OnKWin", "2", 150, {.size = kScreen, .wayland = Compositor::KWin}}),
+    [](const auto &each) { return std::string(each.param.name); });
 
 TEST(UndrawnEffect, LeavesTheScreenAndTheSettingsAsTheyAre) {
     const Settings garbage{{"LOCAL_MOUSETYPE", "1"}, {"LOCAL_BACKCOLOR", "garbage"}};

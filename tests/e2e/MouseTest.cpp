@@ -3,25 +3,35 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace companion::rig {
 namespace {
 
-class TakingEffect : public ::testing::TestWithParam<const char *> {};
+// The type of the effect, and Wayland's compositor.
+class TakingEffect : public ::testing::TestWithParam<std::tuple<const char *, Compositor>> {};
 
 TEST_P(TakingEffect, WindowBelowGetsEveryClickBeforeAndAfterTheEffectAndNoneDuringIt) {
-    Talk talk(Settings{{"LOCAL_MOUSETYPE", GetParam()}});
+    const auto [type, compositor] = GetParam();
+    Talk talk(Settings{{"LOCAL_MOUSETYPE", type}}, {.size = {800, 600}, .wayland = compositor});
     talk.expectFree({101, 102});
     talk.companion.effectOn();
     talk.slide.forget();
+    const auto expectKey = [&] {
+        talk.hand.tapKey(kKeyA);
+        waitUntil("the key", [&] { return talk.slide.keysPressed() == std::vector<std::uint8_t>{kKeyA}; });
+        EXPECT_TRUE(talk.slide.focused());
+    };
+    expectKey(); // The keyboard stays where it was.
     for (const QPoint place : {QPoint(0, 0), {103, 104}, {799, 599}, {400, 3}, {400, 300}}) {
         talk.hand.clickAt(place);
         letTimePass(30ms);
     }
     EXPECT_TRUE(talk.slide.buttons().empty());
-    // The keyboard stays where it was.
-    talk.hand.tapKey(kKeyA);
-    waitUntil("the key", [&] { return talk.slide.keysPressed() == std::vector<std::uint8_t>{kKeyA}; });
-    EXPECT_TRUE(talk.slide.focused());
+    if (compositor != Compositor::KWin) { // Its version 5 takes it for a click, until one on the slide.
+        talk.slide.forget();
+        expectKey();
+    }
 
     talk.companion.receiver("event 00");
     const auto through = waitUntil("a click that passes again", [&] {
@@ -32,9 +42,18 @@ TEST_P(TakingEffect, WindowBelowGetsEveryClickBeforeAndAfterTheEffectAndNoneDuri
     EXPECT_LT(through, kReleaseLimit);
     waitUntil("the click in the centre that ends the effect",
               [&] { return talk.slide.pressedAt(talk.desktop.centre()); });
+    talk.slide.forget();
+    expectKey();
 }
 
-INSTANTIATE_TEST_SUITE_P(SpotlightLaserZoom, TakingEffect, ::testing::Values("1", "2", "3"));
+INSTANTIATE_TEST_SUITE_P(SpotlightLaserZoom, TakingEffect,
+                         ::testing::Combine(::testing::Values("1", "2", "3"),
+                                            ::testing::Values(Compositor::None, Compositor::Sway,
+                                                              Compositor::KWin)),
+                         [](const auto &each) {
+                             return "Type" + std::string(std::get<0>(each.param)) + "On" +
+                                    nameOf(std::get<1>(each.param));
+                         });
 
 TEST(NormalMode, WindowBelowGetsEveryClickAlways) {
     Talk talk(Settings{{"LOCAL_MOUSETYPE", "0"}});

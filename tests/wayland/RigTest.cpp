@@ -74,7 +74,7 @@ TEST_P(RigOn, TwoDesktopsShowPixelsAndTakeClicksAndKeysEachForItselfAndLeaveNoth
 }
 
 INSTANTIATE_TEST_SUITE_P(Wayland, RigOn, ::testing::Values(Compositor::Sway, Compositor::KWin),
-                         [](const auto &each) { return each.param == Compositor::Sway ? "Sway" : "KWin"; });
+                         [](const auto &each) { return nameOf(each.param); });
 
 } // namespace
 } // namespace companion::rig

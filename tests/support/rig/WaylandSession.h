@@ -13,6 +13,11 @@ namespace companion::rig {
 
 enum class Compositor { None, Sway, KWin };
 
+// For the names of tests; X without a Wayland compositor.
+inline std::string nameOf(Compositor compositor) {
+    return compositor == Compositor::Sway ? "Sway" : compositor == Compositor::KWin ? "KWin" : "X";
+}
+
 // A compositor without hardware. Ready when the constructor returns, with the slide on its screen.
 class WaylandSession {
 public:
