@@ -177,5 +177,24 @@ TEST(Sway, AMouseOfAnyRateIsFollowedToItsLastPlaceWithTwoPicturesOfTheScreen) {
     EXPECT_LT(pictures() - calm, kSize.width() * kSize.height() * 4 / 1024 / 2);
 }
 
+TEST(Output, OfAnotherSizeDuringTheEffectHasTheEffectOnAllOfItAndIsFreeAfterIt) {
+    Talk talk(kSpotlight, {.size = kSize, .wayland = Compositor::Sway});
+    const QSize smaller(800, 600);
+    QImage plain(1, 1, QImage::Format_RGB32);
+    plain.fill(kSlideColour);
+    talk.companion.effectOn();
+    for (const QSize &size : {smaller, kSize}) {
+        const std::string mode = std::to_string(size.width()) + "x" + std::to_string(size.height());
+        talk.desktop.wayland()->tell({"output", "*", "mode", mode});
+        waitUntil("a screen of " + mode, [&] { return talk.desktop.size() == size; });
+        talk.slide.setPicture(plain);
+        talk.expectSpotlight({302, 222});
+        talk.expectSpotlight({size.width() - 20, size.height() - 20});
+    }
+    talk.companion.effectOff();
+    talk.expectPlainSlide();
+    talk.expectFree(kFree);
+}
+
 } // namespace
 } // namespace companion::rig

@@ -16,6 +16,7 @@
 #include <poll.h>
 
 #include <algorithm>
+#include <cmath>
 #include <optional>
 
 namespace companion::rig {
@@ -35,8 +36,7 @@ struct WaylandClient::State {
     wp_viewport *viewport = nullptr;
     std::unique_ptr<SharedPicture> shown;
 
-    std::uint32_t outputName = 0;
-    QSize mode; // Empty while there is no output.
+    QSize mode;
     QPoint pointer;
     QSize configured; // Points.
     bool isConfigured = false;
@@ -79,10 +79,8 @@ void WaylandClient::State::bind(wl_registry *registry, std::uint32_t name, const
     };
     take(compositor, wl_compositor_interface, 4);
     take(shm, wl_shm_interface, 1);
-    if (take(output, wl_output_interface, 2)) {
-        outputName = name;
+    if (take(output, wl_output_interface, 2))
         listenToOutput();
-    }
     take(seat, wl_seat_interface, 5);
     take(shell, xdg_wm_base_interface, 1);
     take(viewporter, wp_viewporter_interface, 1);
@@ -103,15 +101,7 @@ WaylandClient::WaylandClient(const std::string &socket, double scale) : m(std::m
                std::uint32_t version) {
                 static_cast<State *>(state)->bind(registry, name, interface, version);
             },
-        .global_remove =
-            [](void *data, wl_registry *, std::uint32_t name) {
-                auto &state = *static_cast<State *>(data);
-                if (state.output == nullptr || name != state.outputName)
-                    return;
-                wl_output_destroy(state.output);
-                state.output = nullptr; // The next one that comes takes its place.
-                state.mode = {};
-            }};
+        .global_remove = [](void *, wl_registry *, std::uint32_t) {}};
     wl_registry_add_listener(wl_display_get_registry(m->display), &kRegistry, m.get());
     m->roundtrip();
     m->means.seat = m->seat;
@@ -220,8 +210,8 @@ void WaylandClient::key(std::uint8_t keycode, bool press) {
 }
 
 QImage WaylandClient::picture(bool withCursor) {
-    if (m->copies == nullptr || m->output == nullptr)
-        throw std::runtime_error("there is no screen to be read, or it may not be");
+    if (m->copies == nullptr)
+        throw std::runtime_error("the compositor lets no program read the screen this way");
     return screenCopy(*m->display, *m->copies, *m->output, *m->shm, withCursor);
 }
 
@@ -253,11 +243,11 @@ void WaylandClient::showSlide(const QImage &picture) {
         wl_surface_commit(m->surface);
         waitUntil("a slide", [this] { return m->roundtrip(), m->isConfigured; });
         m->paint(picture);
-        // Not every compositor says before that how large the screen is.
-        waitUntil("a slide on all of the screen", [this] {
-            return m->roundtrip(), (m->configured.width() + 1) * m->scale > m->mode.width();
-        });
     }
+    // Not every compositor says before the first picture how large the screen is.
+    waitUntil("a slide on all of the screen", [this] {
+        return m->roundtrip(), std::abs(m->configured.width() * m->scale - m->mode.width()) < m->scale;
+    });
     m->paint(picture);
 }
 

@@ -20,7 +20,7 @@ public:
     WaylandClient(const std::string &socket, double scale);
     ~WaylandClient();
 
-    QSize size() const; // Empty while the compositor has no output.
+    QSize size() const;
 
     void move(QPoint to);
     void button(int number, bool press);        // As X counts them.
