@@ -1,10 +1,12 @@
 #include "platform/wayland/WaylandCursor.h"
 
+#include "core/RunBeside.h"
 #include "platform/wayland/WaylandOutputs.h"
 
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 
 namespace companion {
 namespace {
@@ -29,6 +31,7 @@ WaylandCursor::WaylandCursor(WaylandConnection &connection, WaylandPointers &poi
       m_outputs(outputs) {}
 
 void WaylandCursor::setHiddenUntilMouseMoves() {
+    loadArrow();
     if (m_hidden)
         return;
     m_hidden = true;
@@ -40,27 +43,48 @@ void WaylandCursor::show() {
     if (!m_hidden)
         return;
     m_hidden = false;
-    loadArrow();
     m_pointers.setCursor(m_arrow.get(), m_hotspotX, m_hotspotY);
 }
 
+// Of a theme the library reads every cursor from the disk: 16 ms on a fast one.
 void WaylandCursor::loadArrow() {
     const WaylandOutput *output = m_outputs.current();
     const int factor = output != nullptr ? output->factor : 1;
     if (factor == m_factor)
         return;
     m_factor = factor;
-    m_pointers.setCursor(nullptr, 0, 0);
-    m_arrow.reset();
-    m_theme.reset(
-        wl_cursor_theme_load(std::getenv("XCURSOR_THEME"), arrowSize() * factor, m_connection.shm()));
-    if (!m_theme)
-        return;
-    wl_cursor *arrow = wl_cursor_theme_get_cursor(m_theme.get(), "default");
+    const char *name = std::getenv("XCURSOR_THEME");
+    const auto load = [theme = std::string(name != nullptr ? name : ""), size = arrowSize() * factor,
+                       shm = m_connection.shm()] {
+        return std::shared_ptr<wl_cursor_theme>(
+            wl_cursor_theme_load(theme.empty() ? nullptr : theme.c_str(), size, shm),
+            [](wl_cursor_theme *old) {
+                if (old != nullptr)
+                    wl_cursor_theme_destroy(old);
+            });
+    };
+    runBeside<std::shared_ptr<wl_cursor_theme>>(
+        load, m_lifetime.guard([this, factor](const std::shared_ptr<wl_cursor_theme> &theme) {
+            if (factor != m_factor)
+                return;
+            m_pointers.setCursor(nullptr, 0, 0);
+            m_arrow.reset();
+            m_theme = theme;
+            if (theme)
+                takeArrowFrom(*theme);
+            if (!m_hidden)
+                m_pointers.setCursor(m_arrow.get(), m_hotspotX, m_hotspotY);
+            m_connection.flush();
+        }));
+}
+
+void WaylandCursor::takeArrowFrom(wl_cursor_theme &theme) {
+    wl_cursor *arrow = wl_cursor_theme_get_cursor(&theme, "default");
     if (arrow == nullptr)
-        arrow = wl_cursor_theme_get_cursor(m_theme.get(), "left_ptr");
+        arrow = wl_cursor_theme_get_cursor(&theme, "left_ptr");
     if (arrow == nullptr || arrow->image_count == 0)
         return;
+    const int factor = m_factor;
     wl_cursor_image *image = arrow->images[0];
     m_arrow.reset(wl_compositor_create_surface(m_connection.compositor()));
     const bool divides =

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/Lifetime.h"
 #include "platform/ports/CursorVisibility.h"
 #include "platform/wayland/WaylandPointers.h"
 
@@ -21,20 +22,19 @@ public:
     void show() override;
 
 private:
-    struct DestroyTheme {
-        void operator()(wl_cursor_theme *theme) const { wl_cursor_theme_destroy(theme); }
-    };
-
     void loadArrow();
+    void takeArrowFrom(wl_cursor_theme &theme);
 
     WaylandConnection &m_connection;
     WaylandPointers &m_pointers;
     WaylandOutputs &m_outputs;
     bool m_hidden = true; // As the pointers have it at first.
     int m_factor = 0;     // That the arrow is made for; 0: none yet.
-    std::unique_ptr<wl_cursor_theme, DestroyTheme> m_theme;
-    WaylandPtr<wl_surface> m_arrow; // Null without a theme: then the cursor stays hidden.
+    std::shared_ptr<wl_cursor_theme> m_theme;
+    WaylandPtr<wl_surface>
+        m_arrow; // Null before there is a theme, and without one: then the cursor stays hidden.
     int m_hotspotX = 0, m_hotspotY = 0;
+    Lifetime m_lifetime;
 };
 
 } // namespace companion
