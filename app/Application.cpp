@@ -1,10 +1,13 @@
 #include "app/Application.h"
 
+#include "app/ClickQuestion.h"
 #include "app/PresentedSettings.h"
 #include "core/Log.h"
 #include "core/ProcessEnd.h"
 #include "core/StartupId.h"
 #include "platform/dbus/KWinPictures.h"
+#include "platform/dbus/PortalMouse.h"
+#include "platform/dbus/PortalPictures.h"
 #include "platform/evdev/ReceiverKeys.h"
 #include "platform/hidapi/HidApiPort.h"
 #include "platform/instance/InstanceLock.h"
@@ -108,7 +111,8 @@ void Application::makeDesktopParts() {
         m_slideKeys = std::make_unique<VirtualSlideKeys>(m_virtualReceiver);
     else
         m_slideKeys = std::make_unique<ReceiverKeys>(m_queue, m_line.vendorId, m_line.productId);
-    m_pictures = makeKWinPictures(m_queue);
+    m_pictures = makeKWinPictures(m_queue, makePortalPictures(m_queue));
+    m_mouse = makePortalMouse(clickPermission());
 }
 
 bool Application::makePlatform(std::string &error) {
@@ -116,8 +120,8 @@ bool Application::makePlatform(std::string &error) {
         m_platform = makeX11Platform({m_queue, scaleOfScreen, chosenScreen()}, error);
     } else if (m_display == DisplayServer::Wayland) {
         makeDesktopParts();
-        m_platform =
-            makeWaylandPlatform({m_queue, chosenScreen(), m_slideKeys.get(), m_pictures.get()}, error);
+        m_platform = makeWaylandPlatform(
+            {m_queue, chosenScreen(), m_slideKeys.get(), m_pictures.get(), m_mouse.get()}, error);
     } else {
         m_platform = makeNullPlatform();
     }

@@ -78,27 +78,28 @@ bool applyAutostart(CommandLine &line, std::string_view value, std::string &erro
     return true;
 }
 
+template <CommandLine::Action action>
+bool applyAction(CommandLine &line, std::string_view, std::string &) {
+    line.action = action;
+    return true;
+}
+
 constexpr Option kOptions[] = {
     {"--settings", Value::None, "",
      "open the settings window, in the running program if there is one; start the program otherwise", true,
      [](CommandLine &line, std::string_view, std::string &) { return line.settings = true; }},
     {"--quit", Value::None, "", "end the running program, as its menu's \"Quit\" does; fine if none runs",
-     true,
-     [](CommandLine &line, std::string_view, std::string &) {
-         line.action = CommandLine::Action::Quit;
-         return true;
-     }},
+     true, applyAction<CommandLine::Action::Quit>},
     {"--autostart", Value::Required, "on|off",
      "start the program when you log in, or no longer, and end; concerns your account only", true,
      applyAutostart},
     {"--demo", Value::None, "", "show each effect in turn with a receiver that needs no hardware, then end",
      true, [](CommandLine &line, std::string_view, std::string &) { return line.demo = true; }},
+    {"--allow-clicks", Value::None, "",
+     "let the desktop ask whether the program may click, for a Wayland desktop that wants it asked, and end",
+     true, applyAction<CommandLine::Action::AllowClicks>},
     {"--doctor", Value::None, "", "tell what the program finds on this machine and what it lacks, and end",
-     true,
-     [](CommandLine &line, std::string_view, std::string &) {
-         line.action = CommandLine::Action::Doctor;
-         return true;
-     }},
+     true, applyAction<CommandLine::Action::Doctor>},
     {"--screen", Value::Required, "main|pointer|NAME",
      "show the effects on the main screen, on the one that the mouse is on, or on the one with this name "
      "(--doctor lists them)",
@@ -114,15 +115,8 @@ constexpr Option kOptions[] = {
      "that is made at PATH",
      false, applyVirtualReceiver},
     {"--version", Value::None, "", "print the version and end", false,
-     [](CommandLine &line, std::string_view, std::string &) {
-         line.action = CommandLine::Action::Version;
-         return true;
-     }},
-    {"--help", Value::None, "", "print this text and end", false,
-     [](CommandLine &line, std::string_view, std::string &) {
-         line.action = CommandLine::Action::Help;
-         return true;
-     }},
+     applyAction<CommandLine::Action::Version>},
+    {"--help", Value::None, "", "print this text and end", false, applyAction<CommandLine::Action::Help>},
 };
 
 std::string quoted(std::string_view text) {

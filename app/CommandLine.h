@@ -11,7 +11,7 @@ enum class DisplayServer { X11, Wayland, None };
 
 // What one run was asked for.
 struct CommandLine {
-    enum class Action { Run, Quit, AutostartOn, AutostartOff, Doctor, Help, Version };
+    enum class Action { Run, Quit, AutostartOn, AutostartOff, AllowClicks, Doctor, Help, Version };
 
     Action action = Action::Run;
     bool settings = false; // With the settings window, here or in the instance that runs already.

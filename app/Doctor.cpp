@@ -89,9 +89,10 @@ DoctorFinding overlay(const DoctorFacts &) {
 DoctorFinding click(const DoctorFacts &facts) {
     if (!facts.waylandClick.empty())
         return {Kind::Fine, "click", "by " + facts.waylandClick, {}};
-    return {Kind::Flaw, "click", "the compositor lets us not click the middle of the screen",
-            "on Plasma, install the program: its desktop entry asks for the right; else click the slides "
-            "yourself"};
+    return {
+        Kind::Flaw, "click", "the compositor lets us not click the middle of the screen",
+        "on Plasma, install the program: its desktop entry asks for the right; elsewhere let the desktop\n"
+        "ask you: presenter-companion --allow-clicks"};
 }
 
 DoctorFinding still(const DoctorFacts &facts) {

@@ -1,3 +1,4 @@
+#include "app/ClickQuestion.h"
 #include "app/Doctor.h"
 #include "app/WaylandSession.h"
 #include "platform/dbus/KWinPictures.h"
@@ -101,6 +102,8 @@ DoctorFacts gatherDoctorFacts(const ReceiverIdentity &receiver, std::optional<Di
         for (const auto &screen : desktop.screens)
             facts.screens.push_back(describe(screen, screen.scale));
         facts.waylandClick = desktop.click;
+        if (facts.waylandClick.empty() && !clickPermission().word().isEmpty())
+            facts.waylandClick = "the desktop's portal, as you have allowed";
         facts.waylandStill = desktop.still.empty() && kwinRuns() ? "KWin's ScreenShot2" : desktop.still;
         facts.eventNodes = findEventNodes(receiver.vendorId, receiver.productId);
     } else if (x11ServerAnswers(facts.serverError)) {

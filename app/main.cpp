@@ -1,5 +1,6 @@
 #include "app/Application.h"
 #include "app/Autostart.h"
+#include "app/ClickQuestion.h"
 #include "app/CommandLine.h"
 #include "app/DisplayChoice.h"
 #include "app/Doctor.h"
@@ -154,6 +155,10 @@ int main(int argc, char **argv) {
     if (line->action == CommandLine::Action::AutostartOn || line->action == CommandLine::Action::AutostartOff)
         return setAutostart(line->action == CommandLine::Action::AutostartOn);
     int qtArgumentCount = 1; // Our options are not Qt's.
+    if (line->action == CommandLine::Action::AllowClicks) {
+        disableUselessSessionBus();
+        return askUserForClicks(qtArgumentCount, argv);
+    }
     if (line->action == CommandLine::Action::Doctor)
         return runDoctor(*line, qtArgumentCount, argv);
 

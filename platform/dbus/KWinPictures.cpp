@@ -25,33 +25,43 @@ constexpr std::size_t kMostOpen = 4;
 
 class KWinPictures final : public DesktopPictures {
 public:
-    explicit KWinPictures(MainQueue &queue) : m_queue(queue) {}
+    KWinPictures(MainQueue &queue, std::unique_ptr<DesktopPictures> otherwise)
+        : m_queue(queue),
+          m_otherwise(std::move(otherwise)) {}
 
     void take(const Place &place, Done done) override;
     void probe(const Place &place) override;
 
 private:
     struct Request {
+        Place place;
         Done done;
         PixelPipe pipe;
         std::unique_ptr<QDBusPendingCallWatcher> answer;
     };
 
     void answered(std::uint64_t number);
+    void failed(const Place &place, const std::string &reason);
     void finish(std::uint64_t number, bool good);
 
     MainQueue &m_queue;
+    std::unique_ptr<DesktopPictures> m_otherwise;
     std::map<std::uint64_t, Request> m_open;
     std::uint64_t m_last = 0;
-    bool m_told = false;
+    bool m_worked = false; // Once.
+    bool m_told = false;   // Of a failure.
+    bool m_turnedAway = false;
     Lifetime m_lifetime;
 };
 
 void KWinPictures::take(const Place &place, Done done) {
+    if (m_turnedAway)
+        return m_otherwise->take(place, std::move(done));
     if (m_open.size() >= kMostOpen) // One that does not answer is not to fill the memory.
         finish(m_open.begin()->first, false);
     const std::uint64_t number = ++m_last;
     Request &request = m_open[number];
+    request.place = place;
     request.done = std::move(done);
     if (!request.pipe.open())
         return finish(number, false);
@@ -73,12 +83,13 @@ void KWinPictures::answered(std::uint64_t number) {
     if (found == m_open.end())
         return;
     const QDBusPendingReply<QVariantMap> reply = *found->second.answer;
+    // With it goes the last of our own copies of the writer's end.
+    found->second.answer.release()->deleteLater();
     if (reply.isError()) {
-        if (!std::exchange(m_told, true))
-            Log::line("KWin gives no pictures of the screen, so the magnifier stays empty: " +
-                      reply.error().message().toStdString());
+        failed(found->second.place, reply.error().message().toStdString());
         return finish(number, false);
     }
+    m_worked = true;
     const QVariantMap picture = reply.value();
     const auto count = [&picture](const char *name) { return picture.value(QLatin1String(name)).toInt(); };
     const int format = count("format");
@@ -87,6 +98,16 @@ void KWinPictures::answered(std::uint64_t number) {
     found->second.pipe.read({count("width"), count("height")}, count("stride"),
                             static_cast<QImage::Format>(format),
                             [this, number](bool complete) { finish(number, complete); });
+}
+
+// The user is asked by the other way at the start only.
+void KWinPictures::failed(const Place &place, const std::string &reason) {
+    if (std::exchange(m_told, true))
+        return;
+    m_turnedAway = m_otherwise != nullptr && !m_worked;
+    if (m_turnedAway)
+        return m_otherwise->probe(place);
+    Log::line("KWin gives no pictures of the screen, so the magnifier stays empty: " + reason);
 }
 
 // On a later turn: the request is in the middle of telling.
@@ -109,8 +130,11 @@ bool kwinRuns() {
     return bus.isConnected() && bus.interface()->isServiceRegistered(kService);
 }
 
-std::unique_ptr<DesktopPictures> makeKWinPictures(MainQueue &queue) {
-    return kwinRuns() ? std::make_unique<KWinPictures>(queue) : nullptr;
+std::unique_ptr<DesktopPictures> makeKWinPictures(MainQueue &queue,
+                                                  std::unique_ptr<DesktopPictures> otherwise) {
+    if (!kwinRuns())
+        return otherwise;
+    return std::make_unique<KWinPictures>(queue, std::move(otherwise));
 }
 
 } // namespace companion

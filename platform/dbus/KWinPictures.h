@@ -7,11 +7,13 @@
 
 namespace companion {
 
-// Pictures by KWin's interface org.kde.KWin.ScreenShot2, which it gives to programs whose desktop entry asks
-// for it and names their file by its absolute path. Null where no KWin is on the session bus.
-// Whether there is one.
+// Whether one is on the session bus.
 bool kwinRuns();
 
-std::unique_ptr<DesktopPictures> makeKWinPictures(MainQueue &queue);
+// Pictures by KWin's interface org.kde.KWin.ScreenShot2, which it gives to programs whose desktop entry asks
+// for it and names their file by its absolute path. From `otherwise`, which may be null, if it refuses, and
+// where no KWin runs.
+std::unique_ptr<DesktopPictures> makeKWinPictures(MainQueue &queue,
+                                                  std::unique_ptr<DesktopPictures> otherwise);
 
 } // namespace companion

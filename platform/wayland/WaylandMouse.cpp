@@ -59,7 +59,7 @@ void WaylandMouse::post(SyntheticMouseEvent event, QPointF where) {
         postVirtual(event, where);
     else if (m_feigned)
         postFeigned(event, where);
-    else if (m_other != nullptr)
+    else if (m_other != nullptr && m_outputs.desktop() == m_outputs.current()->logical)
         m_other->post(event, where);
     m_connection.flush();
     if (moves && m_moved)

@@ -10,7 +10,8 @@
 namespace companion {
 
 // Clicks by whatever the compositor has for it: a virtual pointer on the overlay's screen, or the desktop's
-// way to feign input; else by `other`, which may be null: then nothing is clicked.
+// way to feign input; else by `other`, which may be null: then nothing is clicked. It may not know one screen
+// from another, and is left out where there are several.
 //
 // A press while the overlay takes the mouse would go to the overlay and mean nothing, and one compositor
 // would take the keyboard from the slides for it: it is left out, and the motion is told on.

@@ -38,6 +38,8 @@ TEST(CommandLineParsing, ThingsThatExcludeEachOtherAreRefusedByName) {
         {{"--autostart"}, {"--autostart", "on|off"}},
         {{"--autostart", "--quit"}, {"--autostart", "--quit"}},
         {{"--quit=now"}, {"--quit=now"}},
+        {{"--allow-clicks", "--doctor"}, {"--allow-clicks", "--doctor"}},
+        {{"--platform=mir"}, {"--platform", "x11", "wayland", "mir"}},
     };
     for (const Case &each : cases) {
         SCOPED_TRACE(::testing::PrintToString(each.arguments));
