@@ -8,41 +8,9 @@ slide=$2
 pictures=$3
 shift 3
 
-scratch=$(mktemp -d)
-children=()
-clean_up() {
-    for child in "${children[@]}"; do
-        kill "$child" 2>/dev/null || true
-    done
-    rm -rf "$scratch"
-}
-trap clean_up EXIT
-
-wait_for() { # WHAT COMMAND...: at most 15 s
-    local what=$1
-    shift
-    for ((i = 0; i < 150; i++)); do
-        "$@" >/dev/null 2>&1 && return
-        sleep 0.1
-    done
-    echo "Waited 15 s in vain for $what." >&2
-    exit 1
-}
-
-export HOME=$scratch XDG_CONFIG_HOME=$scratch/config XDG_CACHE_HOME=$scratch/cache XDG_RUNTIME_DIR=$scratch
-mkdir -p "$XDG_CONFIG_HOME" "$XDG_CACHE_HOME"
-
-Xvfb -displayfd 3 -noreset -screen 0 1920x1080x24 3>"$scratch/display" 2>"$scratch/xvfb.log" &
-children+=($!)
-wait_for "the virtual screen" grep -q . "$scratch/display"
-DISPLAY=:$(<"$scratch/display")
-export DISPLAY
-openbox --sm-disable >"$scratch/openbox.log" 2>&1 &
-children+=($!)
-window_manager_is_up() {
-    xprop -root -notype _NET_SUPPORTING_WM_CHECK | grep -q '#'
-}
-wait_for "the window manager" window_manager_is_up # It loses windows that are shown while it starts.
+source "$(dirname "$0")/virtual-screen.sh"
+start_screen 1920x1080
+start_window_manager
 picom --config /dev/null --backend xrender >"$scratch/picom.log" 2>&1 &
 children+=($!)
 

@@ -16,15 +16,31 @@ std::string text(const Figure &figure) {
     return buffer;
 }
 
+Figure ratio(const Figure &a, const Figure &b) {
+    return a && b && *b > 0 ? Figure(*a / *b) : Figure();
+}
+
 std::string ratio(const Row &row) {
-    if (!row.program || !row.floor || *row.floor <= 0)
+    const Figure programToFloor = ratio(row.program, row.floor);
+    if (!programToFloor)
         return "";
     char buffer[40];
-    std::snprintf(buffer, sizeof buffer, "%.2f", *row.program / *row.floor);
+    std::snprintf(buffer, sizeof buffer, "%.2f", *programToFloor);
     return buffer;
 }
 
 } // namespace
+
+Row largeToSmall(const Row &large, const Row &small, const std::string &target) {
+    std::string name = large.name;
+    name.replace(name.find("4K"), 2, "4K to 1080p");
+    return {name,
+            "",
+            target,
+            ratio(large.program, small.program),
+            ratio(large.floor, small.floor),
+            ratio(large.baseline, small.baseline)};
+}
 
 void print(const std::vector<Row> &rows) {
     const bool naive =

@@ -19,6 +19,9 @@ struct Row {
     Figure baseline;
 };
 
+// How much more the screen of 4K costs than that of 1080p.
+Row largeToSmall(const Row &large, const Row &small, const std::string &target);
+
 // As a Markdown table, which is also readable as it is. Without the naive way where no row has it.
 void print(const std::vector<Row> &rows);
 

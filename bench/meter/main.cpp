@@ -14,21 +14,6 @@ using namespace companion::bench;
 
 namespace {
 
-// How much more the large screen costs.
-Row largeToSmall(const Row &large, const Row &small) {
-    const auto ratio = [](const Figure &a, const Figure &b) {
-        return a && b && *b > 0 ? Figure(*a / *b) : Figure();
-    };
-    std::string name = large.name;
-    name.replace(name.find("4K"), 2, "4K to 1080p");
-    return {name,
-            "",
-            "1.3",
-            ratio(large.program, small.program),
-            ratio(large.floor, small.floor),
-            ratio(large.baseline, small.baseline)};
-}
-
 bool compared(const Row &row) {
     return row.name.find("median") != std::string::npos ||
            row.name.find("program's CPU per event, 125") != std::string::npos;
@@ -46,7 +31,7 @@ std::vector<Row> measure(const Effort &effort, const std::vector<std::string> &e
         rows.insert(rows.end(), large.begin(), large.end());
         for (std::size_t i = 0; i < small.size(); ++i)
             if (compared(large[i]))
-                ratios.push_back(largeToSmall(large[i], small[i]));
+                ratios.push_back(largeToSmall(large[i], small[i], "1.3"));
         std::fprintf(stderr, "%s measured\n", effect.c_str());
     }
     rows.insert(rows.end(), ratios.begin(), ratios.end());

@@ -14,16 +14,6 @@ using namespace companion::bench;
 
 namespace {
 
-// How much more the large screen costs.
-Row largeToSmall(const Row &large, const Row &small) {
-    const auto ratio = [](const Figure &a, const Figure &b) {
-        return a && b && *b > 0 ? Figure(*a / *b) : Figure();
-    };
-    std::string name = large.name;
-    name.replace(name.find("4K"), 2, "4K to 1080p");
-    return {name, "", "1", ratio(large.program, small.program), ratio(large.floor, small.floor), {}};
-}
-
 std::vector<Row> measure(const Effort &effort, const std::vector<std::string> &effects, bool rest) {
     const QSize hd(1920, 1080);
     const QSize uhd(3840, 2160);
@@ -39,7 +29,7 @@ std::vector<Row> measure(const Effort &effort, const std::vector<std::string> &e
         add(large);
         for (std::size_t i = 0; i < small.size(); ++i)
             if (large[i].name.find("program's CPU") != std::string::npos)
-                ratios.push_back(largeToSmall(large[i], small[i]));
+                ratios.push_back(largeToSmall(large[i], small[i], "1"));
         std::fprintf(stderr, "%s measured\n", effect.c_str());
     }
     add(ratios);
