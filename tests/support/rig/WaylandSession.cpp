@@ -27,6 +27,11 @@ Command asOrdinaryUser(Command command) {
     return command;
 }
 
+void giveToOrdinaryUser(const std::filesystem::path &path) {
+    if (chown(path.c_str(), kNobody, kNobody) != 0)
+        throw std::runtime_error("cannot give away " + path.string());
+}
+
 std::string number(double value) {
     return QString::number(value).toStdString();
 }
@@ -75,8 +80,8 @@ WaylandSession::WaylandSession(Compositor compositor, const QSize &size, double 
     }
     if (compositor == Compositor::Sway && geteuid() == 0) {
         for (const auto &each : std::filesystem::directory_iterator(file(".")))
-            static_cast<void>(chown(each.path().c_str(), kNobody, kNobody));
-        static_cast<void>(chown(file(".").c_str(), kNobody, kNobody));
+            giveToOrdinaryUser(each.path());
+        giveToOrdinaryUser(file("."));
     }
     m_process.emplace(compositor == Compositor::Sway ? asOrdinaryUser(command) : command, m_environment);
     waitUntil("a compositor", [this, scale] {
