@@ -2,6 +2,7 @@
 
 #include "app/ClickQuestion.h"
 #include "app/PresentedSettings.h"
+#include "app/WaylandSession.h"
 #include "core/Log.h"
 #include "core/ProcessEnd.h"
 #include "core/StartupId.h"
@@ -112,14 +113,17 @@ void Application::makeDesktopParts() {
     else
         m_slideKeys = std::make_unique<ReceiverKeys>(m_queue, m_line.vendorId, m_line.productId);
     m_pictures = makeKWinPictures(m_queue, makePortalPictures(m_queue));
-    m_mouse = makePortalMouse(clickPermission());
+    m_mouse = makePortalMouse(m_queue, clickPermission());
 }
 
 bool Application::makePlatform(std::string &error) {
-    if (m_display == DisplayServer::X11) {
-        m_platform = makeX11Platform({m_queue, scaleOfScreen, chosenScreen()}, error);
-    } else if (m_display == DisplayServer::Wayland) {
+    if (isWaylandSession() || m_display == DisplayServer::Wayland)
         makeDesktopParts();
+    if (m_display == DisplayServer::X11) {
+        m_platform = makeX11Platform(
+            {m_queue, scaleOfScreen, chosenScreen(), {}, m_slideKeys.get(), m_pictures.get(), m_mouse.get()},
+            error);
+    } else if (m_display == DisplayServer::Wayland) {
         m_platform = makeWaylandPlatform(
             {m_queue, chosenScreen(), m_slideKeys.get(), m_pictures.get(), m_mouse.get()}, error);
     } else {

@@ -31,10 +31,10 @@ namespace companion {
 
 class HidPort;
 class InstanceLock;
+class DesktopMouse;
 class DesktopPictures;
 class Platform;
 class SlideKeys;
-class SyntheticMouse;
 class PresentedSettings;
 
 // Builds the program's objects with their dependencies, in the order of start-up, and starts it. The only
@@ -80,7 +80,7 @@ private:
     VirtualReceiver m_virtualReceiver;
     std::unique_ptr<SlideKeys> m_slideKeys;
     std::unique_ptr<DesktopPictures> m_pictures;
-    std::unique_ptr<SyntheticMouse> m_mouse; // The desktop's, if the user allows it.
+    std::unique_ptr<DesktopMouse> m_mouse; // The desktop's, if the user allows it.
     std::unique_ptr<Platform> m_platform;
     QObject m_context; // The toolkit's news about screens end with it.
     std::unique_ptr<ReceiverFeed> m_feed;

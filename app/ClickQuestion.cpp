@@ -1,5 +1,6 @@
 #include "app/ClickQuestion.h"
 
+#include "core/QtMainQueue.h"
 #include "platform/dbus/Portals.h"
 #include "settings/SettingsStore.h"
 
@@ -30,7 +31,8 @@ int askUserForClicks(int argumentCount, char **arguments) {
     std::puts("The desktop asks now whether this program may control the mouse. It clicks the middle of the\n"
               "screen when an effect starts and ends, so that the slides keep the keyboard.");
     std::fflush(stdout);
-    const auto question = askForClicks(clickPermission(), [](bool given, const char *reason) {
+    QtMainQueue queue;
+    const auto question = askForClicks(queue, clickPermission(), [](bool given, const char *reason) {
         if (given)
             std::puts("Allowed from the next start on.");
         else

@@ -1,7 +1,5 @@
 #include "app/Doctor.h"
 
-#include "app/WaylandSession.h"
-
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
@@ -74,23 +72,23 @@ DoctorFinding version(const DoctorFacts &facts) {
 }
 
 DoctorFinding session(const DoctorFacts &facts) {
-    if (facts.sessionType != "wayland" || facts.drawsOnWayland)
-        return {
-            Kind::Fine, "session", facts.sessionType.empty() ? "of no known type" : facts.sessionType, {}};
-    return {Kind::Flaw, "session",
-            std::string(kWaylandLimits) + (facts.waylandLack.empty() ? "" : ": ") + facts.waylandLack,
-            "log in to an X11 session (often \"Xorg\" in the login screen's menu)"};
+    std::string type = facts.sessionType.empty() ? "of no known type" : facts.sessionType;
+    if (facts.goesThroughXwayland())
+        type += ", through XWayland" + (facts.waylandLack.empty() ? "" : ": " + facts.waylandLack);
+    return {Kind::Fine, "session", type, {}};
 }
 
 DoctorFinding overlay(const DoctorFacts &) {
-    return {Kind::Fine, "overlay", "above all windows of Wayland, and takes the mouse there", {}};
+    return {Kind::Fine, "overlay", "above all windows, and takes the mouse there", {}};
 }
 
 DoctorFinding click(const DoctorFacts &facts) {
     if (!facts.waylandClick.empty())
         return {Kind::Fine, "click", "by " + facts.waylandClick, {}};
     return {
-        Kind::Flaw, "click", "the compositor lets us not click the middle of the screen",
+        Kind::Flaw, "click",
+        facts.goesThroughXwayland() ? "in the middle of the screen, it reaches X11 windows only"
+                                    : "the compositor lets us not click the middle of the screen",
         "on Plasma, install the program: its desktop entry asks for the right; elsewhere let the desktop\n"
         "ask you: presenter-companion --allow-clicks"};
 }
@@ -98,8 +96,10 @@ DoctorFinding click(const DoctorFacts &facts) {
 DoctorFinding still(const DoctorFacts &facts) {
     if (!facts.waylandStill.empty())
         return {Kind::Fine, "pictures", "by " + facts.waylandStill, {}};
-    return {Kind::Flaw, "pictures", "the compositor gives none: the magnifier stays empty",
-            "use another effect, or a compositor that has one of the protocols for pictures of the screen"};
+    return {Kind::Flaw, "pictures",
+            facts.goesThroughXwayland() ? "the desktop gives none: the magnifier shows X11 windows only"
+                                        : "the desktop gives none: the magnifier stays empty",
+            "install your desktop's portal, such as xdg-desktop-portal-gnome, or use another effect"};
 }
 
 DoctorFinding keys(const DoctorFacts &facts) {
@@ -229,7 +229,7 @@ struct Check {
         if (needsReceiver && facts.nodes.empty())
             return false;
         const bool serves = facts.drawsOnWayland || facts.serverError.empty();
-        return display == Of::Every || (display == Of::Wayland && facts.drawsOnWayland) ||
+        return display == Of::Every || (display == Of::Wayland && serves && facts.sessionType == "wayland") ||
                (display == Of::X11 && !facts.drawsOnWayland && (serves || examine == server)) ||
                (display == Of::Screens && serves);
     }

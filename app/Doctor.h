@@ -21,10 +21,11 @@ struct DoctorFacts {
     std::vector<EventNode> eventNodes = {};
     std::string ruleFile; // That names the receiver; empty: none.
 
-    std::string sessionType;                          // "x11", "wayland", "tty"; empty: unknown.
-    bool drawsOnWayland = false;                      // And needs no X server then.
-    std::string waylandLack = {};                     // Why not, in a Wayland session.
-    std::string waylandClick = {}, waylandStill = {}; // What these are made with; empty: nothing.
+    std::string sessionType;      // "x11", "wayland", "tty"; empty: unknown.
+    bool drawsOnWayland = false;  // And needs no X server then.
+    std::string waylandLack = {}; // Why not, in a Wayland session.
+    // What these are made with in a Wayland session; empty: nothing.
+    std::string waylandClick = {}, waylandStill = {};
     std::string display;
     std::string serverError;   // Empty: the X server lets us in. What follows is only known then.
     std::string serverLack;    // Empty: the X server has all that the overlay stands on.
@@ -37,6 +38,8 @@ struct DoctorFacts {
 
     std::string settingsFile;
     bool settingsWritable = false;
+
+    bool goesThroughXwayland() const { return sessionType == "wayland" && !drawsOnWayland; }
 };
 
 struct DoctorFinding {

@@ -2,6 +2,7 @@
 #include "app/Doctor.h"
 #include "app/WaylandSession.h"
 #include "platform/dbus/KWinPictures.h"
+#include "platform/dbus/Portals.h"
 #include "platform/qt/QtTray.h"
 #include "platform/wayland/WaylandDesktop.h"
 #include "platform/wayland/WaylandPlatform.h"
@@ -38,6 +39,18 @@ bool names(const std::filesystem::path &rules, const std::string &device) {
 }
 
 // The one that comes first by its name, as udev orders them.
+void addWhatTheDesktopGives(DoctorFacts &facts) {
+    facts.eventNodes = findEventNodes(facts.receiver.vendorId, facts.receiver.productId);
+    if (facts.waylandClick.empty() && !clickPermission().word().isEmpty())
+        facts.waylandClick = "the desktop's portal, as you have allowed";
+    if (!facts.waylandStill.empty())
+        return;
+    if (kwinRuns())
+        facts.waylandStill = "KWin's ScreenShot2";
+    else if (portalHas(kScreenshotPortal))
+        facts.waylandStill = "the desktop's portal, which asks you when the program starts";
+}
+
 std::string ruleFileFor(const ReceiverIdentity &receiver) {
     char device[32];
     std::snprintf(device, sizeof device, "0003:%04X:%04X.", receiver.vendorId, receiver.productId);
@@ -102,10 +115,7 @@ DoctorFacts gatherDoctorFacts(const ReceiverIdentity &receiver, std::optional<Di
         for (const auto &screen : desktop.screens)
             facts.screens.push_back(describe(screen, screen.scale));
         facts.waylandClick = desktop.click;
-        if (facts.waylandClick.empty() && !clickPermission().word().isEmpty())
-            facts.waylandClick = "the desktop's portal, as you have allowed";
-        facts.waylandStill = desktop.still.empty() && kwinRuns() ? "KWin's ScreenShot2" : desktop.still;
-        facts.eventNodes = findEventNodes(receiver.vendorId, receiver.productId);
+        facts.waylandStill = desktop.still;
     } else if (x11ServerAnswers(facts.serverError)) {
         if (facts.sessionType == "wayland")
             waylandSuffices(facts.waylandLack);
@@ -118,6 +128,8 @@ DoctorFacts gatherDoctorFacts(const ReceiverIdentity &receiver, std::optional<Di
         for (const auto &screen : desktop.screens)
             facts.screens.push_back(describe(screen, scaleOf(screen.name)));
     }
+    if (facts.sessionType == "wayland")
+        addWhatTheDesktopGives(facts);
     if (qGuiApp != nullptr)
         facts.statusNotifierTray = statusNotifierTrayRuns(kPatienceWithTray);
     const QString settings = SettingsStore::defaultPath();

@@ -175,7 +175,7 @@ int main(int argc, char **argv) {
     if (!display)
         return fail(error, kCannotRun);
     if (*display == DisplayServer::X11 && isWaylandSession())
-        Log::line(kWaylandLimits);
+        Log::line("Wayland session, through XWayland: --doctor tells what that costs");
     if (!claim.text.empty())
         Log::line("further starts cannot reach this one: " + claim.text);
 

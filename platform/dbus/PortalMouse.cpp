@@ -16,6 +16,8 @@
 
 #include <linux/input-event-codes.h>
 
+#include <chrono>
+#include <deque>
 #include <utility>
 
 namespace companion {
@@ -24,14 +26,16 @@ namespace {
 constexpr unsigned kPointer = 2;
 constexpr unsigned kUntilRevoked = 2;
 constexpr double kFurtherThanAnyScreen = 1e5; // Points.
+constexpr std::chrono::milliseconds kBetweenEvents{30};
 constexpr qint64 kLongestWord = 4096;
 
-class PortalMouse final : public SyntheticMouse {
+class PortalMouse final : public DesktopMouse {
 public:
     using Done = std::function<void(bool given, const char *reason)>;
 
-    PortalMouse(ClickPermission permission, Done done)
-        : m_permission(std::move(permission)),
+    PortalMouse(MainQueue &queue, ClickPermission permission, Done done)
+        : m_queue(queue),
+          m_permission(std::move(permission)),
           m_done(std::move(done)) {
         ask("CreateSession", {}, {{QStringLiteral("session_handle_token"), QStringLiteral("companion")}},
             &PortalMouse::created);
@@ -44,7 +48,7 @@ public:
     }
 
     bool available() const override { return !m_failed; }
-    void post(SyntheticMouseEvent event, QPointF where) override;
+    void post(SyntheticMouseEvent event, QPointF where, QSizeF desktop) override;
 
 private:
     using Step = void (PortalMouse::*)(const QVariantMap &results);
@@ -54,13 +58,20 @@ private:
     void selected(const QVariantMap &results);
     void started(const QVariantMap &results);
     void end(const char *reason);
-    void notify(const char *method, const QVariantList &what) const;
-    void move(QPointF by) const { notify("NotifyPointerMotion", {by.x(), by.y()}); }
+    struct Event {
+        const char *method;
+        QVariantList what;
+    };
+    void add(const Event &event);
+    void move(QPointF by) { add({"NotifyPointerMotion", {by.x(), by.y()}}); }
+    void sendNext();
 
+    MainQueue &m_queue;
     const ClickPermission m_permission;
     Done m_done;
     QDBusObjectPath m_session;
     std::unique_ptr<PortalRequest> m_request;
+    std::deque<Event> m_toSend; // The first one has been.
     bool m_started = false;
     bool m_failed = false;
     Lifetime m_lifetime;
@@ -111,20 +122,35 @@ void PortalMouse::end(const char *reason) {
         done(false, reason);
 }
 
-void PortalMouse::notify(const char *method, const QVariantList &what) const {
-    const QVariantList whose{QVariant::fromValue(m_session), QVariantMap()};
-    QDBusConnection::sessionBus().asyncCall(
-        portalCall(kRemoteDesktopPortal, QString::fromLatin1(method), whose + what));
+void PortalMouse::add(const Event &event) {
+    m_toSend.push_back(event);
+    if (m_toSend.size() == 1)
+        sendNext();
 }
 
-void PortalMouse::post(SyntheticMouseEvent event, QPointF where) {
+// One by one: desktops were seen to press before they have moved.
+void PortalMouse::sendNext() {
+    const QVariantList whose{QVariant::fromValue(m_session), QVariantMap()};
+    const Event &event = m_toSend.front();
+    QDBusConnection::sessionBus().asyncCall(
+        portalCall(kRemoteDesktopPortal, QString::fromLatin1(event.method), whose + event.what));
+    m_queue.post(kBetweenEvents, m_lifetime.guard([this] {
+        m_toSend.pop_front();
+        if (!m_toSend.empty())
+            sendNext();
+    }));
+}
+
+// There are only steps: from the corner at the bottom right, as others open something when the mouse is
+// pushed into them.
+void PortalMouse::post(SyntheticMouseEvent event, QPointF where, QSizeF desktop) {
     if (!m_started || m_failed)
         return;
     if (event == SyntheticMouseEvent::MouseMoved) {
-        move({-kFurtherThanAnyScreen, -kFurtherThanAnyScreen});
-        return move(where);
+        move({kFurtherThanAnyScreen, kFurtherThanAnyScreen});
+        return move(where - QPointF(desktop.width() - 1, desktop.height() - 1));
     }
-    notify("NotifyPointerButton", {BTN_LEFT, event == SyntheticMouseEvent::LeftMouseDown ? 1U : 0U});
+    add({"NotifyPointerButton", {BTN_LEFT, event == SyntheticMouseEvent::LeftMouseDown ? 1U : 0U}});
 }
 
 } // namespace
@@ -145,18 +171,18 @@ bool ClickPermission::keep(const QString &word) const {
     return file.commit();
 }
 
-std::unique_ptr<SyntheticMouse> makePortalMouse(const ClickPermission &permission) {
+std::unique_ptr<DesktopMouse> makePortalMouse(MainQueue &queue, const ClickPermission &permission) {
     if (!QDBusConnection::sessionBus().isConnected() || permission.word().isEmpty())
         return nullptr;
-    return std::make_unique<PortalMouse>(permission, [](bool given, const char *reason) {
+    return std::make_unique<PortalMouse>(queue, permission, [](bool given, const char *reason) {
         if (!given)
             Log::line(std::string(reason) + ": effects start and end without the click in the centre");
     });
 }
 
-std::unique_ptr<SyntheticMouse> askForClicks(const ClickPermission &permission,
-                                             std::function<void(bool, const char *)> done) {
-    return std::make_unique<PortalMouse>(permission, std::move(done));
+std::unique_ptr<DesktopMouse> askForClicks(MainQueue &queue, const ClickPermission &permission,
+                                           std::function<void(bool, const char *)> done) {
+    return std::make_unique<PortalMouse>(queue, permission, std::move(done));
 }
 
 } // namespace companion

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "platform/ports/SyntheticMouse.h"
+#include "core/MainQueue.h"
+#include "platform/ports/DesktopMouse.h"
 
 #include <QString>
 
@@ -22,13 +23,12 @@ private:
     QString m_file;
 };
 
-// Clicks with that permission, and asks for nothing: null where the user has not given it. Motion is by
-// steps from the desktop's top left corner, so that `where` must be of the only screen.
-std::unique_ptr<SyntheticMouse> makePortalMouse(const ClickPermission &permission);
+// Clicks with that permission, and asks for nothing: null where the user has not given it.
+std::unique_ptr<DesktopMouse> makePortalMouse(MainQueue &queue, const ClickPermission &permission);
 
 // Lets the desktop ask the user. `done` is told on a later turn of the main thread, with the reason if there
 // is no lasting permission; drop what is returned then.
-std::unique_ptr<SyntheticMouse> askForClicks(const ClickPermission &permission,
-                                             std::function<void(bool given, const char *reason)> done);
+std::unique_ptr<DesktopMouse> askForClicks(MainQueue &queue, const ClickPermission &permission,
+                                           std::function<void(bool given, const char *reason)> done);
 
 } // namespace companion

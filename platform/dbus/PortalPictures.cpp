@@ -73,7 +73,7 @@ void PortalPictures::probe(const Place &place) {
     ask(place, [this](const QImage &picture) {
         m_consent = picture.isNull() ? Consent::Refused : Consent::Given;
         if (picture.isNull())
-            Log::line("the desktop gives no pictures of the screen, so the magnifier stays empty");
+            Log::line("the desktop gives the magnifier no pictures of the screen");
     });
 }
 

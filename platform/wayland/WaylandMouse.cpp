@@ -25,7 +25,7 @@ std::uint32_t fine(double points) {
 } // namespace
 
 WaylandMouse::WaylandMouse(WaylandConnection &connection, WaylandOutputs &outputs, WaylandSurface &surface,
-                           SyntheticMouse *other)
+                           DesktopMouse *other)
     : m_connection(connection),
       m_outputs(outputs),
       m_surface(surface),
@@ -60,7 +60,7 @@ void WaylandMouse::post(SyntheticMouseEvent event, QPointF where) {
     else if (m_feigned)
         postFeigned(event, where);
     else if (m_other != nullptr && m_outputs.desktop() == m_outputs.current()->logical)
-        m_other->post(event, where);
+        m_other->post(event, where, m_outputs.desktop().size());
     m_connection.flush();
     if (moves && m_moved)
         m_moved({where.x(), m_outputs.size().height - where.y()});

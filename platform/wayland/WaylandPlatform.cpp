@@ -46,7 +46,10 @@ public:
           m_syntheticMouse(*m_connection, m_outputs, m_surface, needs.mouse),
           m_capture(*m_connection, needs.queue, m_outputs, needs.pictures),
           m_watchdog(needs.queue, *m_connection, m_surface) {
-        m_syntheticMouse.onMoved([this](Point at) { m_inputMonitor.placed(at); });
+        m_syntheticMouse.onMoved([this](Point at) {
+            if (m_syntheticMouse.available() || !m_inputMonitor.pointer())
+                m_inputMonitor.placed(at);
+        });
         m_connection->waitUntilAnswered(); // What the seats have is known from here on.
     }
 

@@ -10,9 +10,9 @@
 
 namespace companion {
 
+class DesktopMouse;
 class DesktopPictures;
 class SlideKeys;
-class SyntheticMouse;
 
 // What compositors do not give, from elsewhere; each may be null. They must outlive the platform.
 struct WaylandNeeds {
@@ -20,7 +20,7 @@ struct WaylandNeeds {
     ScreenChoice screen = {};
     SlideKeys *slideKeys = nullptr;
     DesktopPictures *pictures = nullptr;
-    SyntheticMouse *mouse = nullptr;
+    DesktopMouse *mouse = nullptr;
 };
 
 // The backend for compositors that let a program draw above all windows. Null, with the reason in `error`,

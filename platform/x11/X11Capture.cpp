@@ -59,16 +59,31 @@ QImage imageOver(void *pixels, const QRect &area, std::unique_ptr<Keeper> keeper
 
 } // namespace
 
-X11Capture::X11Capture(X11Connection &connection, X11Screens &screens, MainQueue &queue)
+X11Capture::X11Capture(X11Connection &connection, X11Screens &screens, MainQueue &queue,
+                       DesktopPictures *desktop)
     : m_connection(connection),
       m_screens(screens),
       m_queue(queue),
+      m_desktop(desktop),
       m_available(hasUsualPixels(connection)) {
     if (!m_available)
         Log::line("the screen's pixels are not 24-bit colours: no screen capture, so no magnifier");
 }
 
 void X11Capture::captureDesktop(std::function<void(const QImage &)> done) {
+    if (m_desktop == nullptr)
+        return done(ofServer());
+    m_desktop->take(place(), m_lifetime.guard([this, done](const QImage &picture) {
+        done(picture.isNull() ? ofServer() : picture);
+    }));
+}
+
+DesktopPictures::Place X11Capture::place() const {
+    const QRect area = m_screens.area();
+    return {m_screens.name(), area, m_screens.desktop(), area.size()};
+}
+
+QImage X11Capture::ofServer() {
     const QRect area = m_screens.area();
     QImage image;
     if (m_available && !area.isEmpty()) {
@@ -80,11 +95,13 @@ void X11Capture::captureDesktop(std::function<void(const QImage &)> done) {
             image = taken(m_connection.root(), area);
         }
     }
-    done(image);
+    return image;
 }
 
 // A whole picture would cost the start most of its time on a large screen.
 void X11Capture::probe() {
+    if (m_desktop != nullptr)
+        return m_desktop->probe(place());
     if (m_available && !m_screens.area().isEmpty())
         copied(m_connection.root(), QRect(m_screens.area().topLeft(), QSize(1, 1)));
 }

@@ -1,5 +1,7 @@
 #include "platform/x11/X11InputMonitor.h"
 
+#include "platform/ports/SlideKeys.h"
+
 #include <xcb/xinput.h>
 
 #include <algorithm>
@@ -41,19 +43,34 @@ InputEventType motionWith(std::uint16_t buttons) {
 
 } // namespace
 
-X11InputMonitor::X11InputMonitor(X11Connection &connection, X11Screens &screens)
+X11InputMonitor::X11InputMonitor(X11Connection &connection, X11Screens &screens, Source source,
+                                 SlideKeys *keys)
     : m_connection(connection),
-      m_screens(screens) {
+      m_screens(screens),
+      m_source(source) {
     select(false);
     connection.onEvent(XCB_GE_GENERIC, [this](const xcb_generic_event_t &event) { collect(event); });
     connection.onEvent(XCB_MOTION_NOTIFY, [this](const xcb_generic_event_t &event) {
         const auto &motion = reinterpret_cast<const xcb_motion_notify_event_t &>(event);
+        if (m_source == Source::OwnWindow)
+            moved(event);
         m_pointer = {motion.root_x, motion.root_y, motion.state};
     });
+    if (m_source == Source::OwnWindow)
+        connection.onEvent(XCB_BUTTON_RELEASE, [this](const xcb_generic_event_t &event) {
+            released(reinterpret_cast<const xcb_button_release_event_t &>(event).detail);
+        });
     connection.onBatchEnd([this] { deliver(); });
+    if (keys != nullptr)
+        keys->onKeyDown([this](int keyCode) {
+            append(InputEventType::KeyDown, keyCode);
+            deliver();
+        });
 }
 
 void X11InputMonitor::select(bool motions) {
+    if (m_source == Source::OwnWindow)
+        return;
     m_motionsSelected = motions;
     struct {
         xcb_input_event_mask_t head;
@@ -69,9 +86,18 @@ void X11InputMonitor::select(bool motions) {
 
 // Turned off with the next motion that nobody needs: the one that shows a hidden cursor may still be to come.
 void X11InputMonitor::followMotion(bool follow) {
+    m_hasMoved = m_hasMoved && m_following;
     m_following = follow;
     if (follow)
         awaitMotion();
+}
+
+void X11InputMonitor::assume(QPoint place) {
+    if (!m_following || m_hasMoved)
+        return;
+    m_pointer = {place.x(), place.y(), 0};
+    append(InputEventType::MouseMoved);
+    deliver();
 }
 
 void X11InputMonitor::awaitMotion() {
@@ -90,19 +116,10 @@ void X11InputMonitor::collect(const xcb_generic_event_t &event) {
         return;
     switch (raw.event_type) {
     case XCB_INPUT_RAW_MOTION:
-        m_pointer.reset();
-        if (!(m_rawMotion && m_rawMotion(event.full_sequence)) && !m_following && m_motionsSelected)
-            select(false);
-        if (m_following && (m_wanted & kMotions)) {
-            // Motions of one lot are one event, where the last of them stands.
-            std::erase_if(m_pending, [](const auto &e) { return e.type == InputEventType::MouseMoved; });
-            append(InputEventType::MouseMoved);
-        }
+        moved(event);
         break;
     case XCB_INPUT_RAW_BUTTON_RELEASE:
-        for (const auto &button : kButtons)
-            if (button.number == raw.detail)
-                append(button.released);
+        released(raw.detail);
         break;
     case XCB_INPUT_RAW_KEY_PRESS:
     case XCB_INPUT_RAW_KEY_RELEASE:
@@ -115,6 +132,24 @@ void X11InputMonitor::collect(const xcb_generic_event_t &event) {
     default:
         break;
     }
+}
+
+void X11InputMonitor::moved(const xcb_generic_event_t &event) {
+    m_pointer.reset();
+    m_hasMoved = true;
+    if (!(m_rawMotion && m_rawMotion(event.full_sequence)) && !m_following && m_motionsSelected)
+        select(false);
+    if (!m_following || (m_wanted & kMotions) == 0)
+        return;
+    // Motions of one lot are one event, where the last of them stands.
+    std::erase_if(m_pending, [](const auto &e) { return e.type == InputEventType::MouseMoved; });
+    append(InputEventType::MouseMoved);
+}
+
+void X11InputMonitor::released(std::uint32_t number) {
+    for (const auto &button : kButtons)
+        if (button.number == number)
+            append(button.released);
 }
 
 void X11InputMonitor::append(InputEventType type, int keyCode) {

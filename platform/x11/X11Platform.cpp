@@ -1,5 +1,6 @@
 #include "platform/x11/X11Platform.h"
 
+#include "core/Lifetime.h"
 #include "platform/x11/X11Capture.h"
 #include "platform/x11/X11CompositorWatch.h"
 #include "platform/x11/X11Connection.h"
@@ -11,6 +12,7 @@
 #include "platform/x11/X11TrayArea.h"
 #include "platform/x11/X11Watchdog.h"
 #include "platform/x11/X11Windows.h"
+#include "platform/x11/X11WindowsPicture.h"
 
 namespace companion {
 
@@ -19,14 +21,17 @@ namespace {
 // Destroyed from the bottom up: the connection goes last.
 class X11Platform final : public Platform {
 public:
-    X11Platform(std::unique_ptr<X11Connection> connection, const X11Needs &needs, std::string &error)
+    X11Platform(std::unique_ptr<X11Connection> connection, const X11Needs &needs, bool xwayland,
+                std::string &error)
         : m_connection(std::move(connection)),
           m_screens(*m_connection, needs.queue, needs.screen, needs.scale),
           m_compositor(*m_connection),
           m_surface(X11Surface::make(*m_connection, needs.queue, m_screens, m_compositor, error)),
-          m_inputMonitor(*m_connection, m_screens),
-          m_syntheticMouse(*m_connection, m_screens),
-          m_capture(*m_connection, m_screens, needs.queue),
+          m_inputMonitor(*m_connection, m_screens,
+                         xwayland ? X11InputMonitor::Source::OwnWindow : X11InputMonitor::Source::Root,
+                         xwayland ? needs.slideKeys : nullptr),
+          m_syntheticMouse(*m_connection, m_screens, feigning(needs, xwayland)),
+          m_capture(*m_connection, m_screens, needs.queue, xwayland ? needs.pictures : nullptr),
           m_cursor(*m_connection),
           m_trayArea(*m_connection),
           m_windows(*m_connection),
@@ -50,6 +55,16 @@ public:
     Watchdog &watchdog() override { return m_watchdog; }
 
 private:
+    std::optional<X11SyntheticMouse::Xwayland> feigning(const X11Needs &needs, bool xwayland) {
+        if (!xwayland)
+            return std::nullopt;
+        const auto assume = [this, &queue = needs.queue](QPoint place) {
+            queue.post(std::chrono::milliseconds(0),
+                       m_lifetime.guard([this, place] { m_inputMonitor.assume(place); }));
+        };
+        return X11SyntheticMouse::Xwayland{needs.queue, needs.mouse, assume};
+    }
+
     std::unique_ptr<X11Connection> m_connection;
     X11Screens m_screens;
     X11CompositorWatch m_compositor;
@@ -61,6 +76,7 @@ private:
     X11TrayArea m_trayArea;
     X11Windows m_windows;
     X11Watchdog m_watchdog; // Its thread ends before what it uses.
+    Lifetime m_lifetime;
 };
 
 } // namespace
@@ -69,7 +85,8 @@ std::unique_ptr<Platform> makeX11Platform(const X11Needs &needs, std::string &er
     auto connection = X11Connection::open(needs.queue, needs.displayName, error);
     if (!connection)
         return nullptr;
-    auto platform = std::make_unique<X11Platform>(std::move(connection), needs, error);
+    const bool xwayland = isXwayland(*connection);
+    auto platform = std::make_unique<X11Platform>(std::move(connection), needs, xwayland, error);
     if (!platform->complete())
         return nullptr;
     return platform;

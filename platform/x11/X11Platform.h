@@ -10,12 +10,21 @@
 
 namespace companion {
 
+class DesktopMouse;
+class DesktopPictures;
+class SlideKeys;
+
 struct X11Needs {
     MainQueue &queue;
     // Device pixels in one point of the screen with that name; asked when screens change.
     std::function<double(const std::string &screen)> scale;
     ScreenChoice screen = {};
     std::string displayName = {}; // Empty: the DISPLAY of the environment.
+    // What an Xwayland server does not give, from elsewhere; each may be null, and is used there only. They
+    // must outlive the platform.
+    SlideKeys *slideKeys = nullptr;
+    DesktopPictures *pictures = nullptr;
+    DesktopMouse *mouse = nullptr;
 };
 
 // The backend for X11. Null, with the reason in `error`, when the server cannot be reached or lacks what the

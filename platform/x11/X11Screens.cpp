@@ -84,6 +84,13 @@ Size X11Screens::size() const {
     return {m_area.width() / m_scale, m_area.height() / m_scale};
 }
 
+QRect X11Screens::desktop() const {
+    QRect all;
+    for (const X11Monitor &monitor : m_monitors)
+        all |= monitor.area;
+    return all;
+}
+
 Point X11Screens::toOverlay(int x, int y) const {
     return {(x - m_area.x()) / m_scale, size().height - (y - m_area.y()) / m_scale};
 }

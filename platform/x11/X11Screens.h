@@ -36,8 +36,10 @@ public:
     X11Screens &operator=(const X11Screens &) = delete;
 
     const QRect &area() const { return m_area; } // Device pixels from the desktop's top left.
-    double scale() const { return m_scale; }     // Device pixels in one point.
-    Size size() const;                           // Points.
+    const std::string &name() const { return m_name; }
+    QRect desktop() const;                   // All screens together, device pixels.
+    double scale() const { return m_scale; } // Device pixels in one point.
+    Size size() const;                       // Points.
 
     // The place on the overlay, lower-left origin, of a device pixel of the desktop.
     Point toOverlay(int x, int y) const;

@@ -255,36 +255,36 @@ TEST_F(DesktopDoors, AKWinThatRefusesAtTheStartLeavesPicturesToThePortal) {
 
 TEST_F(DesktopDoors, ClicksNeedAPermissionGivenBeforeAndKeepItForTheNextTime) {
     const ClickPermission permission(s_folder->filePath("none/click-permission"));
-    EXPECT_EQ(makePortalMouse(permission), nullptr);
+    EXPECT_EQ(makePortalMouse(queue, permission), nullptr);
     EXPECT_TRUE(desktop.calls.empty());
 
     desktop.results = {{"session_handle", "/session"}, {"devices", 2U}, {"restore_token", "first"}};
     std::optional<bool> given;
-    const auto question = askForClicks(permission, [&](bool yes, const char *) { given = yes; });
+    const auto question = askForClicks(queue, permission, [&](bool yes, const char *) { given = yes; });
     waitFor("the answer", [&] { return given.has_value(); });
     EXPECT_TRUE(*given);
     EXPECT_EQ(permission.word(), "first");
 
     desktop.calls.clear();
     desktop.results["restore_token"] = "second";
-    const auto mouse = makePortalMouse(permission);
+    const auto mouse = makePortalMouse(queue, permission);
     ASSERT_NE(mouse, nullptr);
     waitFor("the next word", [&] { return permission.word() == "second"; });
-    mouse->post(SyntheticMouseEvent::MouseMoved, {30, 20});
-    mouse->post(SyntheticMouseEvent::LeftMouseDown, {30, 20});
-    mouse->post(SyntheticMouseEvent::LeftMouseUp, {30, 20});
+    mouse->post(SyntheticMouseEvent::MouseMoved, {30, 20}, {100, 80});
+    mouse->post(SyntheticMouseEvent::LeftMouseDown, {30, 20}, {100, 80});
+    mouse->post(SyntheticMouseEvent::LeftMouseUp, {30, 20}, {100, 80});
     waitFor("a click", [&] { return desktop.calls.size() == 7; });
     EXPECT_EQ(desktop.calls,
               (std::vector<std::string>{"CreateSession", "SelectDevices with first", "Start",
-                                        "NotifyPointerMotion -100000 -100000", "NotifyPointerMotion 30 20",
+                                        "NotifyPointerMotion 100000 100000", "NotifyPointerMotion -69 -59",
                                         "NotifyPointerButton 272 1", "NotifyPointerButton 272 0"}));
 
     desktop.results.remove("restore_token"); // From now on it would ask.
-    const auto last = makePortalMouse(permission);
+    const auto last = makePortalMouse(queue, permission);
     waitFor("the line", [&] { return log.lines.size() == 1; });
     EXPECT_FALSE(last->available());
     waitFor("no word", [&] { return permission.word().isEmpty(); });
-    EXPECT_EQ(makePortalMouse(permission), nullptr);
+    EXPECT_EQ(makePortalMouse(queue, permission), nullptr);
 }
 
 } // namespace

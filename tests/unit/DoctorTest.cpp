@@ -39,6 +39,13 @@ DoctorFacts healthyOnWayland() {
     return facts;
 }
 
+DoctorFacts healthyThroughXwayland() {
+    DoctorFacts facts = healthyOnWayland();
+    facts.drawsOnWayland = false;
+    facts.serverError.clear();
+    return facts;
+}
+
 struct Fault {
     const char *subject;
     Kind kind;
@@ -49,7 +56,6 @@ struct Fault {
 
 TEST(Doctor, EachFaultIsFoundWithItsRemedyOnOneScreenAndOnlyFatalOnesCount) {
     const Fault faults[] = {
-        {"session", Kind::Flaw, [](DoctorFacts &f) { f.sessionType = "wayland"; }},
         {"X server", Kind::Fatal, [](DoctorFacts &f) { f.serverError = "no X server: DISPLAY is not set"; }},
         {"X server", Kind::Fatal, [](DoctorFacts &f) { f.serverLack = "no alpha channel"; }},
         {"screens", Kind::Fatal, [](DoctorFacts &f) { f.screens.clear(); }},
@@ -83,6 +89,12 @@ TEST(Doctor, EachFaultIsFoundWithItsRemedyOnOneScreenAndOnlyFatalOnesCount) {
         {"slide keys", Kind::Flaw, [](DoctorFacts &f) { f.eventNodes.pop_back(); }, "event*",
          healthyOnWayland},
         {"screens", Kind::Fatal, [](DoctorFacts &f) { f.screens.clear(); }, "", healthyOnWayland},
+        {"click", Kind::Flaw, [](DoctorFacts &f) { f.waylandClick.clear(); }, "--allow-clicks",
+         healthyThroughXwayland},
+        {"pictures", Kind::Flaw, [](DoctorFacts &f) { f.waylandStill.clear(); }, "portal",
+         healthyThroughXwayland},
+        {"X server", Kind::Fatal, [](DoctorFacts &f) { f.serverLack = "no alpha channel"; }, "",
+         healthyThroughXwayland},
     };
     for (const Fault &fault : faults) {
         DoctorFacts facts = fault.otherwise();
