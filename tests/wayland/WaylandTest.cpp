@@ -177,6 +177,32 @@ TEST(Sway, AMouseOfAnyRateIsFollowedToItsLastPlaceWithTwoPicturesOfTheScreen) {
     EXPECT_LT(pictures() - calm, kSize.width() * kSize.height() * 4 / 1024 / 2);
 }
 
+// As where the compositor has no layer-shell; there is no click in the centre then.
+TEST(Xwayland, EffectFollowsTheMouseOverANativeWindowTakesItsClicksAndHearsTheReceiversSlideKeys) {
+    Talk talk(CompanionProcess::Options{.settings = kSpotlight, .arguments = {"--platform=x11"}},
+              {.size = kSize, .wayland = Compositor::Sway, .xwayland = true});
+    talk.expectFree(kFree);
+    for (int i = 0; i < 3; ++i) {
+        talk.hand.move({300, 222});
+        talk.companion.effectOn();
+        talk.expectSpotlight({302, 222});
+        talk.slide.forget();
+        talk.hand.clickAt({700, 500});
+        talk.expectSpotlight({700, 500});
+        EXPECT_TRUE(talk.slide.buttons().empty());
+        talk.hand.tapKey(kKeyA);
+        waitUntil("the key", [&] { return talk.slide.keysPressed().size() == 1; });
+        talk.companion.effectOff();
+        talk.expectLook("the slide and the X cursor",
+                        [plain = plainLook(kSlideColour)](int x, int y, QRgb seen) {
+                            return QRect(690, 490, 40, 40).contains(x, y) || plain(x, y, seen);
+                        });
+        talk.expectFree(kFree);
+    }
+    talk.companion.receiver("key page-down");
+    talk.companion.waitForLog("控制器按下了'page_down'");
+}
+
 TEST(Output, OfAnotherSizeDuringTheEffectHasTheEffectOnAllOfItAndIsFreeAfterIt) {
     Talk talk(kSpotlight, {.size = kSize, .wayland = Compositor::Sway});
     const QSize smaller(800, 600);

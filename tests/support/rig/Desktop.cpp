@@ -45,8 +45,8 @@ Desktop::Desktop(const DesktopOptions &options) : m_options(options), m_environm
     m_environment["DBUS_SESSION_BUS_ADDRESS"] = "unix:path=" + file("no-bus"); // Refused at once.
 
     if (options.wayland != Compositor::None) {
-        m_wayland =
-            std::make_unique<WaylandSession>(options.wayland, options.size, options.scale, m_environment);
+        m_wayland = std::make_unique<WaylandSession>(options.wayland, options.size, options.scale,
+                                                     options.xwayland, m_environment);
         for (const auto &[key, value] : m_wayland->variables())
             m_environment[key] = value;
         return;

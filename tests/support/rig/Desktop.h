@@ -27,6 +27,7 @@ struct DesktopOptions {
     std::string compositorSettings{};      // picom's.
     Compositor wayland = Compositor::None; // Instead of all that is said of X.
     double scale = 1;                      // Then.
+    bool xwayland = false;                 // Sway's, which takes X clients.
 };
 
 // A virtual screen for one test, with an empty home folder and no D-Bus: an X server with a window manager

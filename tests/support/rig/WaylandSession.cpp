@@ -38,9 +38,10 @@ std::string number(double value) {
 
 } // namespace
 
-WaylandSession::WaylandSession(Compositor compositor, const QSize &size, double scale,
+WaylandSession::WaylandSession(Compositor compositor, const QSize &size, double scale, bool xwayland,
                                const Environment &environment)
     : m_compositor(compositor),
+      m_xwayland(xwayland),
       m_environment(environment) {
     m_environment["XDG_RUNTIME_DIR"] = m_environment["HOME"] = m_folder.path().toStdString();
     m_environment.erase("XDG_CONFIG_HOME");
@@ -48,8 +49,11 @@ WaylandSession::WaylandSession(Compositor compositor, const QSize &size, double 
     m_environment.erase("XDG_DATA_HOME");
     Command command;
     if (compositor == Compositor::Sway) {
-        std::ofstream(file("config")) << "output * mode " << size.width() << "x" << size.height()
-                                      << "\noutput * scale " << scale << "\nxwayland disable\n";
+        std::ofstream(file("config"))
+            << "output * mode " << size.width() << "x" << size.height() << "\noutput * scale " << scale
+            << "\n"
+            << (xwayland ? "exec xhost +local: && echo $DISPLAY >" + file("display") : "xwayland disable")
+            << "\n";
         m_environment.merge(Environment{
             {"WLR_BACKENDS", "headless"}, {"WLR_RENDERER", "pixman"}, {"WLR_LIBINPUT_NO_DEVICES", "1"}});
         command = {"sway", "-c", file("config")};
@@ -94,6 +98,7 @@ WaylandSession::WaylandSession(Compositor compositor, const QSize &size, double 
         }
         return m_client->size().isValid();
     });
+    waitUntil("the X server's name", [this] { return !m_xwayland || !xDisplay().empty(); });
     if (m_bus)
         QDBusConnection::connectToBus(QString::fromStdString(m_environment["DBUS_SESSION_BUS_ADDRESS"]),
                                       busName());
@@ -110,8 +115,17 @@ std::string WaylandSession::file(const std::string &name) const {
     return m_folder.filePath(QString::fromStdString(name)).toStdString();
 }
 
+// Known once it lets the tests in, which may be another user's.
+std::string WaylandSession::xDisplay() const {
+    std::string name;
+    std::ifstream(file("display")) >> name;
+    return name;
+}
+
 Environment WaylandSession::variables() const {
     Environment variables{{"WAYLAND_DISPLAY", file("wayland-1")}};
+    if (m_xwayland)
+        variables["DISPLAY"] = xDisplay();
     if (m_bus)
         variables["DBUS_SESSION_BUS_ADDRESS"] = "unix:path=" + file("bus");
     return variables;

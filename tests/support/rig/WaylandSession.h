@@ -21,7 +21,8 @@ inline std::string nameOf(Compositor compositor) {
 // A compositor without hardware. Ready when the constructor returns, with the slide on its screen.
 class WaylandSession {
 public:
-    WaylandSession(Compositor compositor, const QSize &size, double scale, const Environment &environment);
+    WaylandSession(Compositor compositor, const QSize &size, double scale, bool xwayland,
+                   const Environment &environment);
     ~WaylandSession();
 
     // Of programs that are to run on it: WAYLAND_DISPLAY, and KWin's session bus.
@@ -38,9 +39,11 @@ public:
 private:
     QImage grabFromKWin(bool withCursor) const;
     std::string file(const std::string &name) const;
+    std::string xDisplay() const;
     QString busName() const { return m_folder.path(); } // Each session has its own.
 
     const Compositor m_compositor;
+    const bool m_xwayland;
     QTemporaryDir m_folder; // The compositor's user's.
     Environment m_environment;
     std::optional<ChildProcess> m_bus;
