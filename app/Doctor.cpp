@@ -79,7 +79,7 @@ DoctorFinding session(const DoctorFacts &facts) {
 }
 
 DoctorFinding overlay(const DoctorFacts &) {
-    return {Kind::Fine, "overlay", "above all windows, and takes the mouse there", {}};
+    return {Kind::Fine, "overlay", "above all windows, and takes the mouse", {}};
 }
 
 DoctorFinding click(const DoctorFacts &facts) {

@@ -163,6 +163,9 @@ QString ClickPermission::word() const {
 }
 
 bool ClickPermission::keep(const QString &word) const {
+    const QFileInfo there(m_file);
+    if (there.exists() && !there.isFile()) // Not to be written into, nor replaced.
+        return false;
     QDir().mkpath(QFileInfo(m_file).path());
     QSaveFile file(m_file);
     if (!file.open(QIODevice::WriteOnly) || !file.setPermissions(QFile::ReadOwner | QFile::WriteOwner))

@@ -23,8 +23,7 @@ X11SyntheticMouse::X11SyntheticMouse(X11Connection &connection, X11Screens &scre
         return;
     if (m_xwayland)
         Log::line("the desktop lets no program click without asking: effects start and end without the click "
-                  "in the "
-                  "centre; with --allow-clicks it asks you");
+                  "in the centre; with --allow-clicks it asks you");
     else
         Log::line("the X server has no XTEST extension: no clicks at the screen's centre");
 }

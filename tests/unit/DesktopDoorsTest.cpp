@@ -257,6 +257,9 @@ TEST_F(DesktopDoors, ClicksNeedAPermissionGivenBeforeAndKeepItForTheNextTime) {
     const ClickPermission permission(s_folder->filePath("none/click-permission"));
     EXPECT_EQ(makePortalMouse(queue, permission), nullptr);
     EXPECT_TRUE(desktop.calls.empty());
+    const QString pipe = s_folder->filePath("pipe");
+    ASSERT_EQ(mkfifo(qPrintable(pipe), 0600), 0);
+    EXPECT_FALSE(ClickPermission(pipe).keep("word"));
 
     desktop.results = {{"session_handle", "/session"}, {"devices", 2U}, {"restore_token", "first"}};
     std::optional<bool> given;
