@@ -7,6 +7,7 @@
 #include "core/ProcessEnd.h"
 #include "core/StartupId.h"
 #include "platform/dbus/KWinPictures.h"
+#include "platform/dbus/Notification.h"
 #include "platform/dbus/PortalMouse.h"
 #include "platform/dbus/PortalPictures.h"
 #include "platform/evdev/ReceiverKeys.h"
@@ -39,6 +40,8 @@ constexpr auto kPatienceWithDisk = std::chrono::seconds(1); // For a save under 
 // Keys of the settings file that only its user writes.
 const QString kScreenKey = QStringLiteral("SCREEN");
 const QString kCentreClickKey = QStringLiteral("CENTRECLICK");
+// And one that only the program writes.
+const QString kNoTrayToldKey = QStringLiteral("NOTRAYTOLD");
 
 double scaleOfScreen(const std::string &name) {
     const auto screens = QGuiApplication::screens();
@@ -177,8 +180,10 @@ void Application::start(const std::string &startupId) {
             return LanguageSetting::getText(QString::fromUtf8(key.data(), qsizetype(key.size())));
         },
         [this, settings] { return presentSettings(settings); }, clicksCentre()});
-    m_delegate.emplace(m_center, std::make_unique<QtTray>(m_platform->trayArea(), m_queue),
-                       [this] { quit(); });
+    m_delegate.emplace(
+        m_center,
+        std::make_unique<QtTray>(m_platform->trayArea(), m_queue, [this] { introduceWithoutTray(); }),
+        [this] { quit(); });
 
     m_window->windowDidLoad();
     m_controller->viewDidLoad();
@@ -196,6 +201,22 @@ void Application::start(const std::string &startupId) {
         m_demo->start();
     }
     m_started = true;
+}
+
+// Where no icon can be seen, the first start shows the settings, and the desktop says how to get back to
+// them; never again after that, as every start would be a nuisance. A desktop without notifications has the
+// log line only.
+void Application::introduceWithoutTray() {
+    if (m_line.demo || m_store.value(kNoTrayToldKey))
+        return;
+    notifyUser(QStringLiteral("Presenter Companion"),
+               QStringLiteral("This desktop shows no tray icon. To open the settings again, right-click "
+                              "Presenter Companion among your applications and choose Settings, or run: "
+                              "presenter-companion --settings"),
+               [this] {
+                   m_store.setValue(kNoTrayToldKey, QStringLiteral("1"));
+                   openSettings({}, {});
+               });
 }
 
 void Application::serveFurtherStarts() {

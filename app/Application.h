@@ -65,6 +65,7 @@ private:
     std::shared_ptr<PresentedSettings> presentSettings(const SettingWindowController::Needs &needs);
     void openSettings(const std::string &startupId, const SettingsFront::Answer &answer);
     static SettingsFront::Subject subject(const std::weak_ptr<PresentedSettings> &settings);
+    void introduceWithoutTray();
     void serveFurtherStarts();
     [[noreturn]] void quit();
     void quitBesideMainThread();

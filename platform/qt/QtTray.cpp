@@ -15,7 +15,10 @@ using namespace std::chrono_literals;
 
 namespace companion {
 
-QtTray::QtTray(TrayArea &area, MainQueue &queue) : m_area(area), m_queue(queue) {}
+QtTray::QtTray(TrayArea &area, MainQueue &queue, std::function<void()> missing)
+    : m_area(area),
+      m_queue(queue),
+      m_missing(std::move(missing)) {}
 QtTray::~QtTray() = default;
 
 void QtTray::show(const std::string &iconName, const std::string &menuTitle, std::vector<Entry> entries) {
@@ -37,9 +40,11 @@ void QtTray::lookForTray() {
         return makeIcon();
     m_watch = std::make_unique<StatusNotifierWatch>([this] { makeIcon(); });
     m_queue.post(kPatience, m_life.guard([this] {
-        if (m_icon == nullptr)
-            Log::line("no tray shows status icons so far: \"presenter-companion --settings\" opens the "
-                      "settings, \"presenter-companion --quit\" ends the program");
+        if (m_icon != nullptr)
+            return;
+        Log::line("no tray shows status icons so far: \"presenter-companion --settings\" opens the "
+                  "settings, \"presenter-companion --quit\" ends the program");
+        m_missing();
     }));
 }
 

@@ -26,8 +26,8 @@ class QtTray final : public Tray {
 public:
     static constexpr std::chrono::seconds kPatience{5}; // Then one log line says that there is no tray.
 
-    // Both must outlive the tray.
-    QtTray(TrayArea &area, MainQueue &queue);
+    // Both must outlive the tray. `missing` is called once if no tray is there after kPatience.
+    QtTray(TrayArea &area, MainQueue &queue, std::function<void()> missing);
     ~QtTray() override;
 
     // Trays that open the menu by themselves on a click do not tell of it.
@@ -42,6 +42,7 @@ private:
 
     TrayArea &m_area;
     MainQueue &m_queue;
+    std::function<void()> m_missing;
     std::string m_iconName;
     std::function<void()> m_clicked;
     std::unique_ptr<StatusNotifierWatch> m_watch; // Until the icon is made.

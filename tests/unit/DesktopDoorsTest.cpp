@@ -1,6 +1,7 @@
 // What the desktop gives over the session bus, from one that is played here.
 #include "core/QtMainQueue.h"
 #include "platform/dbus/KWinPictures.h"
+#include "platform/dbus/Notification.h"
 #include "platform/dbus/PictureFile.h"
 #include "platform/dbus/PortalMouse.h"
 #include "platform/dbus/PortalPictures.h"
@@ -43,6 +44,7 @@ public:
         m_bus.registerVirtualObject("/", this, QDBusConnection::SubPath);
         m_bus.registerService("org.freedesktop.portal.Desktop");
         m_bus.registerService("org.kde.KWin");
+        m_bus.registerService("org.freedesktop.Notifications");
     }
     ~PlayedDesktop() override { QDBusConnection::disconnectFromBus("desktop"); }
 
@@ -82,6 +84,8 @@ bool PlayedDesktop::handleMessage(const QDBusMessage &call, const QDBusConnectio
         EXPECT_EQ(::write(pipe, pixels.data(), size_t(pixels.size())), pixels.size());
         return bus.send(call.createReply(kwinsPicture));
     }
+    if (call.member() == "Notify" && response != 0)
+        return bus.send(call.createErrorReply("org.freedesktop.Notifications.Error", "no"));
     if (call.member().startsWith("Notify") || call.member() == "Close")
         return bus.send(call.createReply());
     const QVariantMap options = qdbus_cast<QVariantMap>(call.arguments().last());
@@ -288,6 +292,17 @@ TEST_F(DesktopDoors, ClicksNeedAPermissionGivenBeforeAndKeepItForTheNextTime) {
     EXPECT_FALSE(last->available());
     waitFor("no word", [&] { return permission.word().isEmpty(); });
     EXPECT_EQ(makePortalMouse(queue, permission), nullptr);
+}
+
+TEST_F(DesktopDoors, NotificationCountsAsShownOnlyWhereTheDesktopTakesIt) {
+    int shown = 0;
+    desktop.response = 1;
+    notifyUser("Title", "Text", [&] { shown += 100; });
+    waitFor("a refusal", [&] { return desktop.calls.size() == 1; });
+    desktop.response = 0;
+    notifyUser("Title", "Text", [&] { ++shown; });
+    waitFor("an answer", [&] { return shown != 0; });
+    EXPECT_EQ(shown, 1);
 }
 
 } // namespace
