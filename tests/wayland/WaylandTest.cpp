@@ -201,6 +201,17 @@ TEST(Xwayland, EffectFollowsTheMouseOverANativeWindowTakesItsClicksAndHearsTheRe
     }
     talk.companion.receiver("key page-down");
     talk.companion.waitForLog("控制器按下了'page_down'");
+
+    // Windows, pointer and pictures all went with it: nothing is worth keeping for a next one.
+    talk.companion.effectOn();
+    const Environment &environment = talk.desktop.environment();
+    const Ended server =
+        runToEnd({"pkill", "-KILL", "-f", "^Xwayland " + environment.at("DISPLAY") + " "}, environment);
+    EXPECT_EQ(server.status, 0) << server.err;
+    EXPECT_EQ(talk.companion.process().waitForExit(), 1);
+    EXPECT_EQ(talk.companion.log().back().text, "the X server has gone; the program ends");
+    talk.expectPlainSlide();
+    talk.expectFree(kFree);
 }
 
 TEST(Output, OfAnotherSizeDuringTheEffectHasTheEffectOnAllOfItAndIsFreeAfterIt) {
